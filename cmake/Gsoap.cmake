@@ -1,0 +1,44 @@
+# The installed gSOAP: runtime, GET plug-in, generator.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(GSOAP REQUIRED gsoapck++) # the C++ runtime with cookies
+find_program(SOAPCPP2 soapcpp2 REQUIRED)
+find_path(GSOAP_PLUGIN_DIR httpget.c PATHS /usr/share/gsoap/plugin REQUIRED)
+
+# Everything that sees struct soap shares the runtime's macros, since its layout depends on them.
+# The last one gives the operations and the dispatcher C linkage.
+add_library(gsoap INTERFACE)
+target_compile_options(gsoap INTERFACE ${GSOAP_CFLAGS})
+target_compile_definitions(gsoap INTERFACE "SOAP_FMAC5=extern \"C\"")
+target_include_directories(gsoap SYSTEM INTERFACE ${GSOAP_PLUGIN_DIR})
+target_link_libraries(gsoap INTERFACE ${GSOAP_LINK_LIBRARIES})
+
+set(GSOAP_GET_PLUGIN ${GSOAP_PLUGIN_DIR}/httpget.c)
+set_source_files_properties(${GSOAP_GET_PLUGIN} PROPERTIES LANGUAGE CXX)
+
+# Sets GENERATED_DIR, GENERATED_SOURCES and WSDL_FILES (SOAP 1.1 and 1.2).
+function(generate_soap description)
+  set(description ${CMAKE_CURRENT_SOURCE_DIR}/${description})
+  set(directory ${CMAKE_CURRENT_BINARY_DIR}/generated)
+  set(sources ${directory}/soapC.cpp ${directory}/soapServer.cpp)
+  set(wsdl ${directory}/soapServ.wsdl)
+  set(wsdl12 ${directory}/soapServ12.wsdl)
+
+  # -S server, -L no library mode, -x no samples, -z3 nillable elements, -2 the WSDL for SOAP 1.2.
+  set(generate ${SOAPCPP2} -c++ -S -L -x -z3)
+  # The header's message names an element that no schema declares; strict clients refuse that.
+  set(clean sed "/<message name=\"soapServHeader\">/,/<\\/message>/d")
+  add_custom_command(
+    OUTPUT ${sources} ${directory}/soapH.h ${directory}/soapServ.nsmap ${wsdl} ${wsdl12}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${directory}/raw12
+    COMMAND ${generate} -d ${directory} ${description} > ${directory}/generate.log 2>&1
+    COMMAND ${generate} -2 -d ${directory}/raw12 ${description} > ${directory}/raw12/generate.log 2>&1
+    COMMAND ${clean} -i ${wsdl}
+    COMMAND ${clean} ${directory}/raw12/soapServ.wsdl > ${wsdl12}
+    DEPENDS ${description}
+    COMMENT "Generating the SOAP service"
+    VERBATIM)
+
+  set(GENERATED_DIR ${directory} PARENT_SCOPE)
+  set(GENERATED_SOURCES ${sources} PARENT_SCOPE)
+  set(WSDL_FILES ${wsdl} ${wsdl12} PARENT_SCOPE)
+endfunction()

@@ -1,0 +1,64 @@
+// core/config.cpp: reads the environment once, at start, into the configuration globals.
+#include "core/config.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "webServer.h"
+
+const char *g_webDir = nullptr;
+const char *g_configDir = nullptr;
+const char *g_sslDir = nullptr;
+const char *g_rootFile = nullptr;
+const char *g_serverAddr = nullptr;
+int g_serverPort = 0;
+int g_webRemote = 0;
+
+static const int DEFAULT_PORT = 33080;
+
+enum TextKind { IS_FOLDER, IS_TEXT };
+
+struct TextSetting {
+    const char *variable;
+    const char **global;
+    const char *fallback; // when the variable is unset or empty
+    TextKind kind;        // a folder gets a trailing separator
+};
+
+static const TextSetting TEXT_SETTINGS[] = {
+    {"WEB_DIR", &g_webDir, "/mnt/bf/webFiles/", IS_FOLDER},
+    {"CONFIG_DIR", &g_configDir, "/mnt/flash/cfgFiles/", IS_FOLDER},
+    {"SSL_DIR", &g_sslDir, "/mnt/bf/ssl/", IS_FOLDER},
+    {"ROOT_FILE", &g_rootFile, "index.htm", IS_TEXT},
+    {"SERVER_ADDR", &g_serverAddr, "127.0.0.1", IS_TEXT},
+};
+
+// The environment's own storage is not ours to write to, so a folder is extended in a copy. It is
+// never freed: the host may hold the pointer for as long as the process lives.
+static const char *withSeparator(const char *folder)
+{
+    const char last = folder[strlen(folder) - 1];
+    if (last == '/' || last == '\\')
+        return folder;
+    char *copy = nullptr;
+    return asprintf(&copy, "%s/", folder) < 0 ? folder : copy;
+}
+
+void readConfiguration()
+{
+    for (const TextSetting &setting : TEXT_SETTINGS) {
+        const char *text = getenv(setting.variable);
+        if (text == nullptr || *text == '\0')
+            text = setting.fallback;
+        *setting.global = setting.kind == IS_FOLDER ? withSeparator(text) : text;
+    }
+
+    const char *port = getenv("SERVER_PORT");
+    g_serverPort = port == nullptr ? 0 : atoi(port);
+    if (g_serverPort == 0)
+        g_serverPort = DEFAULT_PORT;
+
+    const char *remote = getenv("WEB_IS_REMOTE");
+    g_webRemote = remote != nullptr && strcmp(remote, "Y") == 0 ? 1 : 0;
+}

@@ -1,0 +1,181 @@
+// core/serve_loop.cpp: settings, bind, accept and serve, one connection at a time, until closed.
+#include "core/serve_loop.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <httpget.h>
+#include <soapH.h>
+#include <sys/reboot.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "session/thread_shared.h"
+#include "web/get_handler.h"
+#include "webServer.h"
+#include "webServerHost.h"
+
+int g_wsSocket = -1;
+int g_wsRunningSocket = 0;
+char *gblIpAddress = nullptr;
+
+// Strings pass through unchanged, as UTF-8. The number is what counts: the runtime has had two names
+// for it. Without SOAP_IO_KEEPALIVE each connection carries one request.
+static const soap_mode CONTEXT_MODE = 0x2000000;
+
+static const int ACCEPT_TIMEOUT_SECONDS = 0; // waits without limit
+static const int STALL_TIMEOUT_SECONDS = 60;
+static const int MAX_KEEP_ALIVE = 100; // only a bound: keep-alive is never on
+static const int BACKLOG = 100;
+static const ULONG64 MAX_REQUEST_BYTES = 16 * 1024 * 1024; // the runtime's own 2 GB would end the unit
+static const int MAX_PORT = 65535;
+static const int MAX_CLOSE_WAITS = 10; // of one second
+
+static_assert(RB_AUTOBOOT == 0x01234567, "the restart command");
+
+void ws_soap_initiate(struct soap *soap)
+{
+    setThreadName();
+
+    // A client that leaves early must not end the process of a host that has no handler.
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+
+    soap_init2(soap, CONTEXT_MODE, CONTEXT_MODE);
+}
+
+static void configure(struct soap *soap)
+{
+    soap->cookie_domain = "";
+    soap->cookie_path = "";
+    soap->accept_timeout = ACCEPT_TIMEOUT_SECONDS;
+    soap->send_timeout = STALL_TIMEOUT_SECONDS;
+    soap->recv_timeout = STALL_TIMEOUT_SECONDS;
+    soap->max_keep_alive = MAX_KEEP_ALIVE;
+    soap->bind_flags = SO_REUSEADDR;
+    soap->recv_maxlength = MAX_REQUEST_BYTES;
+}
+
+static void registerPlugins(struct soap *soap)
+{
+    if (soap_register_plugin_arg(soap, http_get, reinterpret_cast<void *>(http_get_handler)) != 0)
+        soap_print_fault(soap, stderr);
+}
+
+// The text of the context's last failure; the message buffer, where gSOAP kept it once, stays empty.
+static const char *failureText(struct soap *soap)
+{
+    const char *text = *soap_faultstring(soap);
+    return text == nullptr ? "" : text;
+}
+
+static int listenOn(struct soap *soap, const char *address, int port)
+{
+    if (port < 1 || port > MAX_PORT) {
+        // The runtime would bind the number modulo 65536, and so a port that nobody asked for.
+        soap_receiver_fault(soap, strerror(EINVAL), "port out of range");
+        return SOAP_INVALID_SOCKET;
+    }
+    const int listener = soap_bind(soap, address, port, BACKLOG);
+    // A program that the host starts must not keep the port: the next bind would reboot the unit.
+    if (soap_valid_socket(listener))
+        fcntl(listener, F_SETFD, FD_CLOEXEC);
+    return listener;
+}
+
+// Deliberate: a unit that cannot be reached is restarted, since nobody could tell it to.
+static int rebootUnit(struct soap *soap)
+{
+    soap_print_fault(soap, stderr);
+    sLogErr("webServer: rebooting system since socket binding fails for %s:%d. Soap error: %s",
+            g_serverAddr, g_serverPort, failureText(soap));
+    sync();
+    const int result = reboot(RB_AUTOBOOT);
+    soap_destroy(soap);
+    soap_end(soap);
+    soap_done(soap);
+    return result;
+}
+
+static void reportAcceptFailure(struct soap *soap)
+{
+    if (soap->errnum != 0) {
+        sLogErr("webServer soap error: %s", failureText(soap));
+        soap_print_fault(soap, stderr);
+    } else {
+        sLogWarn("webServer: Server timed out (timeout set to %d seconds)", soap->accept_timeout);
+    }
+}
+
+// Nothing of a request may reach the next one, which can be another client's: not its memory, and
+// not what the runtime keeps over a connection's end.
+static void forgetRequest(struct soap *soap)
+{
+    soap_destroy(soap);
+    soap_end(soap);
+    soap_free_cookies(soap);
+    soap->path[0] = '\0';
+    soap->msgbuf[0] = '\0';
+    gblIpAddress = nullptr;
+}
+
+static void serve(struct soap *soap)
+{
+    while (readShared(g_wsRunningSocket) != 0) {
+        if (soap_valid_socket(soap_accept(soap)))
+            soap_serve(soap); // has already answered the client, whatever it returns
+        else if (readShared(g_wsRunningSocket) != 0)
+            reportAcceptFailure(soap);
+        forgetRequest(soap);
+    }
+}
+
+// g_wsSocket becomes -1 last: it tells the host that the context is free for another start.
+static int release(struct soap *soap)
+{
+    const int listener = soap->master;
+    soap->master = SOAP_INVALID_SOCKET; // soap_done would close it, too
+    soap_destroy(soap);
+    soap_end(soap);
+    soap_done(soap);
+    const int result = close(listener);
+    writeShared(g_wsSocket, -1);
+    return result;
+}
+
+int ws_soap_main(struct soap *soap)
+{
+    configure(soap);
+    registerPlugins(soap);
+
+    const int listener = listenOn(soap, g_serverAddr, g_serverPort);
+    writeShared(g_wsSocket, listener);
+    if (listener == SOAP_INVALID_SOCKET)
+        return rebootUnit(soap);
+
+    writeShared(g_wsRunningSocket, 1);
+    sLogInfo("webServer: Listening address %s:%d", g_serverAddr, g_serverPort);
+    printf("webServer: Listening address %s:%d\n", g_serverAddr, g_serverPort);
+
+    serve(soap);
+    return release(soap);
+}
+
+int ws_soap_close()
+{
+    writeShared(g_wsRunningSocket, 0);
+    sLogInfo("webServer: closing");
+    // Wakes the blocked accept, which then fails. A failure here only means: already closed.
+    shutdown(readShared(g_wsSocket), SHUT_RDWR);
+
+    int waits = 0;
+    while (readShared(g_wsSocket) > 0 && waits < MAX_CLOSE_WAITS) {
+        sleep(1);
+        ++waits;
+    }
+    return waits == MAX_CLOSE_WAITS ? 1 : 0;
+}

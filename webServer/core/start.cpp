@@ -1,0 +1,23 @@
+// core/start.cpp: the order of start-up, nothing else.
+#include "core/config.h"
+#include "core/hooks.h"
+#include "webServer.h"
+
+int http_main()
+{
+    readConfiguration();
+    const int result = spawnHttpThread();
+    // Deliberate: after the thread, as hosts have always seen it; the gate refuses until then.
+    installDefaultHooks();
+    return result;
+}
+
+int webServer_Web_Start()
+{
+    return http_main();
+}
+
+int httpd()
+{
+    return http_main();
+}

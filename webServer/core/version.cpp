@@ -1,0 +1,29 @@
+// core/version.cpp: the version record that firmware tools find in the image, and the banner.
+#include <cstdio>
+
+#include "webServer.h"
+
+// One record, so that the arrays lie one after another between the markers; writable and marked
+// used, so that the compiler neither moves nor drops what it believes to be constant.
+__attribute__((used)) static struct {
+    char sm_markBeginVer[sizeof "markBeginVer"];
+    char sm_webServerCurrentVer[sizeof "v03"];
+    char sm_webServerCurrentSubVer[sizeof ".03.03"];
+    char sm_webServerCompilationDate[sizeof __DATE__];
+    char sm_webServerCompilationTime[sizeof __TIME__];
+    char sm_markEndVer[sizeof "markEndVer"];
+} versionRecord = {"markBeginVer", "v03", ".03.03", __DATE__, __TIME__, "markEndVer"};
+
+static char sm_webServerVerString[256];
+
+int webServerShowVer(char **out)
+{
+    snprintf(sm_webServerVerString, sizeof sm_webServerVerString, "webServer:%s%s:%s %s\n",
+             versionRecord.sm_webServerCurrentVer, versionRecord.sm_webServerCurrentSubVer,
+             versionRecord.sm_webServerCompilationDate, versionRecord.sm_webServerCompilationTime);
+    if (out == nullptr)
+        fputs(sm_webServerVerString, stdout);
+    else
+        *out = sm_webServerVerString;
+    return 0;
+}

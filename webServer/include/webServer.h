@@ -1,0 +1,182 @@
+/* webServer.h: what the library gives the host, and what the host may set.
+ *
+ * A host process links libwebServer.so, provides the functions of webServerHost.h, fills the hooks
+ * and settings below that it wants, and calls webServer_Web_Start() once.
+ *
+ * Threads: the host calls the functions from its own thread; one service thread serves every
+ * request, one at a time, and calls every hook and host function. Nothing is locked: fill hooks and
+ * settings before the start call and leave them alone afterwards.
+ *
+ * SIGPIPE is blocked on the service thread, so a client that leaves early ends only its own
+ * request. Host threads that write to sockets of their own may install sigpipe_handle().
+ *
+ * All integers are 32 bits wide and signed. Texts end in NUL and are UTF-8.
+ */
+#ifndef WEB_SERVER_H
+#define WEB_SERVER_H
+
+#define WS_EXPORT __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+struct soap; /* gSOAP's context of the request being served; see "The gate" below. */
+
+/* Levels that the library asks the gate for. */
+enum { WS_LEVEL_READ = 50, WS_LEVEL_WRITE = 200, WS_LEVEL_REBOOT = 250 };
+
+/* The gate's answers. Every other answer means: known, but not allowed. */
+enum { WS_NOT_AUTHENTICATED = 2, WS_ALLOWED = 3 };
+
+/* ---- Start, stop, version -------------------------------------------------------------------- */
+
+/* Starts the service: reads the environment (see "Configuration"), starts the service thread, then
+ * installs the default hooks if g_csEnabled is 0. Returns without waiting for the port to be bound.
+ *
+ * A failed bind (port in use or outside 1 to 65535, unusable address) REBOOTS THE UNIT: the service
+ * thread logs it, calls sync() and reboot(RB_AUTOBOOT). A host for a PC defines both functions
+ * itself.
+ *
+ * Call it once, and again only after ws_soap_close() has returned 0: a second service would fail to
+ * bind and so reboot the unit.
+ *
+ * Returns 0: started; -1: no thread could be created (logged); else the error number of
+ * pthread_detach (logged; the service runs all the same). The two names do the same. */
+WS_EXPORT int webServer_Web_Start(void);
+WS_EXPORT int httpd(void);
+
+/* Stops the service, from a host thread: lets the request being served finish, and waits for at
+ * most ten seconds. Returns 0: stopped, or was not listening; 1: still serving (it stops when the
+ * request ends; call again to wait on). Wait for g_wsRunningSocket to become 1 after a start before
+ * calling this: a service that has not bound its port yet is not stopped. */
+WS_EXPORT int ws_soap_close(void);
+
+/* The version banner, "webServer:v03.03.03:Sep 27 2022 09:48:50\n". A null out prints it to standard
+ * output; otherwise *out is pointed at a text that the library owns. Always returns 0. */
+WS_EXPORT int webServerShowVer(char **out);
+
+/* A signal handler that does nothing, for hosts to install for SIGPIPE. The library itself installs
+ * no handler. */
+WS_EXPORT void sigpipe_handle(int signal);
+
+/* The steps of a start, exported for hosts that always had them; webServer_Web_Start() calls them
+ * all. http_main() is the whole start, spawnHttpThread() only the thread, setThreadName() names the
+ * calling thread "webServer" and returns the result of prctl(). */
+WS_EXPORT int http_main(void);
+WS_EXPORT int spawnHttpThread(void);
+WS_EXPORT int setThreadName(void);
+
+/* ---- Configuration: written at start from the environment, read-only afterwards -------------- *
+ * The texts are never freed. Folders end in "/" (a "\" at the end is kept as it is).             */
+
+extern WS_EXPORT const char *g_webDir;     /* WEB_DIR, "/mnt/bf/webFiles/": the web root          */
+extern WS_EXPORT const char *g_configDir;  /* CONFIG_DIR, "/mnt/flash/cfgFiles/"                  */
+extern WS_EXPORT const char *g_sslDir;     /* SSL_DIR, "/mnt/bf/ssl/": for the host, not read here */
+extern WS_EXPORT const char *g_rootFile;   /* ROOT_FILE, "index.htm": for the host, not read here */
+extern WS_EXPORT const char *g_serverAddr; /* SERVER_ADDR, "127.0.0.1": listening IPv4 address    */
+extern WS_EXPORT int g_serverPort;         /* SERVER_PORT, 33080: by atoi(), 0 means the default  */
+extern WS_EXPORT int g_webRemote;          /* WEB_IS_REMOTE: 1 if exactly "Y", else 0. With 1, a
+                                              unit under local control refuses commands and set
+                                              points from the network.                            */
+
+/* ---- Settings: written by the host before the start ------------------------------------------ */
+
+/* Security mode. Non-zero: the host's security module decides, through the hooks. 0: the library's
+ * own: every SOAP call is allowed and user administration is refused without a fault. Initially 0. */
+extern WS_EXPORT int g_csEnabled;
+
+/* The level that getUserAuth reports in host security mode. Initially 200. */
+extern WS_EXPORT int g_highLevel;
+
+/* Inactivity limit of a browser session in seconds, taken when the session is made. Initially 900. */
+extern WS_EXPORT int sessTimeOut;
+
+/* Storage for the host's hooks: levels, RBAC objects and actions. Initially 0, not read here. */
+extern WS_EXPORT int g_lowLevel;
+extern WS_EXPORT int g_wsWritePriv;
+extern WS_EXPORT int g_wsObject;
+extern WS_EXPORT int g_wsLogObj;
+extern WS_EXPORT int g_wsSecLogObj;
+extern WS_EXPORT int g_wsSecRbacObj;
+extern WS_EXPORT int g_wsSecRbacRAct;
+extern WS_EXPORT int g_wsSecRbacWAct;
+
+/* ---- State: written by the library, for the host to read ------------------------------------- */
+
+extern WS_EXPORT int g_wsSocket;        /* listening socket; -1 before the bind and once stopped   */
+extern WS_EXPORT int g_wsRunningSocket; /* 1 while serving, 0 before that and once told to stop    */
+
+/* Address text of the login in progress; null between requests. Service thread only. */
+extern WS_EXPORT char *gblIpAddress;
+
+/* ---- The gate -------------------------------------------------------------------------------- *
+ * May the caller of this request act at this level (WS_LEVEL_...)? Returns WS_NOT_AUTHENTICATED,
+ * WS_ALLOWED or anything else for "known, but not allowed". getRbacPerm passes 1, 2 and 3 to the
+ * client. The user-administration operations ask for the read level even where they change data:
+ * the hooks below apply the host's own rule.
+ *
+ * With g_csEnabled 0 the start installs a gate that allows everything. With g_csEnabled non-zero
+ * the host installs its own before the start; while there is none, callers are refused as not
+ * authenticated.
+ *
+ * To look into the request, compile the gate as C++ with gSOAP's <stdsoap2.h> of the version and
+ * with the macros that built the library (2.8.124; -DWITH_IPV6 -DWITH_COOKIES -DWITH_DOM, as
+ * "pkg-config --cflags gsoapck++" prints them): the layout of struct soap depends on them.
+ *
+ *   struct SOAP_ENV__Header { char *Authentication; };
+ *   request->header                   null, or the SOAP header that the client sent
+ *   request->header->Authentication   null, or the text of its Authentication element
+ *   request->cookies                  what the client sent: a list (next) of name and value; look
+ *                                     for the name "SESSIONID" and leave domain and path alone
+ *   request->ip                       client address, most significant byte first
+ *
+ * All of it belongs to the request and is gone when the hook has returned. */
+extern WS_EXPORT int (*pgf_parseAuth)(struct soap *request, int level);
+
+/* ---- Hooks of the browser login: null at load ------------------------------------------------ */
+
+/* Checks a user name and password. Returns the access level granted; negative: refused; below 50:
+ * known, but not for web pages. In host security mode sessionId points at 80 zeroed bytes that
+ * receive the new session's id as text; otherwise it is null. With g_csEnabled 0 the start installs
+ * appUserVerify() of webServerHost.h here. */
+extern WS_EXPORT int (*pgf_appUserVerify)(const char *user, const char *password, char *sessionId);
+
+/* Is this session id still valid? Negative: no. Asked in host security mode only. */
+extern WS_EXPORT int (*pgf_getSessionStatus)(const char *sessionId);
+
+/* The session ends (logout, replaced, expired). Called in host security mode only. */
+extern WS_EXPORT int (*pgf_closeSession)(const char *sessionId, struct soap *request);
+
+/* For the host's own use: not called by the library, but nulled at start with the others. */
+extern WS_EXPORT int (*pgf_getAuthorization)(const char *sessionId, int object, int action);
+
+/* ---- Hooks of user administration: null at load ---------------------------------------------- *
+ * Called in host security mode only (with g_csEnabled 0 the start nulls all of them but
+ * pgf_ws_getLockedUsers); an operation whose hook is null answers as with g_csEnabled 0.
+ * sessionId is the caller's SESSIONID cookie, or null; user names come from the client unchecked.
+ *
+ * The list hooks point *names at an array of names, both from malloc(), and return how many entries
+ * it has. The library frees every non-null entry and the array. The names reach the client each
+ * with a blank behind it, 2,047 bytes together: the rest is cut. */
+extern WS_EXPORT int (*pgf_ws_getUsersList)(const char *sessionId, char ***names);
+extern WS_EXPORT int (*pgf_ws_getRolesList)(const char *sessionId, char ***names);
+extern WS_EXPORT int (*pgf_ws_getRolesListByUser)(const char *sessionId, const char *user,
+                                                  char ***names);
+extern WS_EXPORT int (*pgf_ws_getLockedUsers)(const char *sessionId, char ***names);
+
+/* The set hooks return a status that the client receives unchanged. The text form of the roles and
+ * the meaning of lock are the host's. */
+extern WS_EXPORT int (*pgf_ws_setUserRoles)(const char *sessionId, const char *user,
+                                            const char *roles);
+extern WS_EXPORT int (*pgf_ws_setUserPassword)(const char *sessionId, const char *user,
+                                               const char *password);
+extern WS_EXPORT int (*pgf_ws_setUserLock)(const char *sessionId, const char *user, int lock);
+
+/* Reserved: not called, the operation getUserLockState answers 0 by itself. */
+extern WS_EXPORT int (*pgf_ws_getUserLockState)(const char *sessionId, const char *user);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,12 @@
+// session/gate.cpp: asks the host whether the caller of a request may act.
+#include "session/gate.h"
+
+#include "session/thread_shared.h"
+#include "webServer.h"
+
+int askGate(struct soap *soap, int level)
+{
+    // The start installs the default gate after the thread, so that a request can come before it.
+    const auto gate = readShared(pgf_parseAuth);
+    return gate == nullptr ? WS_NOT_AUTHENTICATED : gate(soap, level);
+}

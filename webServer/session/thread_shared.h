@@ -1,0 +1,13 @@
+// session/thread_shared.h: access to the plain variables that the host's thread and the service
+// thread both touch. Whoever reads a value also sees what was written before it.
+#pragma once
+
+template <typename T> T readShared(const T &variable)
+{
+    return __atomic_load_n(&variable, __ATOMIC_ACQUIRE);
+}
+
+template <typename T> void writeShared(T &variable, T value)
+{
+    __atomic_store_n(&variable, value, __ATOMIC_RELEASE);
+}

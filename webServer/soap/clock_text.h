@@ -1,0 +1,13 @@
+// soap/clock_text.h: the clock as text, YY:MM:DD:hh:mm:ss in local time of the century 2000.
+#pragma once
+
+#include <cstddef>
+#include <ctime>
+
+// Reads a clock text, which it changes. False when it is none: a character other than digits and
+// ":", fewer than six fields, a field out of range. Runs of ":" count as one, a seventh field is
+// ignored, and the day is not compared with the length of its month.
+bool parseClock(char *text, struct tm *local);
+
+// Writes "YY:MM:DD:hh:mm:ss|source".
+void formatClock(char *text, std::size_t size, const struct tm &local, int source);

@@ -1,0 +1,63 @@
+// soap/fault_detail.cpp: fault details that carry a client's text.
+#include "soap/fault_detail.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "session/text.h"
+
+static const std::size_t DETAIL_SIZE = 1024;
+static const std::size_t LONGEST_ESCAPE = sizeof "&amp;" - 1;
+
+// What stands for a character in XML text; null: the character itself.
+static const char *escapeOf(char character)
+{
+    switch (character) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '\t':
+    case '\n':
+    case '\r':
+        return nullptr;
+    default: // XML has no way to write the other control characters
+        return static_cast<unsigned char>(character) < ' ' ? "?" : nullptr;
+    }
+}
+
+// Takes off a last character of several bytes, which the cut may have split.
+static void dropSplitCharacter(char *text)
+{
+    char *end = text + strlen(text);
+    while (end > text && (end[-1] & 0xC0) == 0x80)
+        *--end = '\0';
+    if (end > text && (end[-1] & 0x80) != 0)
+        end[-1] = '\0';
+}
+
+const char *faultDetail(struct soap *soap, const char *format, ...)
+{
+    char plain[DETAIL_SIZE];
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(plain, sizeof plain, format, arguments);
+    va_end(arguments);
+    if (length >= static_cast<int>(sizeof plain))
+        dropSplitCharacter(plain);
+
+    const std::size_t size = LONGEST_ESCAPE * strlen(plain) + 1;
+    char *escaped = static_cast<char *>(soap_malloc(soap, size));
+    if (escaped == nullptr)
+        return nullptr;
+    TextWriter writer(escaped, size);
+    for (const char *next = plain; *next != '\0'; ++next) {
+        const char character[] = {*next, '\0'};
+        const char *escape = escapeOf(*next);
+        writer.append(escape == nullptr ? character : escape);
+    }
+    return escaped;
+}

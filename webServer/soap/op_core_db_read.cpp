@@ -1,0 +1,107 @@
+// soap/op_core_db_read.cpp: operations that read points of the real-time database.
+#include <cstring>
+
+#include "session/text.h"
+#include "soap/checks.h"
+#include "soap/fault_detail.h"
+#include "webServer.h"
+#include "webServerHost.h"
+
+static const std::size_t SINGLE_READ_SIZE = 1024;
+static const std::size_t MULTI_READ_SIZE = 312;     // of one point's text
+static const std::size_t MULTI_READ_PER_POINT = 64; // of the reply, on average
+static const int MAX_POINTS = 1000;
+
+enum ReadResult { READ = 0, NOT_FOUND = 1, READ_ERROR = 2, NO_SUCH_TYPE = 3 };
+
+static void refuseRead(struct soap *soap, int result, const char *type, const char *name)
+{
+    switch (result) {
+    case NOT_FOUND:
+        refuse(soap, "WebServer Error: Object read error",
+               faultDetail(soap, "Object type %s name %s not found", type, name));
+        break;
+    case READ_ERROR:
+        refuse(soap, "WebServer Error: Object read error",
+               faultDetail(soap, "Object type %s name %s read error", type, name));
+        break;
+    case NO_SUCH_TYPE:
+        refuse(soap, "WebServer Error: Object type error",
+               faultDetail(soap, "Object type %s does not exit", type)); // sic: clients match it
+        break;
+    default:
+        refuse(soap, "WebServer Error: Unknown error", faultDetail(soap, "Error: %d", result));
+    }
+}
+
+int ns__coreDbReadData(struct soap *soap, char *inputType, char *inputName, char *inputFormat,
+                       char **result)
+{
+    if (missing(soap, __func__, {inputType, inputName, inputFormat})
+        || denied(soap, __func__, WS_LEVEL_READ)
+        || invalidText(soap, __func__, "inputType", inputType)
+        || invalidText(soap, __func__, "inputFormat", inputFormat))
+        return soap->error;
+
+    char *text = static_cast<char *>(soap_malloc(soap, SINGLE_READ_SIZE));
+    if (text == nullptr)
+        return soap_receiver_fault(soap, "WebServer Error: Unknown error", __func__);
+    *text = '\0';
+    const int outcome = x_readData(inputType, inputName, inputFormat, text);
+    text[SINGLE_READ_SIZE - 1] = '\0';
+    if (outcome != READ) {
+        refuseRead(soap, outcome, inputType, inputName);
+        return soap->error;
+    }
+    *result = text;
+    return SOAP_OK;
+}
+
+// Takes the next "[name]" off the list: terminates the name in place. Null when there is none.
+static char *nextName(char **list)
+{
+    if (**list != '[')
+        return nullptr;
+    char *name = *list + 1;
+    char *end = strchr(name, ']');
+    if (end == nullptr)
+        return nullptr;
+    *end = '\0';
+    *list = end + 1;
+    return name;
+}
+
+int ns__coreDbReadMultData(struct soap *soap, char *inputType, char *inputNames, char *inputFormat,
+                           int *inputNum, char **result)
+{
+    if (missing(soap, __func__, {inputType, inputNames, inputFormat, inputNum})
+        || denied(soap, __func__, WS_LEVEL_READ)
+        || invalidText(soap, __func__, "inputType", inputType)
+        || invalidText(soap, __func__, "inputFormat", inputFormat)
+        || invalidNumber(soap, __func__, "inputNum", *inputNum))
+        return soap->error;
+    if (*inputNum > MAX_POINTS)
+        return soap_receiver_fault(soap, "WebServer Error: trying to read more than 1000 points",
+                                   nullptr);
+
+    const std::size_t size = static_cast<std::size_t>(*inputNum) * MULTI_READ_PER_POINT;
+    *result = static_cast<char *>(soap_malloc(soap, size));
+    if (*result == nullptr) // sic: the text names the other operation
+        return soap_receiver_fault(soap, "WebServer Error: coreDbReadData: soap_malloc error",
+                                   nullptr);
+
+    TextWriter writer(*result, size);
+    char text[MULTI_READ_SIZE];
+    for (int i = 0; i < *inputNum; ++i) {
+        const char *name = nextName(&inputNames);
+        if (name == nullptr)
+            return soap_receiver_fault(soap, "WebServer Error: input string format error", nullptr);
+        *text = '\0';
+        const bool read = x_readData(inputType, name, inputFormat, text) == READ;
+        text[sizeof text - 1] = '\0';
+        writer.append("[");
+        writer.append(read ? text : "X|X");
+        writer.append("]");
+    }
+    return SOAP_OK;
+}

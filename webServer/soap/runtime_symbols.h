@@ -1,0 +1,34 @@
+// soap/runtime_symbols.h: what the shared gSOAP runtime finds in this library by name. The runtime
+// calls generated code for header, faults and elements: these names, and only these, stay visible.
+// To be included before gSOAP's own headers.
+#pragma once
+
+struct soap;
+struct Namespace;
+
+#pragma GCC visibility push(default)
+
+const char **soap_faultcode(struct soap *);
+const char **soap_faultsubcode(struct soap *);
+const char **soap_faultstring(struct soap *);
+const char **soap_faultdetail(struct soap *);
+const char *soap_fault_subcode(struct soap *);
+const char *soap_fault_string(struct soap *);
+const char *soap_fault_detail(struct soap *);
+void soap_serializefault(struct soap *);
+int soap_getfault(struct soap *);
+int soap_putfault(struct soap *);
+void soap_serializeheader(struct soap *);
+int soap_getheader(struct soap *);
+int soap_putheader(struct soap *);
+
+extern "C" {
+extern struct Namespace namespaces[];
+void soap_markelement(struct soap *, const void *, int);
+void *soap_getelement(struct soap *, const char *, int *);
+int soap_putelement(struct soap *, const void *, const char *, int, int);
+void *soap_dupelement(struct soap *, const void *, int);
+void soap_delelement(const void *, int);
+}
+
+#pragma GCC visibility pop
