@@ -10,13 +10,15 @@
 
 static const std::size_t STACK_BYTES = 128 * 1024 + 20000;
 
-// The one gSOAP context. Static because it is larger than the service thread's stack.
-static struct soap la_soap;
+// The memory of the one gSOAP context: static, because it is larger than the service thread's stack;
+// bare, because it must not be destroyed under the service thread when the host exits.
+alignas(struct soap) static unsigned char contextMemory[sizeof(struct soap)];
 
 static void *mainThread(void *)
 {
-    ws_soap_initiate(&la_soap);
-    ws_soap_main(&la_soap);
+    auto *la_soap = reinterpret_cast<struct soap *>(contextMemory);
+    ws_soap_initiate(la_soap);
+    ws_soap_main(la_soap);
     return nullptr;
 }
 

@@ -1,8 +1,6 @@
 // soap/checks.cpp: the questions an operation asks before it touches the host, and its faults.
 #include "soap/checks.h"
 
-#include <algorithm>
-
 #include "session/gate.h"
 #include "soap/validation.h"
 #include "webServer.h"
@@ -20,7 +18,10 @@ bool refuseParameters(struct soap *soap, const char *operation)
 
 bool anyAbsent(std::initializer_list<const void *> fields)
 {
-    return std::find(fields.begin(), fields.end(), nullptr) != fields.end();
+    for (const void *field : fields)
+        if (field == nullptr)
+            return true;
+    return false;
 }
 
 bool missing(struct soap *soap, const char *operation, std::initializer_list<const void *> fields)

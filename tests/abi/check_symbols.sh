@@ -1,0 +1,23 @@
+#!/bin/bash
+# check_symbols.sh LIBRARY LISTS: compares what the library exports to hosts, imports from them and
+# links with the lists in the repository.
+set -euo pipefail
+library=$1 lists=$2
+export LC_ALL=C
+
+runtime=$(ldd "$library" | awk '/libgsoapck/ {print $3}')
+defined=$(nm -D --defined-only "$library" | awk '{print $NF}' | sort)
+undefined=$(nm -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | sort)
+runtimeNeeds=$(nm -D --undefined-only "$runtime" | awk '{print $2}' | sort)
+runtimeGives=$(nm -D --defined-only "$runtime" | awk '{print $NF}' | sort)
+
+# What the shared gSOAP runtime calls back is visible, too, and nothing else is.
+exports=$(comm -23 <(echo "$defined") <(echo "$runtimeNeeds"))
+# Symbols with a version belong to the C and C++ libraries.
+imports=$(comm -23 <(echo "$undefined" | grep -v '@') <(echo "$runtimeGives"))
+links=$(readelf -d "$library" | sed -n 's/.*NEEDED.*\[\(.*\)\.so.*\]/\1/p' | sed 's/-[0-9.]*$//' | sort)
+
+diff -u "$lists/exports.txt" <(echo "$exports")
+diff -u "$lists/imports.txt" <(echo "$imports")
+diff -u <(printf '%s\n' libc libgsoapck++ libstdc++) <(echo "$links")
+echo "$(echo "$exports" | wc -l) exported, $(echo "$imports" | wc -l) imported, as listed"

@@ -1,0 +1,220 @@
+// tests/core/serve_test.cpp: the service over a real socket: bind, serve, close, and start again.
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <soapH.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "session/cookie.h"
+#include "support/fake_host.h"
+#include "support/wire.h"
+
+using testing::HasSubstr;
+
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
+
+static std::size_t allocatedBytes()
+{
+    if (__sanitizer_get_current_allocated_bytes != nullptr)
+        return __sanitizer_get_current_allocated_bytes();
+    return mallinfo2().uordblks;
+}
+
+static const std::string READ_ANALOG =
+    "<inputType>analog</inputType><inputName>A</inputName><inputFormat></inputFormat>";
+
+static std::size_t threads()
+{
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+struct BadAddress {
+    const char *name;
+    const char *address;
+    int port; // 0: one that is in use
+    const char *reason;
+};
+
+class Bind : public testing::TestWithParam<BadAddress> {};
+
+TEST_P(Bind, FailureRebootsTheUnitAndNamesAddressAndReason)
+{
+    int port = GetParam().port;
+    const int holder = port == 0 ? listenOn(port = freePort()) : -1;
+    setenv("SERVER_ADDR", GetParam().address, 1);
+    setenv("SERVER_PORT", std::to_string(port).c_str(), 1);
+
+    FakeHost fake;
+    const std::size_t before = threads();
+    EXPECT_EQ(0, httpd());
+    EXPECT_TRUE(waitFor([&] { return fake.calls().size() == 2 && threads() == before; }));
+    EXPECT_EQ((std::vector<std::string>{"sync()", "reboot(0x01234567)"}), fake.calls());
+    EXPECT_EQ(-1, g_wsSocket);
+    EXPECT_EQ(0, g_wsRunningSocket);
+    EXPECT_THAT(fake.log(), testing::MatchesRegex(
+        "E webServer: rebooting system since socket binding fails for " + std::string(GetParam().address)
+        + ":" + std::to_string(port) + ". Soap error: " + GetParam().reason + "\n"));
+    close(holder);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, Bind,
+    testing::Values(BadAddress{"UsedPort", "127.0.0.1", 0, "Address already in use"},
+                    BadAddress{"NegativePort", "127.0.0.1", -1, "Invalid argument"},
+                    BadAddress{"PortBehindTheLast", "127.0.0.1", 65536, "Invalid argument"},
+                    BadAddress{"PortModulo65536", "127.0.0.1", 70000, "Invalid argument"},
+                    BadAddress{"ForeignAddress", "192.0.2.1", 24000, "Cannot assign.*"},
+                    BadAddress{"NoAddress", "no.such.address.invalid", 24000, ".+"}),
+    [](const auto &row) { return std::string(row.param.name); });
+
+TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
+{
+    FakeHost fake;
+    const std::string closing = "I webServer: closing\n";
+    EXPECT_EQ(0, ws_soap_close()) << "nothing to close yet";
+    std::string expected = closing;
+    for (int run = 0; run < 3; ++run) {
+        const Service service;
+        EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("<return>512Q</return>"));
+        expected += "I webServer: Listening address 127.0.0.1:" + std::to_string(service.port())
+                    + "\n" + closing;
+    }
+    EXPECT_EQ(-1, g_wsSocket);
+    EXPECT_EQ(0, g_wsRunningSocket);
+    EXPECT_EQ(0, ws_soap_close());
+    EXPECT_EQ(expected + closing, fake.log());
+}
+
+TEST(Close, WaitsTenSecondsForTheRequestThatIsBeingServed)
+{
+    FakeHost fake;
+    std::mutex busy;
+    busy.lock();
+    fake.read = [&](const char *, char *) {
+        fake.record("busy");
+        const std::lock_guard<std::mutex> wait(busy);
+        return 0;
+    };
+    {
+        Service service;
+        const int client = connectTo(service.port());
+        const std::string body = envelope("coreDbReadData", READ_ANALOG);
+        const std::string request = "POST / HTTP/1.1\r\nContent-Type: text/xml\r\nContent-Length: "
+                                    + std::to_string(body.size()) + "\r\n\r\n" + body;
+        send(client, request.data(), request.size(), MSG_NOSIGNAL);
+        EXPECT_TRUE(waitFor([&] { return fake.calls().size() == 2; }));
+
+        EXPECT_EQ(1, ws_soap_close());
+        EXPECT_EQ(2U + 10U, fake.calls().size()) << "ten waits of a second";
+        busy.unlock();
+        char reply[16] = "";
+        EXPECT_EQ(15, recv(client, reply, 15, MSG_WAITALL));
+        EXPECT_STREQ("HTTP/1.1 200 OK", reply) << "the request is still answered";
+        close(client);
+    }
+    EXPECT_EQ("sleep(1)", fake.calls().back());
+}
+
+TEST(Service, OwnsAThreadNamedAfterItWithSigpipeBlocked)
+{
+    FakeHost fake;
+    fake.read = [&](const char *, char *text) {
+        prctl(PR_GET_NAME, text);
+        sigset_t blocked;
+        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        return sigismember(&blocked, SIGPIPE) == 1 ? 0 : 2;
+    };
+    Service service;
+    EXPECT_THAT(service.post(envelope("coreDbReadData", READ_ANALOG)),
+                HasSubstr("<return>webServer</return>"));
+}
+
+TEST(Service, SurvivesClientsThatLeaveEarlyAndBrokenRequests)
+{
+    FakeHost fake;
+    fake.read = [](const char *, char *text) { return memset(text, 'x', 311), text[311] = '\0', 0; };
+    signal(SIGPIPE, SIG_DFL);
+    Service service;
+
+    std::string names;
+    for (int i = 0; i < 1000; ++i)
+        names += "[A]";
+    const std::string large = envelope("coreDbReadMultData",
+                                       "<inputType>analog</inputType><inputNames>" + names
+                                           + "</inputNames><inputFormat/><inputNum>1000</inputNum>");
+    const struct linger abort = {1, 0}; // close() resets the connection
+    for (int i = 0; i < 20; ++i) {
+        const int client = connectTo(service.port());
+        const std::string request = "POST / HTTP/1.1\r\nContent-Type: text/xml\r\nContent-Length: "
+                                    + std::to_string(large.size()) + "\r\n\r\n" + large;
+        send(client, request.data(), request.size(), MSG_NOSIGNAL);
+        setsockopt(client, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+        close(client);
+    }
+    for (const char *bytes : {"", "\r\n", "POST", "GET / HTTP/1.1\r\n\r\n", "<x/>",
+                              "POST / HTTP/1.1\r\nContent-Length: 5\r\n\r\n<<<<<"}) {
+        const int client = connectTo(service.port());
+        send(client, bytes, strlen(bytes), MSG_NOSIGNAL);
+        shutdown(client, SHUT_WR);
+        char rest[512];
+        while (recv(client, rest, sizeof rest, 0) > 0)
+            continue;
+        close(client);
+    }
+    EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
+}
+
+TEST(Service, LimitsTheSizeOfARequest)
+{
+    FakeHost fake;
+    Service service;
+    const std::string value(17 * 1024 * 1024, 'x');
+    const std::string reply = service.post(envelope("fnPut", "<arg>" + value + "</arg>"));
+    EXPECT_THAT(reply, testing::Not(HasSubstr("200 OK")));
+    EXPECT_TRUE(fake.calls().empty());
+    EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
+}
+
+// What the gate sees of a request, for the host to decide on.
+static int describeRequest(struct soap *soap, int)
+{
+    const char *cookie = sessionCookie(soap);
+    const char *header = soap->header == nullptr ? nullptr : soap->header->Authentication;
+    const char *user = soap->userid;
+    host().record(std::string(cookie == nullptr ? "-" : cookie) + " "
+                  + (header == nullptr ? "-" : header) + " " + (user == nullptr ? "-" : user) + " "
+                  + soap->path);
+    return 4;
+}
+
+TEST(Service, LeavesNothingOfARequestToTheNextOne)
+{
+    FakeHost fake;
+    pgf_parseAuth = describeRequest;
+    Service service;
+    const std::string asks = envelope("thmGetInfo");
+    const std::string headers = "Authorization: Basic dXNlcjpwdw==\r\n"
+                                "Cookie: a=b; SESSIONID=secret; $Path=/x; $Domain=d\r\n";
+    const std::string known = "secret token user /";
+    const auto servesStrangers = [&] {
+        service.post(envelope("thmGetInfo", "", false, "<Authentication>token</Authentication>"),
+                     headers);
+        service.exchange("GET /page HTTP/1.1\r\n" + headers + "\r\n"); // gets no reply
+        service.post(asks);
+        service.exchange(asks); // an envelope without HTTP
+    };
+    servesStrangers();
+    EXPECT_EQ((std::vector<std::string>{known, "- - - /", "- - - "}), fake.calls());
+
+    const std::size_t before = allocatedBytes();
+    for (int i = 0; i < 200; ++i)
+        servesStrangers();
+    const std::size_t recorded = 600 * 64; // by this test, with room
+    EXPECT_LT(allocatedBytes(), before + recorded);
+}

@@ -1,0 +1,139 @@
+// tests/core/start_test.cpp: configuration, default hooks, version record and banner.
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <link.h>
+#include <string>
+
+#include "core/config.h"
+#include "core/hooks.h"
+#include "support/fake_host.h"
+
+TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
+{
+    static const struct {
+        const char *variable;
+        const char *const *global;
+        const char *value; // null: unset
+        const char *expected;
+    } CASES[] = {
+        {"WEB_DIR", &g_webDir, nullptr, "/mnt/bf/webFiles/"},
+        {"WEB_DIR", &g_webDir, "", "/mnt/bf/webFiles/"},
+        {"WEB_DIR", &g_webDir, "/data/web", "/data/web/"},
+        {"WEB_DIR", &g_webDir, "/data/web/", "/data/web/"},
+        {"WEB_DIR", &g_webDir, "C:\\web\\", "C:\\web\\"},
+        {"CONFIG_DIR", &g_configDir, nullptr, "/mnt/flash/cfgFiles/"},
+        {"CONFIG_DIR", &g_configDir, "c", "c/"},
+        {"SSL_DIR", &g_sslDir, "", "/mnt/bf/ssl/"},
+        {"SSL_DIR", &g_sslDir, "/", "/"},
+        {"ROOT_FILE", &g_rootFile, "", "index.htm"},
+        {"ROOT_FILE", &g_rootFile, "start", "start"},
+        {"SERVER_ADDR", &g_serverAddr, "", "127.0.0.1"},
+        {"SERVER_ADDR", &g_serverAddr, "127.0.0.9", "127.0.0.9"},
+    };
+    static const char *keep[std::size(CASES)]; // never freed by contract, so no leak either
+    for (std::size_t i = 0; i < std::size(CASES); ++i) {
+        const auto &row = CASES[i];
+        SCOPED_TRACE(std::string(row.variable) + "=" + (row.value == nullptr ? "(unset)" : row.value));
+        if (row.value == nullptr)
+            unsetenv(row.variable);
+        else
+            setenv(row.variable, row.value, 1);
+        readConfiguration();
+        EXPECT_STREQ(row.expected, keep[i] = *row.global);
+        if (row.value != nullptr) {
+            EXPECT_STREQ(row.value, getenv(row.variable)) << "the environment was written to";
+        }
+        unsetenv(row.variable);
+    }
+}
+
+TEST(Configuration, PortAndRemoteFlagFollowTheirOwnRules)
+{
+    static const struct {
+        const char *port;
+        int expectedPort;
+        const char *remote;
+        int expectedRemote;
+    } CASES[] = {{nullptr, 33080, nullptr, 0}, {"", 33080, "", 0},      {"abc", 33080, "y", 0},
+                 {"0", 33080, "Yes", 0},       {"8080x", 8080, "1", 0}, {"-5", -5, "Y", 1},
+                 {"70000", 70000, "Y ", 0}};
+    for (const auto &row : CASES) {
+        unsetenv("SERVER_PORT");
+        unsetenv("WEB_IS_REMOTE");
+        if (row.port != nullptr)
+            setenv("SERVER_PORT", row.port, 1);
+        if (row.remote != nullptr)
+            setenv("WEB_IS_REMOTE", row.remote, 1);
+        readConfiguration();
+        EXPECT_EQ(row.expectedPort, g_serverPort) << row.port;
+        EXPECT_EQ(row.expectedRemote, g_webRemote) << row.remote;
+    }
+}
+
+TEST(Hooks, DefaultsReplaceTheHostsOnlyWhenItsSecurityIsOff)
+{
+    FakeHost fake;
+    installSecurityHooks();
+    pgf_closeSession = [](const char *, struct soap *) { return 0; };
+    pgf_getSessionStatus = [](const char *) { return 0; };
+    pgf_getAuthorization = [](const char *, int, int) { return 0; };
+    pgf_appUserVerify = [](const char *, const char *, char *) { return 0; };
+    const auto hooks = [] {
+        return std::vector<bool>{
+            pgf_closeSession != nullptr,          pgf_getSessionStatus != nullptr,
+            pgf_getAuthorization != nullptr,      pgf_ws_getUsersList != nullptr,
+            pgf_ws_getRolesList != nullptr,       pgf_ws_getRolesListByUser != nullptr,
+            pgf_ws_setUserRoles != nullptr,       pgf_ws_setUserPassword != nullptr,
+            pgf_ws_getUserLockState != nullptr,   pgf_ws_setUserLock != nullptr,
+            pgf_parseAuth != parseAuth,           pgf_appUserVerify != appUserVerify};
+    };
+
+    installDefaultHooks();
+    EXPECT_EQ(std::vector<bool>(12, true), hooks()) << "host security is on: none is touched";
+
+    g_csEnabled = 0;
+    installDefaultHooks();
+    EXPECT_EQ(std::vector<bool>(12, false), hooks());
+    EXPECT_NE(nullptr, pgf_ws_getLockedUsers);
+    EXPECT_EQ(WS_ALLOWED, pgf_parseAuth(nullptr, WS_LEVEL_REBOOT));
+}
+
+TEST(Version, BannerGoesToTheCallerOrToStandardOutput)
+{
+    char *banner = nullptr;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, webServerShowVer(&banner));
+    EXPECT_EQ("", testing::internal::GetCapturedStdout());
+    char month[4];
+    int day, year, hour, minute, second, length = 0;
+    EXPECT_EQ(6, sscanf(banner, "webServer:v03.03.03:%3s %d %d %d:%d:%d%n", month, &day, &year, &hour,
+                        &minute, &second, &length));
+    EXPECT_STREQ("\n", banner + length);
+
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, webServerShowVer(nullptr));
+    EXPECT_EQ(banner, testing::internal::GetCapturedStdout());
+}
+
+// What a firmware tool does with the library's file.
+TEST(Version, RecordLiesBetweenItsMarkersInWritableData)
+{
+    std::ifstream file(WEBSERVER_LIBRARY, std::ios::binary);
+    const std::string image((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::size_t begin = image.find(std::string("markBeginVer\0v03\0.03.03\0", 24));
+    ASSERT_NE(std::string::npos, begin);
+    const std::size_t end = image.find(std::string("markEndVer\0", 11), begin);
+    EXPECT_EQ(begin + 24 + sizeof "Mmm dd yyyy" + sizeof "hh:mm:ss", end);
+
+    const auto *header = reinterpret_cast<const ElfW(Ehdr) *>(image.data());
+    const auto *segments = reinterpret_cast<const ElfW(Phdr) *>(image.data() + header->e_phoff);
+    bool writable = false;
+    for (int i = 0; i < header->e_phnum; ++i)
+        if (segments[i].p_type == PT_LOAD && begin >= segments[i].p_offset
+            && end < segments[i].p_offset + segments[i].p_filesz)
+            writable = (segments[i].p_flags & PF_W) != 0;
+    EXPECT_TRUE(writable);
+}

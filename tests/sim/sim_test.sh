@@ -1,0 +1,74 @@
+#!/bin/bash
+# sim_test.sh SIM REQUESTS: the reference unit as a person runs it: options, signals, restart, and
+# every example request.
+set -euo pipefail
+sim=$1 requests=$2
+work=$(mktemp -d)
+pid=
+touch "$work/out" "$work/log"
+trap '[ -z "$pid" ] || kill -9 "$pid" 2>/dev/null; rm -rf "$work"' EXIT
+port=$((20000 + $$ % 9000 + 1000))
+
+fail() { echo "FAILED: $*"; cat "$work"/*; exit 1; }
+post() { curl -sS --max-time 10 -H 'Content-Type: text/xml' --data-binary "$1" "http://127.0.0.1:$port/"; }
+value() { sed -n 's/.*<return>\(.*\)<\/return>.*/\1/p'; }
+start() { "$sim" --port "$port" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
+ready() { # TIMES: the unit has said so that often
+  for _ in $(seq 300); do
+    [ "$(grep -c 'Unit ready' "$work/out")" -lt "$1" ] || return 0
+    sleep 0.05
+  done
+  fail "not ready"
+}
+stop() { # SIGNAL: the unit must end with status 0
+  kill -"$1" "$pid"
+  wait "$pid" || fail "status $? after $1"
+  pid=
+}
+
+"$sim" --help | grep -q -- --web-root || fail "--help"
+! "$sim" --port 70000 >/dev/null 2>&1 || fail "a port out of range is accepted"
+
+start # and stop as soon as the program has taken charge of its signals
+until grep -qx sim "/proc/$pid/comm" && grep -q 'SigBlk:.*[1-9a-f]' "/proc/$pid/status"; do :; done
+stop TERM
+
+start --remote --verbose
+ready 1
+first=$(post "@$requests/coreDbReadData.xml" | value)
+for request in "$requests"/*.xml; do
+  operation=$(basename "$request" .xml)
+  [ "$operation" != rtuReboot ] || continue
+  reply=$(post "@$request")
+  case $operation in
+    getUserAuth) grep -q 'Authentication error' <<<"$reply" || fail "$operation: $reply" ;;
+    *) grep -q "ns:${operation}Response>" <<<"$reply" || fail "$operation: $reply" ;;
+  esac
+done
+[ "$(ls "$requests"/*.xml | wc -l)" -eq 22 ] || fail "not one example per operation"
+
+# The reboot request restarts the program; its points move.
+post "@$requests/rtuReboot.xml" | grep -q '<return>0</return>' || fail "reboot"
+ready 2
+[ "$(post "@$requests/coreDbReadData.xml" | value)" != "$first" ] || fail "the value did not move"
+grep -q 'restarting' "$work/log" || fail "no restart"
+
+# What is written shows in later reads, and the interlock can be seen at work.
+body() { printf '<E:Envelope xmlns:E="http://schemas.xmlsoap.org/soap/envelope/"><E:Body><n:%s xmlns:n="urn:soapServ">%s</n:%s></E:Body></E:Envelope>' "$1" "$2" "$1"; }
+point='<inputType>setPoint</inputType><inputName>V_SETPOINT</inputName>'
+[ "$(post "$(body coreDbKrunchData "$point<value>42.5</value>")" | value)" = 0 ] || fail "krunch"
+post "$(body coreDbReadData "$point<inputFormat/>")" | value | grep -q '^42.5|' || fail "written value"
+hostile="$(body coreDbReadData "$point<inputFormat>%d%n%s</inputFormat>")"
+post "$hostile" | grep -q 'Fault' || fail "a hostile format is read"
+post "$(body fnPut '<binContName>coreDb</binContName><function>setLR</function><arg>L</arg>')" >/dev/null
+[ "$(post "$(body coreDbKrunchData "$point<value>1</value>")" | value)" = 1 ] || fail "local control"
+post "$(body thmSetTime '<inputTime>31:02:03:04:05:06</inputTime>')" >/dev/null
+post "$(body thmGetInfo '')" | value | grep -q '^31:02:03:04:05:0' || fail "the unit's clock"
+
+if "$sim" --port "$port" >"$work/second" 2>&1; then fail "a used port is no error"; fi
+grep -q "cannot listen on 127.0.0.1:$port" "$work/second" || fail "no clear message"
+
+# The line that the unit prints for pasting works as it stands.
+sh -c "$(grep '^curl' "$work/out" | tail -1)" | grep -q '<return>' || fail "the printed curl line"
+stop INT
+echo "reference unit: all 22 requests answered"

@@ -1,0 +1,53 @@
+// tests/support/fake_host.h: a host under a test's control; nothing reboots, and waiting is short.
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "webServer.h"
+#include "webServerHost.h"
+
+// One at a time. Starts from the state in which the library is loaded, with a gate installed.
+class FakeHost {
+    mutable std::mutex mutex_;
+    std::vector<std::string> calls_;
+    std::string log_;
+
+public:
+    FakeHost();
+    ~FakeHost();
+    FakeHost(const FakeHost &) = delete;
+    FakeHost &operator=(const FakeHost &) = delete;
+
+    // What the host answers.
+    int verdict = WS_ALLOWED;
+    int status = 0; // of every function without an answer of its own below
+    std::function<int(const char *name, char *text)> read = [](const char *, char *) { return 0; };
+    std::string answer;  // of fnPutS
+    int answerStatus = 0;
+    const char *coreDbVersion = "coreDb: 10.00";
+    const char *baseline = "baseline";
+    int timeModule = 1;
+    int timeSource = 2;
+    time_t now = 0; // of the real-time clock; 0: the machine's
+    std::vector<std::string> names; // of the list hooks; "" stands for a null entry
+    int namesCount = 0;
+
+    // What the library did.
+    int askedLevel = 0;
+    std::vector<std::string> calls() const; // "x_readData(analog,A,%d)", in order
+    std::string log() const;                // lines "E text", "W text", "I text"
+
+    void record(const std::string &call);
+    void write(char level, const std::string &line);
+};
+
+FakeHost &host(); // the one that exists
+
+// Waits, for at most ten seconds, until the condition holds.
+bool waitFor(const std::function<bool()> &condition);
+
+// Installs all user-administration hooks and turns the host's security on.
+void installSecurityHooks();

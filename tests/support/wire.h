@@ -1,0 +1,34 @@
+// tests/support/wire.h: the running service and a client's bytes to and from it.
+#pragma once
+
+#include <string>
+
+// The service on a free loopback port, from start to close.
+class Service {
+    int port_;
+
+public:
+    Service();
+    ~Service(); // closes it; the test fails when it does not stop
+    Service(const Service &) = delete;
+    Service &operator=(const Service &) = delete;
+    int port() const { return port_; }
+
+    // Sends bytes and returns all that comes back until the connection ends.
+    std::string exchange(const std::string &bytes) const;
+    // Posts an envelope: the HTTP reply. headers are further lines, each with its CR LF.
+    std::string post(const std::string &envelope, const std::string &headers = "") const;
+};
+
+// A port of the loopback interface that nobody listens on, below the kernel's ephemeral range.
+int freePort();
+
+// A socket that listens on the port.
+int listenOn(int port);
+
+// A connected socket; -1 when nobody listens.
+int connectTo(int port);
+
+// <ns:operation>children</ns:operation> in an envelope of SOAP 1.1 or 1.2.
+std::string envelope(const std::string &operation, const std::string &children = "",
+                     bool soap12 = false, const std::string &header = "");
