@@ -26,9 +26,9 @@ struct Account {
 };
 
 static const Account ACCOUNTS[] = {
-    {"admin", "admin", WS_LEVEL_REBOOT},
-    {"operator", "operator", WS_LEVEL_WRITE},
-    {"viewer", "viewer", WS_LEVEL_READ},
+    {"admin",    "admin",    WS_LEVEL_REBOOT},
+    {"operator", "operator", WS_LEVEL_WRITE },
+    {"viewer",   "viewer",   WS_LEVEL_READ  },
 };
 
 // ---- Function containers -----------------------------------------------------------------------
@@ -94,11 +94,11 @@ struct Function {
 };
 
 static const Function FUNCTIONS[] = {
-    {"coreDb", "getLR", getLR},      // the switch: L local, R remote, U unknown
-    {"coreDb", "setLR", setLR},      // with the letter
-    {"thm", "setSource", setSource}, // active time source, with its number
-    {"unit", "uptime", uptime},      // in seconds
-    {"unit", "echo", echo},          // answers the argument
+    {"coreDb", "getLR",     getLR    }, // the switch: L local, R remote, U unknown
+    {"coreDb", "setLR",     setLR    }, // with the letter
+    {"thm",    "setSource", setSource}, // active time source, with its number
+    {"unit",   "uptime",    uptime   }, // in seconds
+    {"unit",   "echo",      echo     }, // answers the argument
 };
 
 static const char *textOrEmpty(const char *text)

@@ -38,9 +38,10 @@ static std::size_t startLine(char *line, LogLevel level)
     localtime_r(&now.tv_sec, &local);
     const std::size_t length = strftime(line, LINE_BYTES, "%Y-%m-%d %H:%M:%S", &local);
     const std::size_t room = LINE_BYTES - length;
-    return length + written(snprintf(line + length, room, ".%03ld %-5s ",
-                                     now.tv_nsec / NANOSECONDS_PER_MILLISECOND, LEVEL_NAMES[level]),
-                            room);
+    return length
+           + written(snprintf(line + length, room, ".%03ld %-5s ",
+                              now.tv_nsec / NANOSECONDS_PER_MILLISECOND, LEVEL_NAMES[level]),
+                     room);
 }
 
 // Clients choose part of the text: it must not look like a line of its own, nor steer a terminal.
@@ -53,8 +54,8 @@ static void defuse(char *text)
     }
 }
 
-__attribute__((format(printf, 2, 0)))
-static void logLine(LogLevel level, const char *format, va_list arguments)
+__attribute__((format(printf, 2, 0))) static void logLine(LogLevel level, const char *format,
+                                                          va_list arguments)
 {
     if (level > mostDetailed)
         return;

@@ -51,11 +51,11 @@ static void apply(const CLI::App &app, const Options &options)
         const std::string value;
     };
     const Setting settings[] = {
-        {"--address", "SERVER_ADDR", options.address},
-        {"--port", "SERVER_PORT", std::to_string(options.port)},
-        {"--web-root", "WEB_DIR", options.webRoot},
-        {"--config-dir", "CONFIG_DIR", options.configDir},
-        {"--remote", "WEB_IS_REMOTE", "Y"},
+        {"--address",    "SERVER_ADDR",   options.address             },
+        {"--port",       "SERVER_PORT",   std::to_string(options.port)},
+        {"--web-root",   "WEB_DIR",       options.webRoot             },
+        {"--config-dir", "CONFIG_DIR",    options.configDir           },
+        {"--remote",     "WEB_IS_REMOTE", "Y"                         },
     };
     for (const Setting &setting : settings)
         if (app.count(setting.option) > 0)

@@ -27,8 +27,8 @@ class Unit {
     using Clock = std::chrono::steady_clock;
 
     struct State {
-        double value;     // the present one, unless simulated: then the one last read
-        bool simulated;   // false while forced or blocked; never true of commands and set points
+        double value;   // the present one, unless simulated: then the one last read
+        bool simulated; // false while forced or blocked; never true of commands and set points
         bool blocked;
         char quality[QUALITY_SIZE];
         double walkSteps; // that a WALK has made since the start
@@ -59,7 +59,7 @@ public:
     // 1: freezes the point; 0: gives it back to the simulation, from blocking and forcing.
     WriteStatus block(const char *type, const char *name, int on);
 
-    char localRemote(); // 'L' local, 'R' remote, 'U' unknown
+    char localRemote();                   // 'L' local, 'R' remote, 'U' unknown
     int setLocalRemote(const char *text); // 0 or -1: none of the three letters
 };
 

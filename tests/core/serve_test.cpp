@@ -58,8 +58,9 @@ TEST_P(Bind, FailureRebootsTheUnitAndNamesAddressAndReason)
     EXPECT_EQ(-1, g_wsSocket);
     EXPECT_EQ(0, g_wsRunningSocket);
     EXPECT_THAT(fake.log(), testing::MatchesRegex(
-        "E webServer: rebooting system since socket binding fails for " + std::string(GetParam().address)
-        + ":" + std::to_string(port) + ". Soap error: " + GetParam().reason + "\n"));
+                                "E webServer: rebooting system since socket binding fails for "
+                                + std::string(GetParam().address) + ":" + std::to_string(port)
+                                + ". Soap error: " + GetParam().reason + "\n"));
     close(holder);
 }
 
@@ -138,16 +139,18 @@ TEST(Service, OwnsAThreadNamedAfterItWithSigpipeBlocked)
 TEST(Service, SurvivesClientsThatLeaveEarlyAndBrokenRequests)
 {
     FakeHost fake;
-    fake.read = [](const char *, char *text) { return memset(text, 'x', 311), text[311] = '\0', 0; };
+    fake.read = [](const char *, char *text) {
+        return memset(text, 'x', 311), text[311] = '\0', 0;
+    };
     signal(SIGPIPE, SIG_DFL);
     Service service;
 
     std::string names;
     for (int i = 0; i < 1000; ++i)
         names += "[A]";
-    const std::string large = envelope("coreDbReadMultData",
-                                       "<inputType>analog</inputType><inputNames>" + names
-                                           + "</inputNames><inputFormat/><inputNum>1000</inputNum>");
+    const std::string large = envelope(
+        "coreDbReadMultData", "<inputType>analog</inputType><inputNames>" + names
+                                  + "</inputNames><inputFormat/><inputNum>1000</inputNum>");
     const struct linger abort = {1, 0}; // close() resets the connection
     for (int i = 0; i < 20; ++i) {
         const int client = connectTo(service.port());

@@ -36,7 +36,8 @@ TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
     static const char *keep[std::size(CASES)]; // never freed by contract, so no leak either
     for (std::size_t i = 0; i < std::size(CASES); ++i) {
         const auto &row = CASES[i];
-        SCOPED_TRACE(std::string(row.variable) + "=" + (row.value == nullptr ? "(unset)" : row.value));
+        SCOPED_TRACE(std::string(row.variable) + "="
+                     + (row.value == nullptr ? "(unset)" : row.value));
         if (row.value == nullptr)
             unsetenv(row.variable);
         else
@@ -83,12 +84,12 @@ TEST(Hooks, DefaultsReplaceTheHostsOnlyWhenItsSecurityIsOff)
     pgf_appUserVerify = [](const char *, const char *, char *) { return 0; };
     const auto hooks = [] {
         return std::vector<bool>{
-            pgf_closeSession != nullptr,          pgf_getSessionStatus != nullptr,
-            pgf_getAuthorization != nullptr,      pgf_ws_getUsersList != nullptr,
-            pgf_ws_getRolesList != nullptr,       pgf_ws_getRolesListByUser != nullptr,
-            pgf_ws_setUserRoles != nullptr,       pgf_ws_setUserPassword != nullptr,
-            pgf_ws_getUserLockState != nullptr,   pgf_ws_setUserLock != nullptr,
-            pgf_parseAuth != parseAuth,           pgf_appUserVerify != appUserVerify};
+            pgf_closeSession != nullptr,        pgf_getSessionStatus != nullptr,
+            pgf_getAuthorization != nullptr,    pgf_ws_getUsersList != nullptr,
+            pgf_ws_getRolesList != nullptr,     pgf_ws_getRolesListByUser != nullptr,
+            pgf_ws_setUserRoles != nullptr,     pgf_ws_setUserPassword != nullptr,
+            pgf_ws_getUserLockState != nullptr, pgf_ws_setUserLock != nullptr,
+            pgf_parseAuth != parseAuth,         pgf_appUserVerify != appUserVerify};
     };
 
     installDefaultHooks();
@@ -109,8 +110,8 @@ TEST(Version, BannerGoesToTheCallerOrToStandardOutput)
     EXPECT_EQ("", testing::internal::GetCapturedStdout());
     char month[4];
     int day, year, hour, minute, second, length = 0;
-    EXPECT_EQ(6, sscanf(banner, "webServer:v03.03.03:%3s %d %d %d:%d:%d%n", month, &day, &year, &hour,
-                        &minute, &second, &length));
+    EXPECT_EQ(6, sscanf(banner, "webServer:v03.03.03:%3s %d %d %d:%d:%d%n", month, &day, &year,
+                        &hour, &minute, &second, &length));
     EXPECT_STREQ("\n", banner + length);
 
     testing::internal::CaptureStdout();
@@ -122,7 +123,8 @@ TEST(Version, BannerGoesToTheCallerOrToStandardOutput)
 TEST(Version, RecordLiesBetweenItsMarkersInWritableData)
 {
     std::ifstream file(WEBSERVER_LIBRARY, std::ios::binary);
-    const std::string image((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string image((std::istreambuf_iterator<char>(file)),
+                            std::istreambuf_iterator<char>());
     const std::size_t begin = image.find(std::string("markBeginVer\0v03\0.03.03\0", 24));
     ASSERT_NE(std::string::npos, begin);
     const std::size_t end = image.find(std::string("markEndVer\0", 11), begin);

@@ -18,47 +18,67 @@ struct Operation {
 static const Operation OPERATIONS[] = {
     {"coreDbReadData",
      {"<inputType>analog</inputType>", "<inputName>A</inputName>", "<inputFormat>%g</inputFormat>"},
-     "<return>at A</return>", "x_readData(analog,A,%g)"},
+     "<return>at A</return>",
+     "x_readData(analog,A,%g)"},
     {"coreDbReadMultData",
      {"<inputType>analog</inputType>", "<inputNames>[A][B]</inputNames>",
       "<inputFormat>%d</inputFormat>", "<inputNum>2</inputNum>"},
-     "<return>[at A][at B]</return>", "x_readData(analog,B,%d)"},
+     "<return>[at A][at B]</return>",
+     "x_readData(analog,B,%d)"},
     {"coreDbKrunchData",
      {"<inputType>status</inputType>", "<inputName>A</inputName>", "<value>1</value>"},
-     "<return>7</return>", "x_krunchData(status,A,1)"},
+     "<return>7</return>",
+     "x_krunchData(status,A,1)"},
     {"coreDbBlockPoint",
      {"<inputType>status</inputType>", "<inputName>A</inputName>", "<onOff>1</onOff>"},
-     "<return>7</return>", "x_blockPoint(status,A,1)"},
-    {"rtuReboot", {"<user>u</user>", "<password>p</password>"}, "<return>7</return>", "usrReboot()"},
-    {"thmSetTime", {"<inputTime>24:02:29:13:05:00</inputTime>"}, "<return>0</return>",
+     "<return>7</return>",
+     "x_blockPoint(status,A,1)"},
+    {"rtuReboot",
+     {"<user>u</user>", "<password>p</password>"},
+     "<return>7</return>",
+     "usrReboot()"},
+    {"thmSetTime",
+     {"<inputTime>24:02:29:13:05:00</inputTime>"},
+     "<return>0</return>",
      "thmSetTime(1709211900,0,0)"},
     {"thmGetInfo", {}, "<return>24:02:29:13:05:07|2</return>", nullptr},
     {"baselineShowVer", {}, "<return>baseline</return>", nullptr},
     {"fnPutS",
      {"<binContName>c</binContName>", "<binName>b</binName>", "<function>f</function>",
       "<arg>a</arg>", "<timeout>3</timeout>"},
-     "<return>\xC5\x9B</return>", "fnPutS(c,b,f,a,128,3)"},
+     "<return>\xC5\x9B</return>",
+     "fnPutS(c,b,f,a,128,3)"},
     {"fnPut",
      {"<binContName>\xE2\x82\xAC</binContName>", "<binName>b</binName>", "<function>f</function>",
       "<arg>&lt;&amp;\xC5\x9B</arg>"},
-     "<return>7</return>", "fnPut(\xE2\x82\xAC,b,f,<&\xC5\x9B)"},
+     "<return>7</return>",
+     "fnPut(\xE2\x82\xAC,b,f,<&\xC5\x9B)"},
     {"coreDbKrunchDataQuality",
      {"<inputType>analog</inputType>", "<inputName>A</inputName>", "<value>1</value>",
       "<flags>F</flags>"},
-     "<return>7</return>", "x_krunchDataQuality(analog,A,1,F)"},
+     "<return>7</return>",
+     "x_krunchDataQuality(analog,A,1,F)"},
     {"getUserAuth", {}, "<return>200</return>", nullptr},
     {"getRbacPerm", {}, "<return>3</return>", nullptr},
     {"getUsersList", {}, "<return>ann bob </return>", "list(s=1)"},
     {"getRolesList", {}, "<return>ann bob </return>", "list(s=1)"},
-    {"getRolesListByUser", {"<userName>u</userName>"}, "<return>ann bob </return>",
+    {"getRolesListByUser",
+     {"<userName>u</userName>"},
+     "<return>ann bob </return>",
      "listByUser(s=1,u)"},
-    {"setUserRoles", {"<userName>u</userName>", "<rolesList>r s</rolesList>"}, "<return>7</return>",
+    {"setUserRoles",
+     {"<userName>u</userName>", "<rolesList>r s</rolesList>"},
+     "<return>7</return>",
      "set(s=1,u,r s)"},
-    {"setUserPassword", {"<userName>u</userName>", "<passwd>p</passwd>"}, "<return>7</return>",
+    {"setUserPassword",
+     {"<userName>u</userName>", "<passwd>p</passwd>"},
+     "<return>7</return>",
      "set(s=1,u,p)"},
     {"getUserLockState", {"<userName>u</userName>"}, "<return>0</return>", nullptr},
     {"getLockedUsers", {}, "<return>ann bob </return>", "list(s=1)"},
-    {"setUserLock", {"<userName>u</userName>", "<lock>2</lock>"}, "<return>7</return>",
+    {"setUserLock",
+     {"<userName>u</userName>", "<lock>2</lock>"},
+     "<return>7</return>",
      "lock(s=1,u,2)"},
     {"getRTU", {}, "<return>512Q</return>", nullptr},
 };
@@ -154,8 +174,9 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
         EXPECT_THAT(reply, HasSubstr(row.expected)) << row.request;
     }
     EXPECT_TRUE(fake.calls().empty());
-    for (const auto &prefix : {changed("n:getRTU", "getRTU xmlns='urn:soapServ'"), // the default one
-                               changed("n:getRTU", "any:getRTU xmlns:any='urn:soapServ'")}) {
+    for (const auto &prefix :
+         {changed("n:getRTU", "getRTU xmlns='urn:soapServ'"), // the default one
+          changed("n:getRTU", "any:getRTU xmlns:any='urn:soapServ'")}) {
         const std::size_t end = prefix.find("xmlns", prefix.find("</"));
         EXPECT_THAT(service.post(prefix.substr(0, end - 1) + "></E:Body></E:Envelope>"),
                     HasSubstr("512Q"));
@@ -175,8 +196,9 @@ TEST_F(Contract, EchoesTheHeaderInResponsesAndFaults)
         EXPECT_THAT(fault, HasSubstr("WebServer Error: Invalid parameters"));
         EXPECT_THAT(fault, HasSubstr(soap12 ? "<SOAP-ENV:Value>SOAP-ENV:Receiver<"
                                             : "<faultcode>SOAP-ENV:Server<"));
-        EXPECT_THAT(fault, HasSubstr(soap12 ? "<SOAP-ENV:Detail>ns__coreDbReadData</SOAP-ENV:Detail>"
-                                            : "<detail>ns__coreDbReadData</detail>"));
+        EXPECT_THAT(fault,
+                    HasSubstr(soap12 ? "<SOAP-ENV:Detail>ns__coreDbReadData</SOAP-ENV:Detail>"
+                                     : "<detail>ns__coreDbReadData</detail>"));
     }
     EXPECT_THAT(service.post(envelope("getRTU")), testing::Not(HasSubstr("SOAP-ENV:Header>")));
 }

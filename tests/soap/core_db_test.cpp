@@ -20,8 +20,10 @@ TEST(ReadData, TurnsTheHostsResultIntoATextOrAFault)
         int result;
         const char *fault, *detail;
     } CASES[] = {
-        {1, "WebServer Error: Object read error", "Object type analog name A&lt;&amp;&gt;? not found"},
-        {2, "WebServer Error: Object read error", "Object type analog name A&lt;&amp;&gt;? read error"},
+        {1, "WebServer Error: Object read error",
+         "Object type analog name A&lt;&amp;&gt;? not found"},
+        {2, "WebServer Error: Object read error",
+         "Object type analog name A&lt;&amp;&gt;? read error"},
         {3, "WebServer Error: Object type error", "Object type analog does not exit"},
         {4, "WebServer Error: Unknown error", "Error: 4"},
         {-1, "WebServer Error: Unknown error", "Error: -1"},
@@ -157,7 +159,8 @@ TEST(Interlock, RefusesCommandsAndSetPointsOfAUnitUnderLocalControl)
         int plain = -1, quality = -1, block = -1, on = 1;
         char *type = request.change(row.type), *name = request.change("A"), *value = name;
         EXPECT_EQ(SOAP_OK, ns__coreDbKrunchData(request, type, name, value, &plain));
-        EXPECT_EQ(SOAP_OK, ns__coreDbKrunchDataQuality(request, type, name, value, value, &quality));
+        EXPECT_EQ(SOAP_OK,
+                  ns__coreDbKrunchDataQuality(request, type, name, value, value, &quality));
         EXPECT_EQ(SOAP_OK, ns__coreDbBlockPoint(request, type, name, &on, &block));
         const int expected = row.refused == 1 ? 1 : 5;
         EXPECT_EQ(expected, plain);

@@ -10,8 +10,7 @@ TEST(FnPutS, BoundsTheAnswerAndChecksItsTimeoutAfterTheGate)
     Request request;
     char *text = nullptr;
     int timeout = 9;
-    EXPECT_EQ(SOAP_OK,
-              ns__fnPutS(request, nullptr, nullptr, nullptr, nullptr, &timeout, &text));
+    EXPECT_EQ(SOAP_OK, ns__fnPutS(request, nullptr, nullptr, nullptr, nullptr, &timeout, &text));
     EXPECT_STREQ("", text) << "the host wrote nothing";
     EXPECT_EQ("fnPutS(null,null,null,null,128,9)", fake.calls().back());
 
@@ -20,13 +19,11 @@ TEST(FnPutS, BoundsTheAnswerAndChecksItsTimeoutAfterTheGate)
     EXPECT_EQ(std::string(127, 'x'), text);
 
     fake.answerStatus = -1;
-    EXPECT_EQ(SOAP_FAULT,
-              ns__fnPutS(request, nullptr, nullptr, nullptr, nullptr, &timeout, &text));
+    EXPECT_EQ(SOAP_FAULT, ns__fnPutS(request, nullptr, nullptr, nullptr, nullptr, &timeout, &text));
     EXPECT_EQ("WebServer Error: invalid returned value", request.faultString());
     EXPECT_EQ("ns__fnPutS", request.faultDetail());
 
-    EXPECT_EQ(SOAP_FAULT,
-              ns__fnPutS(request, nullptr, nullptr, nullptr, nullptr, nullptr, &text));
+    EXPECT_EQ(SOAP_FAULT, ns__fnPutS(request, nullptr, nullptr, nullptr, nullptr, nullptr, &text));
     EXPECT_EQ("WebServer Error: Invalid parameters", request.faultString());
     EXPECT_EQ(3U, fake.calls().size());
 }

@@ -24,8 +24,10 @@ struct GatedOperation {
        [[maybe_unused]] int *n) { return __VA_ARGS__; }
 
 static const GatedOperation GATED_OPERATIONS[] = {
-    {"ns__coreDbReadData", 50, TEXT_CALL(ns__coreDbReadData(s, type, t, t ? t + 4 : t, &textResult)), false},
-    {"ns__coreDbReadMultData", 50, TEXT_CALL(ns__coreDbReadMultData(s, type, t, t ? t + 4 : t, n, &textResult)), false},
+    {"ns__coreDbReadData", 50,
+     TEXT_CALL(ns__coreDbReadData(s, type, t, t ? t + 4 : t, &textResult)), false},
+    {"ns__coreDbReadMultData", 50,
+     TEXT_CALL(ns__coreDbReadMultData(s, type, t, t ? t + 4 : t, n, &textResult)), false},
     {"ns__thmGetInfo", 50, TEXT_CALL(ns__thmGetInfo(s, &textResult)), true},
     {"ns__baselineShowVer", 50, TEXT_CALL(ns__baselineShowVer(s, &textResult)), true},
     {"ns__getUserAuth", 50, TEXT_CALL(ns__getUserAuth(s, &intResult)), true},
@@ -38,9 +40,12 @@ static const GatedOperation GATED_OPERATIONS[] = {
     {"ns__setUserLock", 50, TEXT_CALL(ns__setUserLock(s, TEXT, &ONE, &intResult)), true},
     {"ns__fnPut", 200, TEXT_CALL(ns__fnPut(s, t, t, t, t, &intResult)), true},
     {"ns__fnPutS", 200, TEXT_CALL(ns__fnPutS(s, t, t, t, t, n, &textResult)), true},
-    {"ns__coreDbBlockPoint", 200, TEXT_CALL(ns__coreDbBlockPoint(s, type, t, n, &intResult)), false},
-    {"ns__coreDbKrunchData", 200, TEXT_CALL(ns__coreDbKrunchData(s, type, t, t, &intResult)), false},
-    {"ns__coreDbKrunchDataQuality", 200, TEXT_CALL(ns__coreDbKrunchDataQuality(s, type, t, t, t, &intResult)), false},
+    {"ns__coreDbBlockPoint", 200, TEXT_CALL(ns__coreDbBlockPoint(s, type, t, n, &intResult)),
+     false},
+    {"ns__coreDbKrunchData", 200, TEXT_CALL(ns__coreDbKrunchData(s, type, t, t, &intResult)),
+     false},
+    {"ns__coreDbKrunchDataQuality", 200,
+     TEXT_CALL(ns__coreDbKrunchDataQuality(s, type, t, t, t, &intResult)), false},
     {"ns__thmSetTime", 200, TEXT_CALL(ns__thmSetTime(s, t, &intResult)), false},
     {"ns__rtuReboot", 250, TEXT_CALL(ns__rtuReboot(s, t, t, &intResult)), false},
 };
@@ -137,11 +142,16 @@ TEST(Validation, NumbersHaveTheirOwnRanges)
         const char *operation, *field;
         int value, valid;
     } CASES[] = {
-        {"ns__coreDbReadMultData", "inputNum", 1, 1},     {"ns__coreDbReadMultData", "inputNum", 0, 0},
-        {"ns__coreDbReadMultData", "inputNum", -1, 0},    {"ns__coreDbReadMultDataX", "inputNumX", 5000, 1},
-        {"ns__coreDbReadMultData", "onOff", 1, 0},        {"ns__coreDbBlockPoint", "onOff", 0, 1},
-        {"ns__coreDbBlockPoint", "onOff", 1, 1},          {"ns__coreDbBlockPoint", "onOff", 2, 0},
-        {"ns__coreDbBlockPoint", "onOff", -1, 0},         {"ns__coreDbBlockPoint", "inputNum", 1, 0},
+        {"ns__coreDbReadMultData", "inputNum", 1, 1},
+        {"ns__coreDbReadMultData", "inputNum", 0, 0},
+        {"ns__coreDbReadMultData", "inputNum", -1, 0},
+        {"ns__coreDbReadMultDataX", "inputNumX", 5000, 1},
+        {"ns__coreDbReadMultData", "onOff", 1, 0},
+        {"ns__coreDbBlockPoint", "onOff", 0, 1},
+        {"ns__coreDbBlockPoint", "onOff", 1, 1},
+        {"ns__coreDbBlockPoint", "onOff", 2, 0},
+        {"ns__coreDbBlockPoint", "onOff", -1, 0},
+        {"ns__coreDbBlockPoint", "inputNum", 1, 0},
     };
     for (const auto &row : CASES)
         EXPECT_EQ(row.valid, wsInputIntValidation(row.operation, row.field, row.value))

@@ -61,7 +61,8 @@ TEST(UserAdmin, AbsentFieldsAreRefusedQuietlyWithTheOperationsOwnText)
         char *other = user == nullptr ? VALUE : nullptr;
         expectQuiet(request, ns__setUserRoles(request, user, other, &number),
                     "WebServer Error: ns__getRolesListByUser: userName or rolesList are null");
-        expectQuiet(request, ns__setUserLock(request, user, user == nullptr ? &ONE : nullptr, &number),
+        expectQuiet(request,
+                    ns__setUserLock(request, user, user == nullptr ? &ONE : nullptr, &number),
                     "WebServer Error: ns__setUserLock: user name or lock state are null");
         EXPECT_EQ(0, number);
     }
@@ -128,7 +129,8 @@ TEST(OwnRights, LevelAndVerdictDependOnTheMode)
         fake.verdict = row.verdict;
         Request request;
         int result = 0;
-        EXPECT_EQ(row.authFault == nullptr ? SOAP_OK : SOAP_FAULT, ns__getUserAuth(request, &result));
+        EXPECT_EQ(row.authFault == nullptr ? SOAP_OK : SOAP_FAULT,
+                  ns__getUserAuth(request, &result));
         if (row.authFault == nullptr) {
             EXPECT_EQ(222, result);
         } else {

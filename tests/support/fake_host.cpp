@@ -185,9 +185,9 @@ int fnPutS(const char *container, const char *object, const char *function, cons
 
 int thmSetTime(const struct timespec *time, int option)
 {
-    return recorded(__func__, {std::to_string(time->tv_sec).c_str(),
-                               std::to_string(time->tv_nsec).c_str(),
-                               std::to_string(option).c_str()});
+    return recorded(__func__,
+                    {std::to_string(time->tv_sec).c_str(), std::to_string(time->tv_nsec).c_str(),
+                     std::to_string(option).c_str()});
 }
 
 int thmIsInit(void)

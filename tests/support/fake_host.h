@@ -25,13 +25,13 @@ public:
     int verdict = WS_ALLOWED;
     int status = 0; // of every function without an answer of its own below
     std::function<int(const char *name, char *text)> read = [](const char *, char *) { return 0; };
-    std::string answer;  // of fnPutS
+    std::string answer; // of fnPutS
     int answerStatus = 0;
     const char *coreDbVersion = "coreDb: 10.00";
     const char *baseline = "baseline";
     int timeModule = 1;
     int timeSource = 2;
-    time_t now = 0; // of the real-time clock; 0: the machine's
+    time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry
     int namesCount = 0;
 

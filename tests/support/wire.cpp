@@ -68,7 +68,8 @@ Service::~Service()
 std::string Service::exchange(const std::string &bytes) const
 {
     const int client = connectTo(port_);
-    send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL); // the service may hang up before the end
+    send(client, bytes.data(), bytes.size(),
+         MSG_NOSIGNAL); // the service may hang up before the end
     std::string reply;
     char chunk[4096];
     for (ssize_t got; (got = recv(client, chunk, sizeof chunk, 0)) > 0;)

@@ -27,11 +27,11 @@ struct TextSetting {
 };
 
 static const TextSetting TEXT_SETTINGS[] = {
-    {"WEB_DIR", &g_webDir, "/mnt/bf/webFiles/", IS_FOLDER},
-    {"CONFIG_DIR", &g_configDir, "/mnt/flash/cfgFiles/", IS_FOLDER},
-    {"SSL_DIR", &g_sslDir, "/mnt/bf/ssl/", IS_FOLDER},
-    {"ROOT_FILE", &g_rootFile, "index.htm", IS_TEXT},
-    {"SERVER_ADDR", &g_serverAddr, "127.0.0.1", IS_TEXT},
+    {"WEB_DIR",     &g_webDir,     "/mnt/bf/webFiles/",    IS_FOLDER},
+    {"CONFIG_DIR",  &g_configDir,  "/mnt/flash/cfgFiles/", IS_FOLDER},
+    {"SSL_DIR",     &g_sslDir,     "/mnt/bf/ssl/",         IS_FOLDER},
+    {"ROOT_FILE",   &g_rootFile,   "index.htm",            IS_TEXT  },
+    {"SERVER_ADDR", &g_serverAddr, "127.0.0.1",            IS_TEXT  },
 };
 
 // The environment's own storage is not ours to write to, so a folder is extended in a copy. It is

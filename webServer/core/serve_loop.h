@@ -11,5 +11,4 @@ void ws_soap_initiate(struct soap *soap);
 // Serves until ws_soap_close() and releases the context. Returns what close() of the listening
 // socket gave, or, when the port cannot be bound and the unit refuses to reboot, what reboot() gave.
 int ws_soap_main(struct soap *soap);
-
 }

@@ -68,17 +68,28 @@ WS_EXPORT int spawnHttpThread(void);
 WS_EXPORT int setThreadName(void);
 
 /* ---- Configuration: written at start from the environment, read-only afterwards -------------- *
- * The texts are never freed. Folders end in "/" (a "\" at the end is kept as it is).             */
+ * An unset or empty variable means the default. The texts are never freed. Folders end in "/" (a "\"
+ * at the end is kept as it is). */
 
-extern WS_EXPORT const char *g_webDir;     /* WEB_DIR, "/mnt/bf/webFiles/": the web root          */
-extern WS_EXPORT const char *g_configDir;  /* CONFIG_DIR, "/mnt/flash/cfgFiles/"                  */
-extern WS_EXPORT const char *g_sslDir;     /* SSL_DIR, "/mnt/bf/ssl/": for the host, not read here */
-extern WS_EXPORT const char *g_rootFile;   /* ROOT_FILE, "index.htm": for the host, not read here */
-extern WS_EXPORT const char *g_serverAddr; /* SERVER_ADDR, "127.0.0.1": listening IPv4 address    */
-extern WS_EXPORT int g_serverPort;         /* SERVER_PORT, 33080: by atoi(), 0 means the default  */
-extern WS_EXPORT int g_webRemote;          /* WEB_IS_REMOTE: 1 if exactly "Y", else 0. With 1, a
-                                              unit under local control refuses commands and set
-                                              points from the network.                            */
+/* WEB_DIR, default "/mnt/bf/webFiles/": the web root. */
+extern WS_EXPORT const char *g_webDir;
+
+/* CONFIG_DIR, default "/mnt/flash/cfgFiles/": the configuration files. */
+extern WS_EXPORT const char *g_configDir;
+
+/* SSL_DIR, default "/mnt/bf/ssl/", and ROOT_FILE, default "index.htm": for the host, not read here. */
+extern WS_EXPORT const char *g_sslDir;
+extern WS_EXPORT const char *g_rootFile;
+
+/* SERVER_ADDR, default "127.0.0.1": the IPv4 address to listen on. */
+extern WS_EXPORT const char *g_serverAddr;
+
+/* SERVER_PORT, default 33080, by atoi(); 0 means the default. Not checked here: see the start. */
+extern WS_EXPORT int g_serverPort;
+
+/* WEB_IS_REMOTE: 1 if it is exactly "Y", else 0. With 1, a unit under local control refuses commands
+ * and set points from the network. */
+extern WS_EXPORT int g_webRemote;
 
 /* ---- Settings: written by the host before the start ------------------------------------------ */
 
@@ -104,8 +115,11 @@ extern WS_EXPORT int g_wsSecRbacWAct;
 
 /* ---- State: written by the library, for the host to read ------------------------------------- */
 
-extern WS_EXPORT int g_wsSocket;        /* listening socket; -1 before the bind and once stopped   */
-extern WS_EXPORT int g_wsRunningSocket; /* 1 while serving, 0 before that and once told to stop    */
+/* The listening socket; -1 before the bind and, as the last sign of life, once stopped. */
+extern WS_EXPORT int g_wsSocket;
+
+/* 1 while serving; 0 before that and from the moment it is told to stop. */
+extern WS_EXPORT int g_wsRunningSocket;
 
 /* Address text of the login in progress; null between requests. Service thread only. */
 extern WS_EXPORT char *gblIpAddress;

@@ -63,8 +63,11 @@ int fnPutS(const char *container, const char *object, const char *function, cons
 /* Sets the clock: seconds since the epoch (tv_nsec is 0). option is always 0. -1: failed. */
 int thmSetTime(const struct timespec *time, int option);
 
-int thmIsInit(void);              /* 0: the time module is not ready                               */
-int thmGetActiveTimeSource(void); /* number of the active time source, sent to the client          */
+/* 0: the time module is not ready, and the clock cannot be read. */
+int thmIsInit(void);
+
+/* The number of the active time source, sent to the client. */
+int thmGetActiveTimeSource(void);
 
 /* Points *text at the baseline's version, which stays the host's and valid until the reply is sent. */
 int baselineShowVer(const char **text);

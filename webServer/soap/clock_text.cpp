@@ -13,8 +13,11 @@ struct ClockField {
 
 static const ClockField CLOCK_FIELDS[] = {
     {&tm::tm_year, 0, 99, 100}, // struct tm counts years from 1900
-    {&tm::tm_mon, 1, 12, -1},    {&tm::tm_mday, 1, 31, 0}, {&tm::tm_hour, 0, 23, 0},
-    {&tm::tm_min, 0, 59, 0},     {&tm::tm_sec, 0, 59, 0},
+    {&tm::tm_mon,  1, 12, -1 },
+    {&tm::tm_mday, 1, 31, 0  },
+    {&tm::tm_hour, 0, 23, 0  },
+    {&tm::tm_min,  0, 59, 0  },
+    {&tm::tm_sec,  0, 59, 0  },
 };
 
 bool parseClock(char *text, struct tm *local)

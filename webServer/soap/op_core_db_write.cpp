@@ -44,8 +44,7 @@ int ns__coreDbKrunchDataQuality(struct soap *soap, char *inputType, char *inputN
 {
     if (missing(soap, __func__, {inputType, inputName, value, flags})
         || denied(soap, __func__, WS_LEVEL_WRITE)
-        || invalidText(soap, __func__, "inputType", inputType)
-        || oldCoreDb(soap, __func__))
+        || invalidText(soap, __func__, "inputType", inputType) || oldCoreDb(soap, __func__))
         return soap->error;
 
     *result = checkLocalRemote(inputType);

@@ -20,7 +20,8 @@ static bool incomplete(struct soap *soap, const char *operation, const char *mes
 }
 
 // The host has no user administration, or none of this kind.
-template <typename Hook> static bool notExecuted(struct soap *soap, const char *operation, Hook hook)
+template <typename Hook>
+static bool notExecuted(struct soap *soap, const char *operation, Hook hook)
 {
     return (g_csEnabled == 0 || hook == nullptr)
            && refuse(soap, "WebServer Error: Not Executed", operation);
@@ -39,9 +40,8 @@ static void appendNames(char *text, char **names, int count) // frees what the h
 }
 
 // Lists what ask(cookie, &names) fetches from the host.
-template <typename Ask>
-static int listNames(struct soap *soap, const char *operation, const char *outOfMemory,
-                     char **result, Ask ask)
+template <typename Ask> static int listNames(struct soap *soap, const char *operation,
+                                             const char *outOfMemory, char **result, Ask ask)
 {
     if (denied(soap, operation, WS_LEVEL_READ))
         return soap->error;

@@ -11,7 +11,8 @@ static bool beginsWith(const char *text, const char *constant)
     return strncmp(text, constant, strlen(constant)) == 0;
 }
 
-template <std::size_t N> static bool beginsWithAny(const char *text, const char *const (&constants)[N])
+template <std::size_t N>
+static bool beginsWithAny(const char *text, const char *const (&constants)[N])
 {
     for (const char *constant : constants)
         if (beginsWith(text, constant))
