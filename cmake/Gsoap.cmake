@@ -9,6 +9,8 @@ find_path(GSOAP_PLUGIN_DIR httpget.c PATHS /usr/share/gsoap/plugin REQUIRED)
 add_library(gsoap INTERFACE)
 target_compile_options(gsoap INTERFACE ${GSOAP_CFLAGS})
 target_compile_definitions(gsoap INTERFACE "SOAP_FMAC5=extern \"C\"")
+target_compile_options(gsoap INTERFACE
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-duplicate-decl-specifier>) # where the generator says it, too
 target_include_directories(gsoap SYSTEM INTERFACE ${GSOAP_PLUGIN_DIR})
 target_link_libraries(gsoap INTERFACE ${GSOAP_LINK_LIBRARIES})
 

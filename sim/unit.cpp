@@ -60,7 +60,7 @@ void Unit::walk(const Point &point, State *state)
     state->walkSteps = steps;
     const double largest = (point.to - point.from) * WALK_RANGE_PER_STEP;
     std::uniform_real_distribution<double> step(-largest, largest);
-    for (double made = 0; made < missing; ++made) {
+    for (int left = static_cast<int>(missing); left > 0; --left) {
         const double by = step(random_);
         const double there = state->value + by;
         const bool inside = there >= point.from && there <= point.to;

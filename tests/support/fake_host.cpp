@@ -47,6 +47,12 @@ std::string FakeHost::log() const
     return log_;
 }
 
+void FakeHost::forgetCalls()
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<std::string>().swap(calls_);
+}
+
 void FakeHost::record(const std::string &call)
 {
     const std::lock_guard<std::mutex> lock(mutex_);

@@ -39,6 +39,7 @@ public:
     int askedLevel = 0;
     std::vector<std::string> calls() const; // "x_readData(analog,A,%d)", in order
     std::string log() const;                // lines "E text", "W text", "I text"
+    void forgetCalls();                     // and their memory
 
     void record(const std::string &call);
     void write(char level, const std::string &line);
