@@ -108,7 +108,7 @@ TEST(Close, WaitsTenSecondsForTheRequestThatIsBeingServed)
     FakeHost fake;
     std::mutex busy;
     busy.lock();
-    fake.read = [&](const char *, char *) {
+    fake.onRead = [&](char *) {
         fake.record("busy");
         const std::lock_guard<std::mutex> wait(busy);
         return 0;
@@ -136,7 +136,7 @@ TEST(Close, WaitsTenSecondsForTheRequestThatIsBeingServed)
 TEST(Service, OwnsAThreadNamedAfterItWithSigpipeBlocked)
 {
     FakeHost fake;
-    fake.read = [&](const char *, char *text) {
+    fake.onRead = [](char *text) {
         prctl(PR_GET_NAME, text);
         sigset_t blocked;
         pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
@@ -150,9 +150,7 @@ TEST(Service, OwnsAThreadNamedAfterItWithSigpipeBlocked)
 TEST(Service, SurvivesClientsThatLeaveEarlyAndBrokenRequests)
 {
     FakeHost fake;
-    fake.read = [](const char *, char *text) {
-        return memset(text, 'x', 311), text[311] = '\0', 0;
-    };
+    fake.point = std::string(311, 'x');
     signal(SIGPIPE, SIG_DFL);
     Service service;
 

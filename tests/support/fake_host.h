@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,12 +24,13 @@ public:
 
     // What the host answers.
     int verdict = WS_ALLOWED;
-    int status = 0; // of every function without an answer of its own below
-    std::function<int(const char *name, char *text)> read = [](const char *, char *) { return 0; };
-    std::string answer; // of fnPutS
+    int status = 0;                        // of every function without an answer of its own below
+    std::string point;                     // the text of every point; "@" stands for its name
+    int readResult = 0;                    // of every point but "bad", which is not found
+    std::function<int(char *text)> onRead; // instead of these two
+    std::string answer;                    // of fnPutS
     int answerStatus = 0;
-    const char *coreDbVersion = "coreDb: 10.00";
-    const char *baseline = "baseline";
+    std::optional<std::string> coreDbVersion = "coreDb: 10.00";
     int timeModule = 1;
     int timeSource = 2;
     time_t now = 0;                 // of the real-time clock; 0: the machine's
@@ -50,5 +52,6 @@ FakeHost &host(); // the one that exists
 // Waits, for at most ten seconds, until the condition holds.
 bool waitFor(const std::function<bool()> &condition);
 
-// Installs all user-administration hooks and turns the host's security on.
+// Installs all user-administration hooks and turns the host's security on; takes them away again.
 void installSecurityHooks();
+void removeSecurityHooks();
