@@ -208,6 +208,11 @@ int coreDbShowVer(const char **text)
     return 0;
 }
 
+uint32_t sysCnt1mlsg(void)
+{
+    return host().milliseconds;
+}
+
 int baselineShowVer(const char **text)
 {
     *text = "baseline <&> 1";

@@ -33,6 +33,7 @@ public:
     std::optional<std::string> coreDbVersion = "coreDb: 10.00";
     int timeModule = 1;
     int timeSource = 2;
+    uint32_t milliseconds = 0;      // of sysCnt1mlsg
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry
     int namesCount = 0;

@@ -14,12 +14,13 @@
 
 #include "session/thread_shared.h"
 #include "web/get_handler.h"
+#include "web/http/form_plugin.h"
+#include "web/post_handler.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
 int g_wsSocket = -1;
 int g_wsRunningSocket = 0;
-char *gblIpAddress = nullptr;
 
 // Strings pass through unchanged, as UTF-8. The number is what counts: the runtime has had two names
 // for it. Without SOAP_IO_KEEPALIVE each connection carries one request.
@@ -63,6 +64,8 @@ static void configure(struct soap *soap)
 static void registerPlugins(struct soap *soap)
 {
     if (soap_register_plugin_arg(soap, http_get, reinterpret_cast<void *>(http_get_handler)) != 0)
+        soap_print_fault(soap, stderr);
+    if (soap_register_plugin_arg(soap, http_form, reinterpret_cast<void *>(http_post_handler)) != 0)
         soap_print_fault(soap, stderr);
 }
 
@@ -120,18 +123,18 @@ static void forgetRequest(struct soap *soap)
     soap_free_cookies(soap);
     soap->path[0] = '\0';
     soap->msgbuf[0] = '\0';
+    soap->user = nullptr;
+    soap->imode = soap->omode = CONTEXT_MODE; // a sent file has changed it
     gblIpAddress = nullptr;
 }
 
-static void serve(struct soap *soap)
+void serveConnection(struct soap *soap)
 {
-    while (readShared(g_wsRunningSocket) != 0) {
-        if (soap_valid_socket(soap_accept(soap)))
-            soap_serve(soap); // has already answered the client, whatever it returns
-        else if (readShared(g_wsRunningSocket) != 0)
-            reportAcceptFailure(soap);
-        forgetRequest(soap);
-    }
+    if (soap_valid_socket(soap_accept(soap)))
+        soap_serve(soap); // has already answered the client, whatever it returns
+    else if (readShared(g_wsRunningSocket) != 0)
+        reportAcceptFailure(soap);
+    forgetRequest(soap);
 }
 
 // g_wsSocket becomes -1 last: it tells the host that the context is free for another start.
@@ -147,12 +150,16 @@ static int release(struct soap *soap)
     return result;
 }
 
-int ws_soap_main(struct soap *soap)
+int openService(struct soap *soap)
 {
     configure(soap);
     registerPlugins(soap);
+    return listenOn(soap, g_serverAddr, g_serverPort);
+}
 
-    const int listener = listenOn(soap, g_serverAddr, g_serverPort);
+int ws_soap_main(struct soap *soap)
+{
+    const int listener = openService(soap);
     writeShared(g_wsSocket, listener);
     if (listener == SOAP_INVALID_SOCKET)
         return rebootUnit(soap);
@@ -161,7 +168,8 @@ int ws_soap_main(struct soap *soap)
     sLogInfo("webServer: Listening address %s:%d", g_serverAddr, g_serverPort);
     printf("webServer: Listening address %s:%d\n", g_serverAddr, g_serverPort);
 
-    serve(soap);
+    while (readShared(g_wsRunningSocket) != 0)
+        serveConnection(soap);
     return release(soap);
 }
 

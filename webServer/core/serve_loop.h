@@ -12,3 +12,10 @@ void ws_soap_initiate(struct soap *soap);
 // socket gave, or, when the port cannot be bound and the unit refuses to reboot, what reboot() gave.
 int ws_soap_main(struct soap *soap);
 }
+
+// The steps of ws_soap_main. Applies the settings, registers the plug-ins and binds: the listening
+// socket, or -1 with the reason as the context's fault.
+int openService(struct soap *soap);
+
+// Accepts one connection, serves its request and forgets it.
+void serveConnection(struct soap *soap);

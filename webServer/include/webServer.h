@@ -15,6 +15,8 @@
 #ifndef WEB_SERVER_H
 #define WEB_SERVER_H
 
+#include <stdint.h>
+
 #define WS_EXPORT __attribute__((visibility("default")))
 
 #ifdef __cplusplus
@@ -124,6 +126,34 @@ extern WS_EXPORT int g_wsRunningSocket;
 /* Address text of the login in progress; null between requests. Service thread only. */
 extern WS_EXPORT char *gblIpAddress;
 
+/* A browser's session. The slot is live while id is not null; the library owns the texts. */
+typedef struct {
+    char *ip;              /* client address, dotted and cut to 14 characters; null: unknown     */
+    int level;             /* access level granted at login                                      */
+    char *id;              /* the value of its SESSIONID cookie                                  */
+    uint32_t lastActivity; /* sysCnt1mlsg() at login or at the last page fetched                 */
+    uint32_t timeoutMs;    /* inactivity limit: sessTimeOut in milliseconds, as it was at login   */
+    char *user;            /* name, 300 bytes                                                    */
+} SessionEntry;
+
+enum { MAX_SESSIONS = 5 };
+extern WS_EXPORT SessionEntry g_accesstok[MAX_SESSIONS];
+extern WS_EXPORT int numOfSessions; /* live sessions */
+
+/* A client's run of failed logins. The slot is free while ip is null; the library owns the text. */
+typedef struct {
+    char *ip;     /* address text                                                                */
+    int since;    /* time() of the first failure; from the fifth on, of the fifth                */
+    int failures; /* in a row; five lock the address for 900 seconds                             */
+} AccessRetryEntry;
+
+enum { ACCESS_RETRY_SLOTS = 64 };
+typedef struct {
+    AccessRetryEntry slots[ACCESS_RETRY_SLOTS];
+    int count; /* entries made and not removed */
+} AccessRetryTable;
+extern WS_EXPORT AccessRetryTable g_webAccess;
+
 /* ---- The gate -------------------------------------------------------------------------------- *
  * May the caller of this request act at this level (WS_LEVEL_...)? Returns WS_NOT_AUTHENTICATED,
  * WS_ALLOWED or anything else for "known, but not allowed". getRbacPerm passes 1, 2 and 3 to the
@@ -189,6 +219,38 @@ extern WS_EXPORT int (*pgf_ws_setUserLock)(const char *sessionId, const char *us
 
 /* Reserved: not called, the operation getUserLockState answers 0 by itself. */
 extern WS_EXPORT int (*pgf_ws_getUserLockState)(const char *sessionId, const char *user);
+
+/* ---- Utilities for hosts ----------------------------------------------------------------------- *
+ * The library does not call them. Those that take a request are for hooks, on the service thread;
+ * the others may be called from any thread, once the service has been started.                    */
+
+/* The id of the session in a slot, which stays the library's. Null when the slot is not below
+ * numOfSessions, even if it is live. */
+WS_EXPORT const char *getSessionId(int slot);
+
+/* Is the request a GET (0), a POST (1) or something else (-1)? */
+WS_EXPORT int getHTTPVerb(struct soap *request);
+
+/* Sends the contents of all files of a folder whose name contains nameFilter, one after the other in
+ * the folder's own order, as a complete "text/plain" response. Returns a gSOAP error code, 0: sent. */
+WS_EXPORT int http_copy_folder(struct soap *request, const char *directory, const char *nameFilter);
+
+/* The file of a web path: every "/cfgFiles" of a path that begins so becomes the configuration folder
+ * (result 1), any other path is put behind the web root (result 0). The caller frees *out; null: no
+ * memory. */
+WS_EXPORT int traduceWebToFsPath(char **out, const char *webPath);
+
+/* A copy of text with every search replaced, left to right. The caller frees it; null: no memory. An
+ * empty search replaces nothing. */
+WS_EXPORT char *replace_str(const char *text, const char *search, const char *replacement);
+
+/* 1 when the text has only letters, digits, "-", "." and "_" (and, in a path, "/"), else 0. They vet
+ * characters, not where a path leads: ".." passes. */
+WS_EXPORT int validatePathSyntax(const char *text);
+WS_EXPORT int validateFilenameSyntax(const char *text);
+
+/* Cuts the text behind its last "/" and returns the position of that "/"; null when it has none. */
+WS_EXPORT char *getFolderPath(char *text);
 
 #ifdef __cplusplus
 }

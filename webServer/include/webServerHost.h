@@ -11,6 +11,7 @@
 #ifndef WEB_SERVER_HOST_H
 #define WEB_SERVER_HOST_H
 
+#include <stdint.h>
 #include <time.h>
 
 #ifdef __cplusplus
@@ -77,6 +78,9 @@ int baselineShowVer(const char **text);
 int usrReboot(void);
 
 /* ---- Sessions -------------------------------------------------------------------------------- */
+
+/* A counter of milliseconds, from any start, that wraps at 2^32. */
+uint32_t sysCnt1mlsg(void);
 
 /* The credential check when g_csEnabled is 0; see pgf_appUserVerify. sessionId is then null. */
 int appUserVerify(const char *user, const char *password, char *sessionId);

@@ -9,7 +9,7 @@
 const char *sessionCookie(const struct soap *soap)
 {
     for (const struct soap_cookie *cookie = soap->cookies; cookie != nullptr; cookie = cookie->next)
-        if (strcmp(cookie->name, "SESSIONID") == 0)
+        if (cookie->name != nullptr && strcmp(cookie->name, "SESSIONID") == 0)
             return cookie->value;
     return nullptr;
 }

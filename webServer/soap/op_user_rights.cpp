@@ -1,16 +1,25 @@
 // soap/op_user_rights.cpp: operations that tell a caller its own rights.
 #include "session/gate.h"
+#include "session/request_check.h"
+#include "session/session_table.h"
 #include "soap/checks.h"
 #include "webServer.h"
 
 int ns__getUserAuth(struct soap *soap, int *result)
 {
-    // Without the host's security a level belongs to a browser's session, and there is none yet.
-    if (g_csEnabled == 0)
+    if (g_csEnabled != 0) {
+        if (denied(soap, __func__, WS_LEVEL_READ))
+            return soap->error;
+        *result = g_highLevel;
+        return SOAP_OK;
+    }
+    // Deliberate: a stale session's refusal writes its page first, and then the fault follows it.
+    int session = -1;
+    const int level =
+        httpCheckUser(soap, 0, 0, &session) == 0 ? getSessionAccessLevel(session) : -1;
+    if (level == -1)
         return soap_receiver_fault(soap, "WebServer Error: Authentication error", __func__);
-    if (denied(soap, __func__, WS_LEVEL_READ))
-        return soap->error;
-    *result = g_highLevel;
+    *result = level;
     return SOAP_OK;
 }
 

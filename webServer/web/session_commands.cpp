@@ -1,0 +1,118 @@
+// web/session_commands.cpp: the commands of a browser's session: login, logout, keep-alive.
+#include "web/session_commands.h"
+
+#include <cstring>
+#include <httpget.h>
+#include <stdsoap2.h>
+
+#include "session/base64.h"
+#include "session/gate.h"
+#include "session/login.h"
+#include "web/path_utils.h"
+#include "webServer.h"
+
+static const int FIELD_BYTES = 128;
+
+struct Fields {
+    char method[FIELD_BYTES + BASE64_OVERSHOOT] = "";
+    char arg1[FIELD_BYTES + BASE64_OVERSHOOT] = ""; // user
+    char arg2[FIELD_BYTES + BASE64_OVERSHOOT] = ""; // password
+};
+
+// gSOAP's query parser steps over up to two terminators when a value ends in "%" or in an open
+// quote, so it gets a text with three of them.
+static char *parsableCopy(struct soap *soap, const char *body)
+{
+    const std::size_t length = strlen(body);
+    char *copy = static_cast<char *>(soap_malloc(soap, length + 3));
+    if (copy != nullptr) {
+        memcpy(copy, body, length);
+        memset(copy + length, 0, 3);
+    }
+    return copy;
+}
+
+static void readFields(struct soap *soap, const char *body, Fields *fields)
+{
+    const struct {
+        const char *key;
+        char *value;
+    } targets[] = {
+        {"cgiMethod", fields->method},
+        {"arg1",      fields->arg1  },
+        {"arg2",      fields->arg2  },
+    };
+    char *cursor = parsableCopy(soap, body);
+    while (cursor != nullptr) {
+        const char *key = soap_query_key(soap, &cursor);
+        char *value = soap_query_val(soap, &cursor);
+        if (key == nullptr || value == nullptr)
+            continue;
+        unescape_url(value); // Deliberate: once more than the parser has; pages escape accordingly.
+        for (const auto &target : targets)
+            if (strcmp(key, target.key) == 0)
+                httpBase64decode(value, reinterpret_cast<unsigned char *>(target.value),
+                                 FIELD_BYTES);
+    }
+}
+
+static int logIn(struct soap *soap, const Fields &fields)
+{
+    logInUser(soap, fields.arg1, fields.arg2);
+    return 0;
+}
+
+static int logOut(struct soap *soap, const Fields &)
+{
+    return logOutUser(soap);
+}
+
+// A bare header, written by hand and sent in one piece.
+static void sendAlive(struct soap *soap)
+{
+    static const struct {
+        const char *key, *value;
+    } LINES[] = {
+        {"HTTP/1.1 204 No Content", nullptr    },
+        {"Server",                  "gSOAP/2.8"},
+        {"Content-Type",            "none"     },
+        {"Content-Length",          "0"        },
+        {"Connection",              "close"    },
+        {nullptr,                   nullptr    },
+    };
+    soap->mode = (soap->mode & ~static_cast<soap_mode>(SOAP_IO)) | SOAP_IO_BUFFER;
+    soap->bufidx = 0;
+    for (const auto &line : LINES)
+        soap->fposthdr(soap, line.key, line.value);
+    soap_flush(soap);
+}
+
+static int keepAlive(struct soap *soap, const Fields &)
+{
+    if (askGate(soap, WS_LEVEL_READ) != WS_ALLOWED) {
+        logOutUser(soap);
+        return -1;
+    }
+    sendAlive(soap);
+    return 0;
+}
+
+int runSessionCommand(struct soap *soap, const char *body)
+{
+    static const struct {
+        const char *method;
+        int (*run)(struct soap *, const Fields &);
+    } COMMANDS[] = {
+        {"cgiLogin",     logIn    },
+        {"cgiLogout",    logOut   },
+        {"cgiKeepAlive", keepAlive},
+    };
+    if (body == nullptr)
+        return 0;
+    Fields fields;
+    readFields(soap, body, &fields);
+    for (const auto &command : COMMANDS)
+        if (strcmp(fields.method, command.method) == 0)
+            return command.run(soap, fields);
+    return 0; // an unknown command gets no answer
+}
