@@ -67,6 +67,21 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
     EXPECT_TRUE(fake.calls().empty());
 }
 
+TEST_F(Contract, HandsTheSessionCookieToTheHooksAndAnswersAQuietRefusalWith200)
+{
+    installSecurityHooks();
+    const std::string cookie = "Cookie: SESS=x; SESSIONID=s%3D1; SESSIONID2=y\r\n";
+    service.post(envelope("getUsersList"), cookie);
+    service.post(envelope("getRolesListByUser", "<userName>u</userName>"), cookie);
+    service.post(envelope("setUserLock", "<userName>u</userName><lock>1</lock>"), cookie);
+    service.post(envelope("setUserRoles", "<userName>u</userName><rolesList>r</rolesList>"),
+                 cookie);
+    EXPECT_EQ((std::vector<std::string>{"users(s=1)", "rolesOf(s=1,u)", "setLock(s=1,u,1)",
+                                        "setRoles(s=1,u,r)"}),
+              fake.calls());
+    EXPECT_THAT(service.post(envelope("setUserRoles")), StartsWith("HTTP/1.1 200 OK\r\n"));
+}
+
 TEST_F(Contract, EchoesTheHeaderInResponsesAndFaults)
 {
     const std::string header = "<Authentication>t&amp;k</Authentication>";

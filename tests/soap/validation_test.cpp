@@ -11,6 +11,7 @@ TEST(Validation, ComparesTheBeginningsOfOperationAndField)
     EXPECT_EQ(0, wsInputStringValidation("ns__coreDbReadData", "inputName", "status"));
     EXPECT_EQ(0, wsInputStringValidation("ns__coreDbReadData", "inputFormat", "status"));
     EXPECT_EQ(1, wsInputIntValidation("ns__coreDbReadMultDataX", "inputNumX", 5000));
+    EXPECT_EQ(1, wsInputIntValidation("ns__coreDbBlockPointX", "onOffX", 1));
     EXPECT_EQ(0, wsInputIntValidation("ns__coreDbReadMultData", "onOff", 1));
     EXPECT_EQ(0, wsInputIntValidation("ns__coreDbBlockPoint", "inputNum", 1));
     EXPECT_EQ(0, wsInputIntValidation("ns__coreDbReadData", "inputNum", 1));

@@ -106,29 +106,40 @@ static int handOver(char ***list)
     return host().namesCount;
 }
 
+// A hook that lists, or sets, records its own name.
+#define LIST_HOOK(name)                                                                            \
+    [](const char *cookie, char ***names) {                                                        \
+        recorded(name, {cookie});                                                                  \
+        return handOver(names);                                                                    \
+    }
+#define SET_HOOK(name)                                                                             \
+    [](const char *cookie, const char *user, const char *value) {                                  \
+        return recorded(name, {cookie, user, value});                                              \
+    }
+
 void installSecurityHooks()
 {
     g_csEnabled = 1;
-    const auto list = [](const char *cookie, char ***names) {
-        recorded("list", {cookie});
-        return handOver(names);
-    };
-    pgf_ws_getUsersList = list;
-    pgf_ws_getRolesList = list;
-    pgf_ws_getLockedUsers = list;
+    pgf_parseAuth = gate;
+    pgf_ws_getUsersList = LIST_HOOK("users");
+    pgf_ws_getRolesList = LIST_HOOK("roles");
+    pgf_ws_getLockedUsers = LIST_HOOK("locked");
     pgf_ws_getRolesListByUser = [](const char *cookie, const char *user, char ***names) {
-        recorded("listByUser", {cookie, user});
+        recorded("rolesOf", {cookie, user});
         return handOver(names);
     };
-    const auto set = [](const char *cookie, const char *user, const char *value) {
-        return recorded("set", {cookie, user, value});
-    };
-    pgf_ws_setUserRoles = set;
-    pgf_ws_setUserPassword = set;
+    pgf_ws_setUserRoles = SET_HOOK("setRoles");
+    pgf_ws_setUserPassword = SET_HOOK("setPassword");
     pgf_ws_setUserLock = [](const char *cookie, const char *user, int lock) {
-        return recorded("lock", {cookie, user, number(lock).c_str()});
+        return recorded("setLock", {cookie, user, number(lock).c_str()});
     };
     pgf_ws_getUserLockState = [](const char *, const char *) { return recorded("lockState", {}); };
+    pgf_getSessionStatus = [](const char *id) {
+        recorded("sessionStatus", {id});
+        return host().sessionStatus;
+    };
+    pgf_closeSession = [](const char *id, struct soap *) { return recorded("closeSession", {id}); };
+    pgf_appUserVerify = appUserVerify;
 }
 
 void removeSecurityHooks()
@@ -137,6 +148,16 @@ void removeSecurityHooks()
     pgf_ws_getRolesListByUser = nullptr;
     pgf_ws_setUserRoles = pgf_ws_setUserPassword = nullptr;
     pgf_ws_setUserLock = nullptr;
+    pgf_getSessionStatus = nullptr;
+    pgf_closeSession = nullptr;
+    pgf_appUserVerify = nullptr;
+}
+
+// As a host writes: with a terminator where there is room, and nothing when it is silent.
+static void writeText(char *to, const std::string &text, std::size_t size)
+{
+    if (!host().silent)
+        memcpy(to, text.c_str(), std::min(text.size() + 1, size));
 }
 
 static void log(char level, const char *format, va_list arguments)
@@ -181,7 +202,6 @@ DEFINE_RECORDED(thmSetTime, (const struct timespec *time, int option),
                 {number(time->tv_sec).c_str(), number(time->tv_nsec).c_str(),
                  number(option).c_str()})
 DEFINE_RECORDED(usrReboot, (), {})
-DEFINE_RECORDED(appUserVerify, (Text user, Text password, char *), {user, password})
 
 int x_readData(Text type, Text name, Text format, char *text)
 {
@@ -189,7 +209,7 @@ int x_readData(Text type, Text name, Text format, char *text)
     recorded(__func__, {type, name, format});
     if (host().onRead)
         return host().onRead(text);
-    strncpy(text, host().point == "@" ? name : host().point.c_str(), mostThatAHostMayWrite);
+    writeText(text, host().point == "@" ? name : host().point, mostThatAHostMayWrite);
     return strcmp(name, "bad") == 0 ? 1 : host().readResult;
 }
 
@@ -198,7 +218,7 @@ int fnPutS(Text container, Text object, Text function, Text argument, char *answ
 {
     recorded(__func__, {container, object, function, argument, number(size).c_str(),
                         number(timeout).c_str()});
-    strncpy(answer, host().answer.c_str(), static_cast<std::size_t>(size));
+    writeText(answer, host().answer, static_cast<std::size_t>(size));
     return host().answerStatus;
 }
 
@@ -206,6 +226,14 @@ int coreDbShowVer(const char **text)
 {
     *text = host().coreDbVersion ? host().coreDbVersion->c_str() : nullptr;
     return 0;
+}
+
+int appUserVerify(Text user, Text password, char *sessionId)
+{
+    recorded(__func__, {user, password, sessionId == nullptr ? "local" : "host"});
+    if (sessionId != nullptr)
+        memcpy(sessionId, host().sessionId.data(), host().sessionId.size());
+    return host().level;
 }
 
 uint32_t sysCnt1mlsg(void)
@@ -249,6 +277,18 @@ unsigned int sleep(unsigned int seconds)
     recorded(__func__, {number(seconds).c_str()});
     usleep(50000); // long enough for an idle service thread to end
     return 0;
+}
+
+time_t time(time_t *out)
+{
+    struct timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    return out == nullptr ? now.tv_sec : *out = now.tv_sec;
+}
+
+time_t mktime(struct tm *local)
+{
+    return current != nullptr && host().noTime ? -1 : timelocal(local);
 }
 
 int clock_gettime(clockid_t clock, struct timespec *time)

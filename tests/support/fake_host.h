@@ -28,12 +28,17 @@ public:
     std::string point;                     // the text of every point; "@" stands for its name
     int readResult = 0;                    // of every point but "bad", which is not found
     std::function<int(char *text)> onRead; // instead of these two
+    bool silent = false;                   // writes no texts
     std::string answer;                    // of fnPutS
     int answerStatus = 0;
     std::optional<std::string> coreDbVersion = "coreDb: 10.00";
     int timeModule = 1;
     int timeSource = 2;
+    int level = 50;        // of the credential check
+    std::string sessionId; // that it writes, without a terminator
+    int sessionStatus = 0;
     uint32_t milliseconds = 0;      // of sysCnt1mlsg
+    bool noTime = false;            // mktime cannot tell the time
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry
     int namesCount = 0;

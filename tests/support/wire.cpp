@@ -9,31 +9,31 @@
 
 #include "support/fake_host.h"
 
-static struct sockaddr_in loopback(int port)
+static struct sockaddr_in addressOf(const std::string &host, int port)
 {
     struct sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    inet_pton(AF_INET, host.c_str(), &address.sin_addr);
     return address;
 }
 
-static int loopbackSocket(int port, int (*use)(int, const struct sockaddr *, socklen_t))
+using Use = int(int, const struct sockaddr *, socklen_t);
+
+static int use(int descriptor, Use *function, const std::string &host, int port)
 {
-    const int result = socket(AF_INET, SOCK_STREAM, 0);
-    const struct sockaddr_in address = loopback(port);
-    if (use(result, reinterpret_cast<const struct sockaddr *>(&address), sizeof address) == 0)
-        return result;
-    close(result);
-    return -1;
+    const struct sockaddr_in address = addressOf(host, port);
+    return function(descriptor, reinterpret_cast<const struct sockaddr *>(&address),
+                    sizeof address);
 }
 
 int freePort()
 {
     for (int port = 20000 + getpid() % 10000; port < 32768; ++port) {
-        const int probe = loopbackSocket(port, bind);
+        const int probe = socket(AF_INET, SOCK_STREAM, 0);
+        const int result = use(probe, bind, "127.0.0.1", port);
         close(probe);
-        if (probe != -1)
+        if (result == 0)
             return port;
     }
     return -1;
@@ -41,14 +41,34 @@ int freePort()
 
 int listenOn(int port)
 {
-    const int listener = loopbackSocket(port, bind);
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    EXPECT_EQ(0, use(listener, bind, "127.0.0.1", port));
     EXPECT_EQ(0, listen(listener, 1));
     return listener;
 }
 
-int connectTo(int port)
+int connectTo(int port, const std::string &from)
 {
-    return loopbackSocket(port, connect);
+    const int client = socket(AF_INET, SOCK_STREAM, 0);
+    if (use(client, bind, from, 0) == 0 && use(client, connect, "127.0.0.1", port) == 0)
+        return client;
+    close(client);
+    return -1;
+}
+
+std::string talk(int port, const std::string &bytes, const std::string &from, bool hangUp)
+{
+    const int client = connectTo(port, from);
+    send(client, bytes.data(), bytes.size(),
+         MSG_NOSIGNAL); // the service may hang up before the end
+    if (hangUp)
+        shutdown(client, SHUT_WR);
+    std::string reply;
+    char chunk[4096];
+    for (ssize_t got; (got = recv(client, chunk, sizeof chunk, 0)) > 0;)
+        reply.append(chunk, static_cast<std::size_t>(got));
+    close(client);
+    return reply;
 }
 
 Service::Service() : port_(freePort())
@@ -65,24 +85,11 @@ Service::~Service()
     EXPECT_EQ(0, ws_soap_close());
 }
 
-std::string Service::exchange(const std::string &bytes) const
-{
-    const int client = connectTo(port_);
-    send(client, bytes.data(), bytes.size(),
-         MSG_NOSIGNAL); // the service may hang up before the end
-    std::string reply;
-    char chunk[4096];
-    for (ssize_t got; (got = recv(client, chunk, sizeof chunk, 0)) > 0;)
-        reply.append(chunk, static_cast<std::size_t>(got));
-    close(client);
-    return reply;
-}
-
 std::string Service::post(const std::string &envelope, const std::string &headers) const
 {
-    return exchange("POST / HTTP/1.1\r\nHost: unit\r\nContent-Type: text/xml; charset=utf-8\r\n"
-                    + headers + "Content-Length: " + std::to_string(envelope.size()) + "\r\n\r\n"
-                    + envelope);
+    return talk(port_, "POST / HTTP/1.1\r\nHost: unit\r\nContent-Type: text/xml; charset=utf-8\r\n"
+                           + headers + "Content-Length: " + std::to_string(envelope.size())
+                           + "\r\n\r\n" + envelope);
 }
 
 std::string envelope(const std::string &operation, const std::string &children, bool soap12,

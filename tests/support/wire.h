@@ -14,8 +14,6 @@ public:
     Service &operator=(const Service &) = delete;
     int port() const { return port_; }
 
-    // Sends bytes and returns all that comes back until the connection ends.
-    std::string exchange(const std::string &bytes) const;
     // Posts an envelope: the HTTP reply. headers are further lines, each with its CR LF.
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
@@ -26,8 +24,13 @@ int freePort();
 // A socket that listens on the port.
 int listenOn(int port);
 
-// A connected socket; -1 when nobody listens.
-int connectTo(int port);
+// A connected socket, from the given address of the loopback network; -1 when nobody listens.
+int connectTo(int port, const std::string &from = "127.0.0.1");
+
+// Sends bytes and returns all that comes back until the connection ends. Hanging up means to end the
+// sending side behind them.
+std::string talk(int port, const std::string &bytes, const std::string &from = "127.0.0.1",
+                 bool hangUp = false);
 
 // <ns:operation>children</ns:operation> in an envelope of SOAP 1.1 or 1.2.
 std::string envelope(const std::string &operation, const std::string &children = "",

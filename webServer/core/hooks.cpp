@@ -40,7 +40,8 @@ void installDefaultHooks()
     pgf_ws_setUserLock = nullptr;
     // Deliberate: pgf_ws_getLockedUsers stays as the host set it; hosts read it back.
 
-    // The service thread is already running and may be reading these two.
+    // The service thread is already running and may be reading these two; the others it leaves alone
+    // while the host's security is off.
     writeShared(pgf_parseAuth, parseAuth);
     writeShared(pgf_appUserVerify, appUserVerify);
 }

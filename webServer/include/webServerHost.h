@@ -28,8 +28,9 @@ void sLogErr(const char *format, ...) __attribute__((format(printf, 1, 2)));
  * type begins with "status", "analog", "command" or "setPoint" (more may follow: check the whole);
  * name, value and flags are the client's.                                                         */
 
-/* Writes a point's text. format begins with "%d", "%u" or "%g", or is empty: the host's own. Write
- * at most 312 bytes with the terminator: what does not fit a reply is cut.
+/* Writes a point's text. format begins with "%d", "%u" or "%g", or is empty: the host's own. More may
+ * follow ("%d%n%s"): choose your own conversion by it, never hand it to printf. Write at most 312
+ * bytes with the terminator; what does not fit the reply is cut.
  * Returns 0 read, 1 no such point, 2 read error, 3 no such type; else an error code. */
 int x_readData(const char *type, const char *name, const char *format, char *text);
 
@@ -61,7 +62,8 @@ int fnPutS(const char *container, const char *object, const char *function, cons
 
 /* ---- Clock, versions, reboot ----------------------------------------------------------------- */
 
-/* Sets the clock: seconds since the epoch (tv_nsec is 0). option is always 0. -1: failed. */
+/* Sets the clock: seconds since the epoch (tv_nsec is 0), two words of type long. option is always 0.
+ * Returns -1: failed. */
 int thmSetTime(const struct timespec *time, int option);
 
 /* 0: the time module is not ready, and the clock cannot be read. */

@@ -1,11 +1,22 @@
-// session/text.h: bounded text. What does not fit is cut; every result is terminated.
+// session/text.h: bounded text. What does not fit is cut between characters; every result is
+// terminated.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
-// Appends to memory that somebody else owns, of at least one byte.
+// The bytes of a UTF-8 text to keep so that at most limit are left and no character is split.
+inline std::size_t fittingBytes(const char *text, std::size_t limit)
+{
+    const std::size_t length = strlen(text);
+    if (length <= limit)
+        return length;
+    while (limit > 0 && (text[limit] & 0xC0) == 0x80) // a character goes on behind the cut
+        --limit;
+    return limit;
+}
+
+// Appends to memory that somebody else owns, of at least one byte. Nothing follows a cut.
 class TextWriter {
     char *next_;       // where the terminator stands
     std::size_t room_; // bytes left, the terminator's own not counted
@@ -15,10 +26,10 @@ public:
 
     void append(const char *text)
     {
-        const std::size_t length = std::min(strlen(text), room_);
+        const std::size_t length = fittingBytes(text, room_);
+        room_ = text[length] == '\0' ? room_ - length : 0;
         memcpy(next_, text, length);
         next_ += length;
-        room_ -= length;
         *next_ = '\0';
     }
 };

@@ -1,7 +1,7 @@
 // soap/checks.h: the questions an operation asks before it touches the host, and its faults.
 //
-// Every check records its fault in the context and answers true when the operation must stop, so
-// that an operation reads as one condition in its own order of checks. operation is the name of the
+// A check records its fault in the context and answers true when the operation must stop, so that an
+// operation reads as one condition in its own order of checks. operation is the name of the
 // operation's function (__func__), which becomes the fault's detail.
 #pragma once
 
@@ -11,7 +11,7 @@
 // Records a receiver fault; always true. A null detail leaves the detail out.
 bool refuse(struct soap *soap, const char *message, const char *detail);
 
-// One of these elements was not in the request.
+// One of these elements was not in the request. Records no fault.
 bool anyAbsent(std::initializer_list<const void *> fields);
 
 // A required element is absent.

@@ -7,7 +7,7 @@
 
 #include "session/text.h"
 
-static const std::size_t DETAIL_SIZE = 1024;
+static const std::size_t DETAIL_BYTES = 1023;
 static const std::size_t LONGEST_ESCAPE = sizeof "&amp;" - 1;
 
 // What stands for a character in XML text; null: the character itself.
@@ -20,34 +20,24 @@ static const char *escapeOf(char character)
         return "&lt;";
     case '>':
         return "&gt;";
+    case '\r':
+        return "&#xD;";
     case '\t':
     case '\n':
-    case '\r':
         return nullptr;
     default: // XML has no way to write the other control characters
         return static_cast<unsigned char>(character) < ' ' ? "?" : nullptr;
     }
 }
 
-// Takes off a last character of several bytes, which the cut may have split.
-static void dropSplitCharacter(char *text)
-{
-    char *end = text + strlen(text);
-    while (end > text && (end[-1] & 0xC0) == 0x80)
-        *--end = '\0';
-    if (end > text && (end[-1] & 0x80) != 0)
-        end[-1] = '\0';
-}
-
 const char *faultDetail(struct soap *soap, const char *format, ...)
 {
-    char plain[DETAIL_SIZE];
+    char plain[DETAIL_BYTES + 5]; // room to see whether the cut would split a character
     va_list arguments;
     va_start(arguments, format);
-    const int length = vsnprintf(plain, sizeof plain, format, arguments);
+    vsnprintf(plain, sizeof plain, format, arguments);
     va_end(arguments);
-    if (length >= static_cast<int>(sizeof plain))
-        dropSplitCharacter(plain);
+    plain[fittingBytes(plain, DETAIL_BYTES)] = '\0';
 
     const std::size_t size = LONGEST_ESCAPE * strlen(plain) + 1;
     char *escaped = static_cast<char *>(soap_malloc(soap, size));

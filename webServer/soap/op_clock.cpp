@@ -8,15 +8,14 @@
 
 static const std::size_t CLOCK_TEXT_SIZE = 70;
 
+static_assert(sizeof(struct timespec) == 2 * sizeof(long), "hosts read a time of two words");
+
 int ns__thmSetTime(struct soap *soap, char *inputTime, int *result)
 {
-    if (missing(soap, __func__, {inputTime}) || denied(soap, __func__, WS_LEVEL_WRITE))
-        return soap->error;
     struct tm local;
-    if (!parseClock(inputTime, &local)) {
-        refuseParameters(soap, __func__);
+    if (missing(soap, __func__, {inputTime}) || denied(soap, __func__, WS_LEVEL_WRITE)
+        || (!parseClock(inputTime, &local) && refuseParameters(soap, __func__)))
         return soap->error;
-    }
 
     const struct timespec time = {mktime(&local), 0};
     const bool representable = time.tv_sec != -1; // a 32-bit time ends in 2038

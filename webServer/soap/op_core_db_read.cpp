@@ -14,23 +14,23 @@ static const int MAX_POINTS = 1000;
 
 enum ReadResult { READ = 0, NOT_FOUND = 1, READ_ERROR = 2, NO_SUCH_TYPE = 3 };
 
-static void refuseRead(struct soap *soap, int result, const char *type, const char *name)
+static int refuseRead(struct soap *soap, int result, const char *type, const char *name)
 {
     switch (result) {
     case NOT_FOUND:
-        refuse(soap, "WebServer Error: Object read error",
-               faultDetail(soap, "Object type %s name %s not found", type, name));
-        break;
+        return soap_receiver_fault(
+            soap, "WebServer Error: Object read error",
+            faultDetail(soap, "Object type %s name %s not found", type, name));
     case READ_ERROR:
-        refuse(soap, "WebServer Error: Object read error",
-               faultDetail(soap, "Object type %s name %s read error", type, name));
-        break;
-    case NO_SUCH_TYPE:
-        refuse(soap, "WebServer Error: Object type error",
-               faultDetail(soap, "Object type %s does not exit", type)); // sic: clients match it
-        break;
+        return soap_receiver_fault(
+            soap, "WebServer Error: Object read error",
+            faultDetail(soap, "Object type %s name %s read error", type, name));
+    case NO_SUCH_TYPE: // sic: "exit"
+        return soap_receiver_fault(soap, "WebServer Error: Object type error",
+                                   faultDetail(soap, "Object type %s does not exit", type));
     default:
-        refuse(soap, "WebServer Error: Unknown error", faultDetail(soap, "Error: %d", result));
+        return soap_receiver_fault(soap, "WebServer Error: Unknown error",
+                                   faultDetail(soap, "Error: %d", result));
     }
 }
 
@@ -46,13 +46,11 @@ int ns__coreDbReadData(struct soap *soap, char *inputType, char *inputName, char
     char *text = static_cast<char *>(soap_malloc(soap, SINGLE_READ_SIZE));
     if (text == nullptr)
         return soap_receiver_fault(soap, "WebServer Error: Unknown error", __func__);
-    *text = '\0';
+    memset(text, 0, SINGLE_READ_SIZE);
     const int outcome = x_readData(inputType, inputName, inputFormat, text);
     text[SINGLE_READ_SIZE - 1] = '\0';
-    if (outcome != READ) {
-        refuseRead(soap, outcome, inputType, inputName);
-        return soap->error;
-    }
+    if (outcome != READ)
+        return refuseRead(soap, outcome, inputType, inputName);
     *result = text;
     return SOAP_OK;
 }
@@ -91,14 +89,13 @@ int ns__coreDbReadMultData(struct soap *soap, char *inputType, char *inputNames,
                                    nullptr);
 
     TextWriter writer(*result, size);
-    char text[MULTI_READ_SIZE];
     for (int i = 0; i < *inputNum; ++i) {
         const char *name = nextName(&inputNames);
         if (name == nullptr)
             return soap_receiver_fault(soap, "WebServer Error: input string format error", nullptr);
-        *text = '\0';
+        char text[MULTI_READ_SIZE + 1] =
+            ""; // one more, should the host fill it without a terminator
         const bool read = x_readData(inputType, name, inputFormat, text) == READ;
-        text[sizeof text - 1] = '\0';
         writer.append("[");
         writer.append(read ? text : "X|X");
         writer.append("]");

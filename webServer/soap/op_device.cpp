@@ -1,6 +1,5 @@
 // soap/op_device.cpp: calls into function containers, reboot, and what the unit is.
-#include <cstring>
-
+#include "session/text.h"
 #include "soap/checks.h"
 #include "webServer.h"
 #include "webServerHost.h"
@@ -23,11 +22,12 @@ int ns__fnPutS(struct soap *soap, char *binContName, char *binName, char *functi
     if (denied(soap, __func__, WS_LEVEL_WRITE) || missing(soap, __func__, {timeout}))
         return soap->error;
 
-    char answer[ANSWER_SIZE] = "";
+    char answer[ANSWER_SIZE + 1] = ""; // one more, should the host fill it without a terminator
     if (fnPutS(binContName, binName, function, arg, answer, ANSWER_SIZE, *timeout) != 0)
         return soap_receiver_fault(soap, "WebServer Error: invalid returned value", __func__);
-    answer[ANSWER_SIZE - 1] = '\0';
-    *result = soap_strdup(soap, answer);
+    *result = static_cast<char *>(soap_malloc(soap, ANSWER_SIZE));
+    if (*result != nullptr)
+        TextWriter(*result, ANSWER_SIZE).append(answer);
     return SOAP_OK;
 }
 

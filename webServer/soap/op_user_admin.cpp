@@ -19,9 +19,10 @@ static bool incomplete(struct soap *soap, const char *operation, const char *mes
     return anyAbsent(fields) && refuse(soap, message, operation);
 }
 
-// The host has no user administration, or none of this kind.
+// The host has no user administration, or none of this kind. The hook is looked at last: with the
+// host's security off, start-up may just be clearing it.
 template <typename Hook>
-static bool notExecuted(struct soap *soap, const char *operation, Hook hook)
+static bool notExecuted(struct soap *soap, const char *operation, const Hook &hook)
 {
     return (g_csEnabled == 0 || hook == nullptr)
            && refuse(soap, "WebServer Error: Not Executed", operation);

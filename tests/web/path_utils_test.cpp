@@ -1,0 +1,82 @@
+// tests/web/path_utils_test.cpp: request paths and file names.
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "web/path_utils.h"
+#include "webServer.h"
+
+TEST(ParseURL, SplitsAtTheFirstQuestionMarkAndCutsEachPart)
+{
+    const std::string x300(300, 'x');
+    const struct {
+        std::string url, path, query;
+    } cases[] = {{"/a/b", "/a/b", ""},
+                 {"?a=1", "", "?a=1"},
+                 {"/p?a?b", "/p", "?a?b"},
+                 {x300 + "?q", x300, "?q"},
+                 {x300 + "more?q", x300, "more?q"},
+                 {"/?" + x300, "/", "?" + x300.substr(1)}};
+    for (const auto &row : cases) {
+        char path[PATH_PART_SIZE], query[PATH_PART_SIZE];
+        EXPECT_EQ(0, parseURL(row.url.c_str(), path, query));
+        EXPECT_EQ(row.path, path);
+        EXPECT_EQ(row.query, query);
+    }
+    EXPECT_EQ(0, parseURL(nullptr, nullptr, nullptr));
+}
+
+TEST(Unescape, ReadsTwoDigitsAndNeverPastTheEnd)
+{
+    static const char *const CASES[][2] = {{"%41%2f", "A/"}, {"a+b", "a+b"}, {"%4a%4A%6A", "JJj"},
+                                           {"100%", "100%"}, {"%4", "%4"},   {"%00x", ""}};
+    for (const auto &row : CASES) {
+        char text[16];
+        strcpy(text, row[0]);
+        unescape_url(text);
+        EXPECT_STREQ(row[1], text);
+    }
+    EXPECT_EQ('\xFF', x2c("fF"));
+}
+
+TEST(PathUtils, TranslateReplaceAndVet)
+{
+    static const char *const REPLACED[][4] = {
+        {"aXXbXX", "XX", "Y", "aYbY"}, {"aXb", "X", "long", "alongb"}, {"XXX", "XX", "Y", "YX"},
+        {"abc", "b", "x", "axc"},      {"abc", "z", "x", "abc"},       {"abc", "", "x", "abc"}};
+    for (const auto &row : REPLACED) {
+        char *text = replace_str(row[0], row[1], row[2]);
+        EXPECT_STREQ(row[3], text);
+        free(text);
+    }
+    g_webDir = "/web/";
+    g_configDir = "/cfg/";
+    static const struct {
+        const char *path;
+        int result;
+        const char *expected;
+    } TRANSLATED[] = {{"/cfgFiles/a/cfgFiles.xml", 1, "/cfg//a/cfg/.xml"},
+                      {"/img/a.png", 0, "/web//img/a.png"},
+                      {"x/cfgFiles", 0, "/web/x/cfgFiles"}};
+    for (const auto &row : TRANSLATED) {
+        char *text = nullptr;
+        EXPECT_EQ(row.result, traduceWebToFsPath(&text, row.path));
+        EXPECT_STREQ(row.expected, text);
+        free(text);
+    }
+    static const struct {
+        const char *text;
+        int path, name;
+    } VETTED[] = {{"a-b_c.Z09", 1, 1}, {"/web/../a", 1, 0}, {"", 1, 1},
+                  {"a b", 0, 0},       {"a%20", 0, 0},      {"\xC3\xA4", 0, 0}};
+    for (const auto &row : VETTED) {
+        EXPECT_EQ(row.path, validatePathSyntax(row.text)) << row.text;
+        EXPECT_EQ(row.name, validateFilenameSyntax(row.text)) << row.text;
+    }
+    char file[] = "/mnt/a/b.txt", plain[] = "b.txt";
+    EXPECT_EQ(file + 6, getFolderPath(file));
+    EXPECT_STREQ("/mnt/a/", file);
+    EXPECT_EQ(nullptr, getFolderPath(plain));
+    EXPECT_STREQ("b.txt", plain);
+}
