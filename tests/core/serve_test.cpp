@@ -66,7 +66,7 @@ TEST_P(Bind, FailureRebootsTheUnitAndNamesAddressAndReason)
     EXPECT_EQ(0, httpd());
     EXPECT_TRUE(waitFor([&] { return fake.calls().size() == 2 && ended(); }));
     EXPECT_EQ((std::vector<std::string>{"sync()", "reboot(0x01234567)"}), fake.calls());
-    EXPECT_EQ(-1, g_wsSocket);
+    EXPECT_EQ(-1, __atomic_load_n(&g_wsSocket, __ATOMIC_ACQUIRE));
     EXPECT_EQ(0, g_wsRunningSocket);
     EXPECT_THAT(fake.log(), testing::MatchesRegex(
                                 "E webServer: rebooting system since socket binding fails for "

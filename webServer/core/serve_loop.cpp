@@ -90,6 +90,13 @@ static int listenOn(struct soap *soap, const char *address, int port)
     return listener;
 }
 
+static void releaseContext(struct soap *soap)
+{
+    soap_destroy(soap);
+    soap_end(soap);
+    soap_done(soap);
+}
+
 // Deliberate: a unit that cannot be reached is restarted, since nobody could tell it to.
 static int rebootUnit(struct soap *soap)
 {
@@ -98,9 +105,8 @@ static int rebootUnit(struct soap *soap)
             g_serverAddr, g_serverPort, failureText(soap));
     sync();
     const int result = reboot(RB_AUTOBOOT);
-    soap_destroy(soap);
-    soap_end(soap);
-    soap_done(soap);
+    releaseContext(soap);
+    writeShared(g_wsSocket, -1);
     return result;
 }
 
@@ -142,9 +148,7 @@ static int release(struct soap *soap)
 {
     const int listener = soap->master;
     soap->master = SOAP_INVALID_SOCKET; // soap_done would close it, too
-    soap_destroy(soap);
-    soap_end(soap);
-    soap_done(soap);
+    releaseContext(soap);
     const int result = close(listener);
     writeShared(g_wsSocket, -1);
     return result;

@@ -75,7 +75,7 @@ char *replace_str(const char *text, const char *search, const char *replacement)
         to = stpcpy(to, replacement);
         text = found + strlen(search);
     }
-    strcpy(to, text);
+    stpcpy(to, text);
     return result;
 }
 

@@ -23,11 +23,10 @@ struct Fields {
 // quote, so it gets a text with three of them.
 static char *parsableCopy(struct soap *soap, const char *body)
 {
-    const std::size_t length = strlen(body);
-    char *copy = static_cast<char *>(soap_malloc(soap, length + 3));
+    char *copy = static_cast<char *>(soap_malloc(soap, strlen(body) + 3));
     if (copy != nullptr) {
-        memcpy(copy, body, length);
-        memset(copy + length, 0, 3);
+        char *end = stpcpy(copy, body);
+        end[1] = end[2] = '\0';
     }
     return copy;
 }
