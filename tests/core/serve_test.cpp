@@ -1,4 +1,5 @@
 // tests/core/serve_test.cpp: the service over a real socket: bind, serve, close, and start again.
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
@@ -183,6 +184,34 @@ TEST(Service, SurvivesClientsThatLeaveEarlyAndBrokenRequests)
     EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
 }
 
+TEST(Service, GivesPagesOfOtherOriginsNoPermission)
+{
+    FakeHost fake;
+    const Service service;
+    const std::string origin = "Origin: http://elsewhere\r\n";
+    EXPECT_THAT(service.post(envelope("getRTU"), origin), HasSubstr("512Q"));
+    const std::string asks = "OPTIONS / HTTP/1.1\r\nAccess-Control-Request-Method: POST\r\n";
+    for (const std::string &reply :
+         {service.post(envelope("getRTU"), origin), talk(service.port(), asks + origin + "\r\n"),
+          talk(service.port(), asks + "\r\n")})
+        EXPECT_THAT(reply, testing::Not(HasSubstr("Access-Control-Allow-Origin")));
+}
+
+TEST(Service, DropsWhatIsNoRequestAndWhatCostsTooMuch)
+{
+    FakeHost fake;
+    const Service service;
+    EXPECT_EQ("",
+              talk(service.port(), "HTTP/1.1 302 Found\r\nContent-Length: 1900000000\r\n\r\nA"));
+    std::string attributes;
+    for (int i = 0; i < 80000; ++i)
+        attributes += " a" + std::to_string(i) + "=''";
+    const auto begin = std::chrono::steady_clock::now();
+    service.post("<x" + attributes + "/>"); // would take a minute
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+    EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
+}
+
 TEST(Service, LimitsTheSizeOfARequest)
 {
     FakeHost fake;
@@ -200,9 +229,10 @@ static int describeRequest(struct soap *soap, int)
     const char *cookie = sessionCookie(soap);
     const char *header = soap->header == nullptr ? nullptr : soap->header->Authentication;
     const char *user = soap->userid;
+    const char *origin = soap->origin;
     host().record(std::string(cookie == nullptr ? "-" : cookie) + " "
                   + (header == nullptr ? "-" : header) + " " + (user == nullptr ? "-" : user) + " "
-                  + soap->path);
+                  + (origin == nullptr ? "-" : origin) + " " + soap->path);
     return 4;
 }
 
@@ -212,9 +242,9 @@ TEST(Service, LeavesNothingOfARequestToTheNextOne)
     pgf_parseAuth = describeRequest;
     Service service;
     const std::string asks = envelope("thmGetInfo");
-    const std::string headers = "Authorization: Basic dXNlcjpwdw==\r\n"
+    const std::string headers = "Authorization: Basic dXNlcjpwdw==\r\nOrigin: page\r\n"
                                 "Cookie: a=b; SESSIONID=secret; $Path=/x; $Domain=d\r\n";
-    const std::string known = "secret token user /";
+    const std::string known = "secret token user page /";
     const auto servesStrangers = [&] {
         service.post(envelope("thmGetInfo", "", false, "<Authentication>token</Authentication>"),
                      headers);
@@ -223,7 +253,7 @@ TEST(Service, LeavesNothingOfARequestToTheNextOne)
         talk(service.port(), asks); // an envelope without HTTP
     };
     servesStrangers();
-    EXPECT_EQ((std::vector<std::string>{known, "- - - /", "- - - "}), fake.calls());
+    EXPECT_EQ((std::vector<std::string>{known, "- - - - /", "- - - - "}), fake.calls());
 
     fake.forgetCalls();
     const std::size_t before = allocatedBytes();

@@ -65,6 +65,10 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
     for (const auto &row : cases)
         EXPECT_THAT(service.post(body(row.element)), HasSubstr(row.expected)) << row.element;
     EXPECT_TRUE(fake.calls().empty());
+    std::string foreign = envelope("getRTU");
+    foreign.replace(foreign.find("xmlsoap"), 7, "example");
+    EXPECT_THAT(service.post(foreign), HasSubstr("ault"));
+    EXPECT_THAT(service.post("no XML at all"), HasSubstr("ault"));
 }
 
 TEST_F(Contract, HandsTheSessionCookieToTheHooksAndAnswersAQuietRefusalWith200)

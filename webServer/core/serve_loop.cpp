@@ -7,11 +7,14 @@
 #include <cstring>
 #include <fcntl.h>
 #include <httpget.h>
+#include <malloc.h>
+#include <poll.h>
 #include <soapH.h>
 #include <sys/reboot.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "core/request_guard.h"
 #include "session/thread_shared.h"
 #include "web/get_handler.h"
 #include "web/http/form_plugin.h"
@@ -31,6 +34,7 @@ static const int STALL_TIMEOUT_SECONDS = 60;
 static const int MAX_KEEP_ALIVE = 100; // only a bound: keep-alive is never on
 static const int BACKLOG = 100;
 static const ULONG64 MAX_REQUEST_BYTES = 0x1000000; // 16 MiB: the runtime's 2 GB would end the unit
+static const int ACCEPT_RETRY_MILLISECONDS = 100;   // a lack of descriptors would flood the log
 static const int MAX_PORT = 65535;
 static const int MAX_CLOSE_WAITS = 10; // of one second
 
@@ -59,6 +63,7 @@ static void configure(struct soap *soap)
     soap->max_keep_alive = MAX_KEEP_ALIVE;
     soap->bind_flags = SO_REUSEADDR;
     soap->recv_maxlength = MAX_REQUEST_BYTES;
+    soap->cors_allow = nullptr; // or every page in the world might call the unit from a browser
 }
 
 static void registerPlugins(struct soap *soap)
@@ -85,9 +90,14 @@ static int listenOn(struct soap *soap, const char *address, int port)
     }
     const int listener = soap_bind(soap, address, port, BACKLOG);
     // A program that the host starts must not keep the port: the next bind would reboot the unit.
-    if (soap_valid_socket(listener))
+    if (listener > 0)
         fcntl(listener, F_SETFD, FD_CLOEXEC);
-    return listener;
+    if (listener != 0)
+        return listener;
+    // In a process without standard input; but 0 reads as "stopped" to who waits for the close.
+    soap->master = fcntl(listener, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(listener);
+    return soap->master;
 }
 
 static void releaseContext(struct soap *soap)
@@ -129,17 +139,28 @@ static void forgetRequest(struct soap *soap)
     soap_free_cookies(soap);
     soap->path[0] = '\0';
     soap->msgbuf[0] = '\0';
+    soap->host[0] = '\0';
+    soap->tag[0] = '\0';
     soap->user = nullptr;
+    soap->origin = soap->proxy_from = nullptr;
+    soap->cors_origin = soap->cors_method = soap->cors_header = nullptr;
+    soap->cors_methods = soap->cors_headers = nullptr;
     soap->imode = soap->omode = CONTEXT_MODE; // a sent file has changed it
     gblIpAddress = nullptr;
+    if (requestWasLong())
+        malloc_trim(0);
 }
 
 void serveConnection(struct soap *soap)
 {
-    if (soap_valid_socket(soap_accept(soap)))
+    if (soap_valid_socket(soap_accept(soap))) {
+        fcntl(soap->socket, F_SETFD, FD_CLOEXEC);
+        startRequestGuard();
         soap_serve(soap); // has already answered the client, whatever it returns
-    else if (readShared(g_wsRunningSocket) != 0)
+    } else if (readShared(g_wsRunningSocket) != 0) {
         reportAcceptFailure(soap);
+        poll(nullptr, 0, ACCEPT_RETRY_MILLISECONDS);
+    }
     forgetRequest(soap);
 }
 
@@ -158,6 +179,7 @@ int openService(struct soap *soap)
 {
     configure(soap);
     registerPlugins(soap);
+    installRequestGuard(soap);
     return listenOn(soap, g_serverAddr, g_serverPort);
 }
 

@@ -4,7 +4,7 @@
  * and settings below that it wants, and calls webServer_Web_Start() once.
  *
  * Threads: the host calls the functions from its own thread; one service thread serves every
- * request, one at a time, and calls every hook and host function. Nothing is locked: fill hooks and
+ * request, one at a time, and calls the hooks and host functions. Nothing is locked: fill hooks and
  * settings before the start call and leave them alone afterwards.
  *
  * SIGPIPE is blocked on the service thread, so a client that leaves early ends only its own
@@ -40,8 +40,8 @@ enum { WS_NOT_AUTHENTICATED = 2, WS_ALLOWED = 3 };
  * thread logs it, calls sync() and reboot(RB_AUTOBOOT). A host for a PC defines both functions
  * itself.
  *
- * Call it once, and again only after ws_soap_close() has returned 0: a second service would fail to
- * bind and so reboot the unit.
+ * Call it once, and again only after a running service was closed and ws_soap_close() has returned 0:
+ * a second service would fail to bind and so reboot the unit.
  *
  * Returns 0: started; -1: no thread could be created (logged); else the error number of
  * pthread_detach (logged; the service runs all the same). The two names do the same. */
@@ -173,9 +173,11 @@ extern WS_EXPORT AccessRetryTable g_webAccess;
  *   request->header->Authentication   null, or the text of its Authentication element
  *   request->cookies                  what the client sent: a list (next) of name and value; look
  *                                     for the name "SESSIONID" and leave domain and path alone
- *   request->ip                       client address, most significant byte first
+ *   request->ip                       client address as a number: 0x7F000001 is 127.0.0.1
  *
- * All of it belongs to the request and is gone when the hook has returned. */
+ * All of it belongs to the request and is gone when the request ends. A host that serves or calls
+ * SOAP by itself keeps the names that gSOAP generates (namespaces, soap_getheader, ...) out of its
+ * dynamic symbols: the runtime would otherwise find them in place of the library's. */
 extern WS_EXPORT int (*pgf_parseAuth)(struct soap *request, int level);
 
 /* ---- Hooks of the browser login: null at load ------------------------------------------------ */

@@ -3,8 +3,9 @@
  * The host process defines every function below; the dynamic linker finds them when it loads the
  * library, so export them (link with -rdynamic, or name the library on the link line).
  *
- * The library calls all of them on its service thread, one at a time; the host protects its data
- * against its own threads. Text arguments are read-only, NUL-terminated, and valid only during the
+ * The library calls all of them on its service thread, one at a time, and the log functions on the
+ * host's own threads, too; the host protects its data against its threads. Programs and threads that
+ * a host function starts inherit the service thread's blocked SIGPIPE. Text arguments are read-only, NUL-terminated, and valid only during the
  * call. Those that come from a client are unchecked unless said otherwise: they may be empty, long
  * and hostile, and must never serve as a printf format. An output text starts empty.
  */
@@ -61,6 +62,8 @@ int fnPutS(const char *container, const char *object, const char *function, cons
            char *answer, int size, int timeout);
 
 /* ---- Clock, versions, reboot ----------------------------------------------------------------- */
+
+struct timespec; /* of POSIX, which <time.h> leaves out for a strict C99 host */
 
 /* Sets the clock: seconds since the epoch (tv_nsec is 0), two words of type long. option is always 0.
  * Returns -1: failed. */

@@ -1,0 +1,64 @@
+// core/request_guard.cpp: keeps a request within its limits where the runtime would go further.
+#include "core/request_guard.h"
+
+#include <ctime>
+#include <stdsoap2.h>
+
+// The runtime compares every attribute of an element with all before it: half a megabyte of them
+// would keep the one service thread busy for a minute, and each further megabyte for much longer.
+static const double MAX_REQUEST_CPU_SECONDS = 2;
+static const std::size_t LONG_REQUEST_BYTES = 0x100000; // 1 MiB
+
+// Of the request being served. Service thread only.
+static double begun;
+static std::size_t received;
+static int (*parseHttp)(struct soap *);
+
+static double threadSeconds()
+{
+    struct timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
+}
+
+extern "C" {
+
+static int parseRequest(struct soap *soap)
+{
+    const int error = parseHttp(soap);
+    // The first line of a response: the runtime would take it as a client does, with any length.
+    if (soap->status > 0 && soap->status < SOAP_STOP) {
+        soap->status = 0;
+        return soap->error = SOAP_EOF;
+    }
+    // With the status of a POST the runtime would not tell a client what is wrong with its envelope.
+    if (error == SOAP_OK && soap->status == SOAP_POST && soap->body)
+        soap->status = 0;
+    return error;
+}
+
+static int watchReceipt(struct soap *, const char *, size_t size)
+{
+    received += size;
+    return threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS ? SOAP_EOF : SOAP_OK;
+}
+
+} // extern "C"
+
+void installRequestGuard(struct soap *soap)
+{
+    parseHttp = soap->fparse;
+    soap->fparse = parseRequest;
+    soap->fpreparerecv = watchReceipt;
+}
+
+void startRequestGuard()
+{
+    begun = threadSeconds();
+    received = 0;
+}
+
+bool requestWasLong()
+{
+    return received > LONG_REQUEST_BYTES;
+}
