@@ -2,12 +2,14 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
+#include <sstream>
 #include <stdsoap2.h>
 #include <string>
 
 #include "session/base64.h"
 #include "session/client_info.h"
 #include "session/lockout.h"
+#include "session/request_check.h"
 #include "session/session_table.h"
 #include "support/fake_host.h"
 
@@ -75,6 +77,60 @@ TEST(ClientInfo, BoundedPrintAndVerb)
     }
     EXPECT_EQ(nullptr, httpGetIp(nullptr));
     httpClearIp(nullptr);
+}
+
+TEST(SessionTable, MakesIdsFromTheGeneratorAndTheTime)
+{
+    FakeHost fake;
+    fake.milliseconds = 0x1234ABCD;
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    srand(7);
+    const unsigned first = static_cast<unsigned>(rand());
+    srand(first + fake.milliseconds);
+    char expected[18];
+    snprintf(expected, sizeof expected, "%08x:1234abcd", static_cast<unsigned>(rand()));
+    srand(7);
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
+        EXPECT_EQ(slot, createSession(soap.get()));
+    unsigned char id[32];
+    httpBase64decode(g_accesstok[0].id, id, 24);
+    EXPECT_STREQ(expected, reinterpret_cast<char *>(id));
+    EXPECT_EQ(-1, createSession(soap.get())) << "full";
+    EXPECT_EQ(MAX_SESSIONS, numOfSessions);
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
+        freeSession(slot);
+    soap_end(soap.get());
+}
+
+TEST(RequestCheck, TestsAndRenewsOnlyWhatItIsAskedFor)
+{
+    FakeHost fake;
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    std::ostringstream out;
+    soap->os = &out;
+    const int slot = createSession(soap.get());
+    soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
+    static const struct {
+        uint32_t now;
+        short refresh, checkTimeout;
+        int result;
+        uint32_t lastActivity;
+    } CASES[] = {{900000, 0, 1, 0, 0},  {900001, 0, 0, 0, 0},   {900001, 2, 0, 0, 0},
+                 {900001, 1, 1, -1, 0}, {900001, 1, -1, -1, 0}, {900002, 1, 0, 0, 900002}};
+    for (const auto &row : CASES) {
+        fake.milliseconds = row.now;
+        int found = -1;
+        EXPECT_EQ(row.result, httpCheckUser(soap.get(), row.refresh, row.checkTimeout, &found));
+        EXPECT_EQ(slot, found);
+        EXPECT_EQ(row.lastActivity, g_accesstok[slot].lastActivity) << row.now;
+        if (row.result != 0) { // the reply has taken the cookies with it
+            EXPECT_NE(std::string::npos, out.str().find("?u=to"));
+            soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
+        }
+    }
+    clearSession(slot, soap.get());
+    EXPECT_EQ(0, numOfSessions);
+    soap_end(soap.get());
 }
 
 TEST(SessionTable, TellsOfSlotsBelowTheNumberOfSessionsOnly)

@@ -27,6 +27,7 @@ FakeHost::FakeHost()
     g_csEnabled = 0;
     g_highLevel = 200;
     g_webRemote = 0;
+    sessTimeOut = 900;
     pgf_parseAuth = gate;
 }
 
@@ -284,6 +285,14 @@ time_t time(time_t *out)
     struct timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
     return out == nullptr ? now.tv_sec : *out = now.tv_sec;
+}
+
+char *strdup(const char *text)
+{
+    if (current != nullptr && host().strdups >= 0 && host().strdups-- == 0)
+        return nullptr;
+    char *copy = static_cast<char *>(malloc(strlen(text) + 1));
+    return copy == nullptr ? nullptr : strcpy(copy, text);
 }
 
 time_t mktime(struct tm *local)

@@ -38,6 +38,7 @@ public:
     std::string sessionId; // that it writes, without a terminator
     int sessionStatus = 0;
     uint32_t milliseconds = 0;      // of sysCnt1mlsg
+    int strdups = -1;               // that succeed before one fails; negative: all
     bool noTime = false;            // mktime cannot tell the time
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry

@@ -2,7 +2,8 @@
 //
 //   given NAME=VALUE | ...     changes the host; "given fresh" starts from one in local security mode
 //   client ADDRESS             from now on; every client keeps its own session cookie
-//   cookie TEXT                the client's Cookie header from now on; {id} is its own session id
+//   cookie TEXT                the client's Cookie header from now on; {id} is its own session id,
+//                              {id@ADDRESS} another client's
 //   header TEXT                for the next request only; type TEXT: its content type;
 //   length N, chunked          how the next form is announced; "hang up": and cut off after it
 //   file PATH TEXT             writes a file; "fifo PATH" makes one, "folder PATH", "remove PATH"
@@ -11,6 +12,7 @@
 //     CODE TYPE BODY           of the one reply; a BODY of "@PATH" is the content of that file
 //     relogin CODE, relogin    the page that leads to the login page
 //     raw TEXT, has TEXT       the whole reply, a part of it; \r\n stand for themselves
+//   failures ADDRESS           five failed logins are on record for it
 //   sessions N, content PATH TEXT, calls F(A) G()   what must be so now
 #include <algorithm>
 #include <filesystem>
@@ -88,6 +90,8 @@ class WebCase : public testing::Test {
             [&] { reply = talk(g_serverPort, bytes, client_, next_.count("hang") != 0); });
         serveConnection(soap_.get());
         client.join();
+        EXPECT_EQ(nullptr, gblIpAddress);
+        EXPECT_EQ(nullptr, soap_->user);
         next_.clear();
         const std::string set = "Set-Cookie: SESSIONID=";
         const std::size_t at = reply.find(set);
@@ -103,6 +107,8 @@ class WebCase : public testing::Test {
     {
         std::string cookie = cookies_[client_];
         replaceAll(&cookie, "{id}", ids_[client_]);
+        for (const auto &[client, id] : ids_)
+            replaceAll(&cookie, "{id@" + client + "}", id);
         std::string text = verb + " " + target + " HTTP/1.1\r\n";
         if (!cookie.empty())
             text += "Cookie: " + cookie + "\r\n";
@@ -137,7 +143,8 @@ class WebCase : public testing::Test {
 
     static void check(const std::string &reply, std::string expected)
     {
-        replaceAll(&expected, "\\r\\n", "\r\n");
+        replaceAll(&expected, "\\r", "\r");
+        replaceAll(&expected, "\\n", "\n");
         const std::string kind = firstWord(&expected);
         if (kind == "nothing")
             EXPECT_EQ("", reply);
@@ -203,6 +210,12 @@ class WebCase : public testing::Test {
             {"fifo", [&] { EXPECT_EQ(0, mkfifo(rest.c_str(), 0600)); }},
             {"folder", [&] { fs::create_directories(rest); }},
             {"remove", [&] { fs::remove_all(rest); }},
+            {"failures",
+             [&] {
+                 initAccessRetry();
+                 for (int i = 0; i < 5; ++i)
+                     createAccessRetry(rest.data());
+             }},
             {"sessions", [&] { EXPECT_EQ(std::stoi(rest), numOfSessions); }},
             {"content",
              [&] {
@@ -252,7 +265,8 @@ public:
         for (int slot = 0; slot < MAX_SESSIONS; ++slot)
             if (g_accesstok[slot].id != nullptr)
                 clearSession(slot, soap_.get());
-        removeAccessRetry("");
+        while (g_webAccess.count > 0)
+            removeAccessRetry(g_webAccess.slots[g_webAccess.count - 1].ip);
         soap_done(soap_.get());
     }
 

@@ -63,7 +63,10 @@ static void configure(struct soap *soap)
     soap->max_keep_alive = MAX_KEEP_ALIVE;
     soap->bind_flags = SO_REUSEADDR;
     soap->recv_maxlength = MAX_REQUEST_BYTES;
-    soap->cors_allow = nullptr; // or every page in the world might call the unit from a browser
+    // What this runtime adds of its own accord: the first would let every page in the world call the
+    // unit from a browser, the second keeps the unit's pages out of a control room's frames.
+    soap->cors_allow = nullptr;
+    soap->x_frame_options = nullptr;
 }
 
 static void registerPlugins(struct soap *soap)

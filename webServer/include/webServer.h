@@ -102,7 +102,8 @@ extern WS_EXPORT int g_csEnabled;
 /* The level that getUserAuth reports in host security mode. Initially 200. */
 extern WS_EXPORT int g_highLevel;
 
-/* Inactivity limit of a browser session in seconds, taken when the session is made. Initially 900. */
+/* Inactivity limit of a browser session in seconds, taken when the session is made: it may change at
+ * any time, for later sessions. Initially 900. */
 extern WS_EXPORT int sessTimeOut;
 
 /* Storage for the host's hooks: levels, RBAC objects and actions. Initially 0, not read here. */
@@ -123,10 +124,12 @@ extern WS_EXPORT int g_wsSocket;
 /* 1 while serving; 0 before that and from the moment it is told to stop. */
 extern WS_EXPORT int g_wsRunningSocket;
 
-/* Address text of the login in progress; null between requests. Service thread only. */
+/* Address text of the login in progress, already emptied when a hook can look; null between requests.
+ * Service thread only. */
 extern WS_EXPORT char *gblIpAddress;
 
-/* A browser's session. The slot is live while id is not null; the library owns the texts. */
+/* A browser's session. The slot is live while id is not null; the library owns the texts, and a login
+ * or logout frees them. Read this table and the next one from hooks only, on the service thread. */
 typedef struct {
     char *ip;              /* client address, dotted and cut to 14 characters; null: unknown     */
     int level;             /* access level granted at login                                      */
@@ -140,11 +143,12 @@ enum { MAX_SESSIONS = 5 };
 extern WS_EXPORT SessionEntry g_accesstok[MAX_SESSIONS];
 extern WS_EXPORT int numOfSessions; /* live sessions */
 
-/* A client's run of failed logins. The slot is free while ip is null; the library owns the text. */
+/* A run of failed logins by address. The slot is free while ip is null; the library owns the text.
+ * Logins use one entry, with the empty text, for the failures of all clients. */
 typedef struct {
     char *ip;     /* address text                                                                */
     int since;    /* time() of the first failure; from the fifth on, of the fifth                */
-    int failures; /* in a row; five lock the address for 900 seconds                             */
+    int failures; /* in a row; from five on logins are told "nvm"                                */
 } AccessRetryEntry;
 
 enum { ACCESS_RETRY_SLOTS = 64 };
@@ -223,8 +227,8 @@ extern WS_EXPORT int (*pgf_ws_setUserLock)(const char *sessionId, const char *us
 extern WS_EXPORT int (*pgf_ws_getUserLockState)(const char *sessionId, const char *user);
 
 /* ---- Utilities for hosts ----------------------------------------------------------------------- *
- * The library does not call them. Those that take a request are for hooks, on the service thread;
- * the others may be called from any thread, once the service has been started.                    */
+ * The library does not call them. getSessionId and those that take a request are for hooks, on the
+ * service thread; the others may be called from any thread, once the service has been started.    */
 
 /* The id of the session in a slot, which stays the library's. Null when the slot is not below
  * numOfSessions, even if it is live. */

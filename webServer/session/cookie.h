@@ -3,5 +3,5 @@
 
 struct soap;
 
-// The value of the request's SESSIONID cookie, null when it has none or an empty one. Belongs to the request.
+// The value of the request's SESSIONID cookie, null when it has none. Belongs to the request.
 const char *sessionCookie(const struct soap *soap);

@@ -1,6 +1,7 @@
 // session/lockout.cpp: who may not try to log in again.
 #include "session/lockout.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +10,12 @@
 #include "webServer.h"
 
 AccessRetryTable g_webAccess = {};
+
+// Hosts read the table.
+static_assert(offsetof(AccessRetryEntry, since) == sizeof(void *), "behind ip");
+static_assert(sizeof(AccessRetryEntry) == sizeof(void *) + 8, "since and failures");
+static_assert(offsetof(AccessRetryTable, count) == 64 * sizeof(AccessRetryEntry),
+              "behind the slots");
 
 static char ms_first = 1;
 

@@ -2,7 +2,6 @@
 #include "session/login.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <stdsoap2.h>
 
@@ -20,13 +19,6 @@ char *gblIpAddress = nullptr;
 static const int MIN_WEB_LEVEL = 50;
 static const std::size_t HOST_ID_SIZE = 80;
 
-// Sends the browser away with a reason code and passes the result on.
-static int refused(struct soap *soap, const char *code, int result)
-{
-    reLogin(soap, code);
-    return result;
-}
-
 // Deliberate: a prefix comparison. A login of "oper" ends the sessions of "operator", too, and an
 // empty name ends all; one user has at most one session.
 static void endSessionsOf(const char *user, struct soap *soap)
@@ -42,8 +34,8 @@ static void setSessionCookie(struct soap *soap, const char *id)
 {
     char value[99];
     snprintf(value, sizeof value, "%s", id);
-    soap_free_cookies(
-        soap); // the request's own, or one of them may be found in place of the new one
+    // The request's own go first: one of them might be found in place of the new one.
+    soap_free_cookies(soap);
     soap_set_cookie(soap, "SESSIONID", value, "", "/");
     soap_set_cookie_session(soap, "SESSIONID", "", "/"); // marks it for sending, too
 }
@@ -77,7 +69,7 @@ static int openSession(struct soap *soap, const char *user, int level, const cha
         snprintf(session.user, SESSION_USER_SIZE, "%s", user);
     if (session.id != nullptr)
         return slot;
-    --numOfSessions; // without memory for its id the slot has stayed free
+    freeSession(slot); // no memory for the id
     return -1;
 }
 
@@ -88,15 +80,15 @@ int logInUser(struct soap *soap, const char *user, const char *password)
     gblIpAddress = httpGetIp(soap);
     const bool lockedOut = isWaitingAccess(gblIpAddress) != 0;
     // Deliberate: from here on the address is the empty text, so failures of all clients count as
-    // one run and no client is ever locked out for good; the run shows in the code "nvm".
+    // one run and no client is ever locked out; the run only shows in the code "nvm".
     httpClearIp(gblIpAddress);
     if (lockedOut)
-        return refused(soap, "nvm", -1);
+        return refuseLogin(soap, "nvm", -1);
 
     if (numOfSessions >= MAX_SESSIONS) {
         removeInactiveSes(soap);
         // Deliberate: the attempt that makes room is itself refused; the next one finds it.
-        return refused(soap, "ms", -1);
+        return refuseLogin(soap, "ms", -1);
     }
 
     char hostId[HOST_ID_SIZE + 1] = ""; // one more, should the host fill it without a terminator
@@ -105,16 +97,16 @@ int logInUser(struct soap *soap, const char *user, const char *password)
         verify == nullptr ? -1 : verify(user, password, g_csEnabled != 0 ? hostId : nullptr);
     hostId[HOST_ID_SIZE] = '\0';
     if (level < 0)
-        return refused(soap, createAccessRetry(gblIpAddress) == 1 ? "nvm" : "nv", level);
+        return refuseLogin(soap, createAccessRetry(gblIpAddress) == 1 ? "nvm" : "nv", level);
     if (level < MIN_WEB_LEVEL)
-        return refused(soap, "ia", level);
+        return refuseLogin(soap, "ia", level);
     if (g_csEnabled != 0 && *hostId == '\0')
-        return refused(soap, "is", level);
+        return refuseLogin(soap, "is", level);
 
     endSessionsOf(user, soap);
     const int slot = openSession(soap, user, level, hostId);
     if (slot == -1)
-        return refused(soap, "is", level);
+        return refuseLogin(soap, "is", level);
     setSessionCookie(soap, g_accesstok[slot].id);
     sendWelcome(soap, accept, level);
     return level;

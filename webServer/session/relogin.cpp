@@ -2,19 +2,23 @@
 #include "session/relogin.h"
 
 #include <cstdio>
-#include <cstring>
-#include <stdsoap2.h>
 
 #include "web/http/send_file.h"
 
 int reLogin(struct soap *soap, const char *code)
 {
-    char target[31];
-    snprintf(target, sizeof target, "/index.htm%s%s",
-             code == nullptr ? "" : "?u=", code == nullptr ? "" : code);
+    char target[31] = "/index.htm";
+    if (code != nullptr)
+        snprintf(target, sizeof target, "/index.htm?u=%s", code);
     char page[128];
     snprintf(page, sizeof page,
              "<html>\n<body onLoad=window.location.href='%s'; > </body>\n</html>", target);
     sendText(soap, "text/html", page);
     return 0;
+}
+
+int refuseLogin(struct soap *soap, const char *code, int result)
+{
+    reLogin(soap, code);
+    return result;
 }

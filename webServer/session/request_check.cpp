@@ -11,12 +11,6 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-static int refuse(struct soap *soap, const char *code)
-{
-    reLogin(soap, code);
-    return -1;
-}
-
 int httpCheckUser(struct soap *soap, short refresh, short checkTimeout, int *slotOut)
 {
     const char *cookie = sessionCookie(soap);
@@ -28,18 +22,18 @@ int httpCheckUser(struct soap *soap, short refresh, short checkTimeout, int *slo
     if (slotOut != nullptr)
         *slotOut = slot;
     if (slot == -1)
-        return refuse(soap, "is");
+        return refuseLogin(soap, "is", -1);
 
     SessionEntry &session = g_accesstok[slot];
     const char *address = httpGetIp(soap);
     if (address == nullptr || session.ip == nullptr || strcmp(address, session.ip) != 0)
-        return refuse(soap, "wa");
+        return refuseLogin(soap, "wa", -1);
 
     // Deliberate: no caller asks for this test, so an idle session lives until it is replaced, logged
     // out or purged from a full table; and any checkTimeout but 0 tests, while only refresh 1 renews.
     const uint32_t now = sysCnt1mlsg();
     if (checkTimeout != 0 && diffTimestamp(now, session.lastActivity) > session.timeoutMs)
-        return refuse(soap, "to");
+        return refuseLogin(soap, "to", -1);
     if (refresh == 1)
         session.lastActivity = now;
     return 0;

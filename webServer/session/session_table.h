@@ -18,14 +18,17 @@ int getSessionNum(const char *id);
 // The slot's level; -1 when the slot is not below numOfSessions.
 int getSessionAccessLevel(int slot);
 
-// Ends the session in the slot and drops the request's cookies.
+// Ends the session in the slot: tells the host and drops the request's cookies.
 void clearSession(int slot, struct soap *soap);
 
 // Ends every session that has been idle for longer than its limit.
 void removeInactiveSes(struct soap *soap);
 
-// Milliseconds from then to now, over the counter's wrap.
+// Milliseconds from then to now, over the counter's wrap; one less from 2^31 on.
 uint32_t diffTimestamp(uint32_t now, uint32_t then);
 }
+
+// Frees a slot and what it owns.
+void freeSession(int slot);
 
 enum { SESSION_USER_SIZE = 300 };
