@@ -17,6 +17,8 @@
 static const std::size_t VALUE_TEXT_SIZE = 312; // what x_readData may write, with the terminator
 static const char *const CORE_DB_VERSION = "coreDb: 10.02.01";
 static const char *const BASELINE_VERSION = "sim baseline 1.0.0";
+static const uint32_t MILLISECONDS_PER_SECOND = 1000;
+static const uint32_t NANOSECONDS_PER_MILLISECOND = 1000000;
 static const int REFUSED = -1; // by appUserVerify, which else returns the level
 
 struct Account {
@@ -208,6 +210,15 @@ WS_EXPORT int usrReboot()
 {
     noteRebootWish();
     return 0;
+}
+
+// Setting the unit's time leaves this counter alone. The conversion to 32 bits is the wrap.
+WS_EXPORT uint32_t sysCnt1mlsg()
+{
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint32_t>(now.tv_sec) * MILLISECONDS_PER_SECOND
+           + static_cast<uint32_t>(now.tv_nsec) / NANOSECONDS_PER_MILLISECOND;
 }
 
 // The password stays out of the log, and so does the session id, which this unit does not use.

@@ -1,4 +1,4 @@
-// sim/log.cpp: the unit's log: one line a message on standard error, in the machine's local time.
+// sim/log.cpp: the unit's log: one line a message, in the machine's local time.
 #include "log.h"
 
 #include <algorithm>
@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "clock.h"
+#include "log_file.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
@@ -70,6 +71,7 @@ __attribute__((format(printf, 2, 0))) static void logLine(LogLevel level, const 
     // One call a line, so that threads do not mix. A failure has nowhere left to be reported.
     const ssize_t result = write(STDERR_FILENO, line, length + 1);
     static_cast<void>(result);
+    appendToLogFile(line, length + 1);
 }
 
 extern "C" {

@@ -1,4 +1,5 @@
-// sim/log.h: the unit's log on standard error, beside sLogInfo and the others of webServerHost.h.
+// sim/log.h: the unit's log on standard error and in its file, beside sLogInfo and the others of
+// webServerHost.h.
 #ifndef SIM_LOG_H
 #define SIM_LOG_H
 

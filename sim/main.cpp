@@ -6,11 +6,13 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <string>
 #include <sys/prctl.h>
 #include <unistd.h>
 
 #include "options.h"
 #include "reboot.h"
+#include "state_folder.h"
 #include "unit.h"
 #include "webServer.h"
 #include "webServerHost.h"
@@ -126,8 +128,11 @@ int main(int argc, char **argv)
     prctl(PR_SET_NAME, "sim"); // after a restart it would be "exe"
 
     int status = EXIT_SUCCESS;
-    if (!readOptions(argc, argv, &status))
+    std::string stateFolder;
+    if (!readOptions(argc, argv, &stateFolder, &status))
         return status;
+    if (openStateFolder(stateFolder) != 0)
+        return EXIT_FAILURE;
 
     theUnit();
     if (webServer_Web_Start() == -1) {

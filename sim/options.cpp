@@ -28,7 +28,15 @@ static const char *const NOTES =
     "           Status: 1 no such container, 2 no such function, 3 bad argument.\n"
     "Requests   requests/ has an envelope for each operation, for example: curl -H 'Content-Type:\n"
     "           text/xml' --data-binary @requests/getRTU.xml http://127.0.0.1:33080/\n"
-    "Accounts   admin/admin (level 250), operator/operator (200), viewer/viewer (50).\n"
+    "Accounts   admin/admin (level 250), operator/operator (200), viewer/viewer (50): for the\n"
+    "           login page, http://127.0.0.1:33080/. SOAP needs none.\n"
+    "Files      The unit sees the folder mnt/ of its state folder as /mnt, and nobody else does:\n"
+    "           flash/cfgFiles/ (configuration), flash/ (uploaded netConfig.xml, userLogin.xml),\n"
+    "           flash/log/unit.log (the log; the older part in unit.log.1), nvRam/ and\n"
+    "           privatedata/. A start fills in samples that are missing and leaves what is there.\n"
+    "           Where the system forbids a /mnt of its own, the log says so, and the unit has its\n"
+    "           web pages, configuration and log only. The other options' paths below /mnt, too,\n"
+    "           are the unit's. $XDG_STATE_HOME takes the place of ~/.local/state.\n"
     "Clock      The unit's own: setting its time leaves the machine's alone, and is forgotten\n"
     "           when the unit restarts.\n"
     "Reboot     A client that reboots the unit makes this program start itself again.\n"
@@ -41,6 +49,7 @@ struct Options {
     int port = 0;
     std::string webRoot;
     std::string configDir;
+    std::string state;
 };
 
 static void apply(const CLI::App &app, const Options &options)
@@ -77,9 +86,11 @@ static void declare(CLI::App *app, Options *options)
         ->default_str("33080")
         ->check(CLI::Range(MIN_PORT, MAX_PORT));
     app->add_option("--web-root", options->webRoot, "Folder of the web pages [WEB_DIR]")
-        ->default_str("/mnt/bf/webFiles/");
+        ->default_str("sim/www/");
     app->add_option("--config-dir", options->configDir, "Folder of the configuration [CONFIG_DIR]")
         ->default_str("/mnt/flash/cfgFiles/");
+    app->add_option("--state", options->state, "Folder that keeps what the unit writes")
+        ->default_str("~/.local/state/webServer-sim");
     app->add_flag("--remote", "Treat clients as remote: under local control, commands and set "
                               "points are refused; off by default [WEB_IS_REMOTE=Y]");
     CLI::Option *verbose = app->add_flag("--verbose", "Log every read and function call, too");
@@ -87,7 +98,7 @@ static void declare(CLI::App *app, Options *options)
         ->excludes(verbose);
 }
 
-bool readOptions(int argc, char **argv, int *exitStatus)
+bool readOptions(int argc, char **argv, std::string *stateFolder, int *exitStatus)
 {
     CLI::App app(DESCRIPTION);
     Options options;
@@ -99,5 +110,6 @@ bool readOptions(int argc, char **argv, int *exitStatus)
         return false;
     }
     apply(app, options);
+    *stateFolder = options.state;
     return true;
 }

@@ -45,7 +45,7 @@ WS_EXPORT int reboot(int) noexcept
 
 WS_EXPORT void sync() noexcept
 {
-    logDetail("sync()"); // nothing of the unit's is on disk
+    logDetail("sync()"); // the machine writes its disks when it likes
 }
 
 } // extern "C"

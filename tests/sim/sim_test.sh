@@ -8,11 +8,12 @@ pid=
 touch "$work/out" "$work/log"
 trap '[ -z "$pid" ] || kill -9 "$pid" 2>/dev/null; rm -rf "$work"' EXIT
 port=$((20000 + $$ % 9000 + 1000))
+while (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); done
 
 fail() { echo "FAILED: $*"; cat "$work"/*; exit 1; }
 post() { curl -sS --max-time 10 -H 'Content-Type: text/xml' --data-binary "$1" "http://127.0.0.1:$port/"; }
 value() { sed -n 's/.*<return>\(.*\)<\/return>.*/\1/p'; }
-start() { "$sim" --port "$port" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
+start() { "$sim" --port "$port" --state "$work/state" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
 ready() { # TIMES: the unit has said so that often
   for _ in $(seq 300); do
     [ "$(grep -c 'Unit ready' "$work/out")" -lt "$1" ] || return 0
@@ -29,8 +30,11 @@ stop() { # SIGNAL: the unit must end with status 0
 "$sim" --help | grep -q -- --web-root || fail "--help"
 ! "$sim" --port 70000 >/dev/null 2>&1 || fail "a port out of range is accepted"
 
-start # and stop as soon as the program has taken charge of its signals
-until grep -qx sim "/proc/$pid/comm" && grep -q 'SigBlk:.*[1-9a-f]' "/proc/$pid/status"; do :; done
+start # and stop as soon as the program has taken charge of its signals: it catches SIGPIPE last. What
+      # it blocks would not tell: while it waits for a signal, that one shows as not blocked.
+for _ in $(seq 1000); do
+  grep -qx sim "/proc/$pid/comm" && grep -q 'SigCgt:.*[13579bdf]...$' "/proc/$pid/status" && break
+done
 stop TERM
 
 start --remote --verbose
@@ -65,8 +69,24 @@ post "$(body fnPut '<binContName>coreDb</binContName><function>setLR</function><
 post "$(body thmSetTime '<inputTime>31:02:03:04:05:06</inputTime>')" >/dev/null
 post "$(body thmGetInfo '')" | value | grep -q '^31:02:03:04:05:0' || fail "the unit's clock"
 
-if "$sim" --port "$port" >"$work/second" 2>&1; then fail "a used port is no error"; fi
+if "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is no error"; fi
 grep -q "cannot listen on 127.0.0.1:$port" "$work/second" || fail "no clear message"
+
+# A browser's session: login, a protected file, an upload, logout.
+field() { printf %s "$1" | base64 | sed 's/+/%2B/g; s|/|%2F|g; s/=/%3D/g'; }
+browse() { curl -sS --max-time 10 -b "$work/jar" -c "$work/jar" "${@:2}" "http://127.0.0.1:$port$1" 2>/dev/null; }
+logIn() { browse / -H 'Accept: application/json' -d "cgiMethod=$(field cgiLogin)&arg1=$(field "$1")&arg2=$(field "$2")"; }
+browse / | grep -q 'id="login"' || fail "the login page"
+if browse /cfgFiles/points.xml; then fail "a protected file without a session"; fi
+logIn admin wrong | grep -q '?u=nv' || fail "a wrong password"
+logIn admin admin | grep -qx '{"status":"success", "level":"250"}' || fail "login"
+browse /QOPweb.htm | grep -q 'logged in' || fail "the start page"
+browse /cfgFiles/points.xml | grep -q '<?xml' || fail "a protected file"
+browse /cgi/upconfig -d 'fileName=netConfig.xml&xmlString=<uploaded/>' || fail "upload"
+[ "$(cat "$work/state/mnt/flash/netConfig.xml")" = '<uploaded/>' ] || fail "the uploaded file"
+grep -q 'Listening address' "$work/state/mnt/flash/log/unit.log" || fail "the log file"
+browse / -d "cgiMethod=$(field cgiLogout)" | grep -q "'/index.htm'" || fail "logout"
+browse /QOPweb.htm | grep -q '?u=is' || fail "a page after the logout"
 
 # The line that the unit prints for pasting works as it stands.
 sh -c "$(grep '^curl' "$work/out" | tail -1)" | grep -q '<return>' || fail "the printed curl line"
