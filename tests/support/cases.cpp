@@ -71,6 +71,7 @@ void apply(FakeHost &fake, const std::string &given)
         {"timeout", [&](const auto &v) { sessTimeOut = std::stoi(v); }},
         {"strdups", [&](const auto &v) { fake.strdups = std::stoi(v); }},
         {"silent", [&](const auto &) { fake.silent = true; }},
+        {"no room", [&](const auto &v) { fake.noRoom = std::stoul(v); }},
         {"no close", [&](const auto &) { pgf_closeSession = nullptr; }},
         {"no time", [&](const auto &) { fake.noTime = true; }},
         {"level", [&](const auto &v) { fake.level = std::stoi(v); }},

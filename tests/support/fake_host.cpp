@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstring>
+#include <dlfcn.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -293,6 +294,14 @@ char *strdup(const char *text)
         return nullptr;
     char *copy = static_cast<char *>(malloc(strlen(text) + 1));
     return copy == nullptr ? nullptr : strcpy(copy, text);
+}
+
+// A request's memory; see noRoom.
+void *soap_malloc(struct soap *soap, size_t size)
+{
+    using Function = void *(*)(struct soap *, size_t);
+    static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
+    return current != nullptr && host().noRoom == size ? nullptr : real(soap, size);
 }
 
 time_t mktime(struct tm *local)

@@ -39,6 +39,7 @@ public:
     int sessionStatus = 0;
     uint32_t milliseconds = 0;      // of sysCnt1mlsg
     int strdups = -1;               // that succeed before one fails; negative: all
+    std::size_t noRoom = 0;         // a request gets no memory of exactly this size
     bool noTime = false;            // mktime cannot tell the time
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry
