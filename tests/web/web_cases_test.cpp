@@ -13,6 +13,7 @@
 //     relogin CODE, relogin    the page that leads to the login page
 //     raw TEXT, has TEXT       the whole reply, a part of it; \r\n stand for themselves
 //   failures ADDRESS           five failed logins are on record for it
+//   level N                    asked of the gate last; absent PATH
 //   sessions N, content PATH TEXT, calls F(A) G()   what must be so now
 #include <algorithm>
 #include <filesystem>
@@ -114,9 +115,12 @@ class WebCase : public testing::Test {
             text += "Cookie: " + cookie + "\r\n";
         if (next_.count("header") != 0)
             text += next_["header"] + "\r\n";
+        if (next_.count("type") != 0 || verb != "GET")
+            text += "Content-Type: " + (next_.count("type") != 0 ? next_["type"] : type) + "\r\n";
         if (verb == "GET")
             return exchange(text + "\r\n");
-        text += "Content-Type: " + (next_.count("type") != 0 ? next_["type"] : type) + "\r\n";
+        if (next_.count("chunked") != 0 && next_.count("length") != 0)
+            text += "Content-Length: " + next_["length"] + "\r\n";
         if (next_.count("chunked") == 0)
             return exchange(
                 text + "Content-Length: "
@@ -216,6 +220,8 @@ class WebCase : public testing::Test {
                  for (int i = 0; i < 5; ++i)
                      createAccessRetry(rest.data());
              }},
+            {"level", [&] { EXPECT_EQ(std::stoi(rest), fake_->askedLevel); }},
+            {"absent", [&] { EXPECT_FALSE(fs::exists(rest)); }},
             {"sessions", [&] { EXPECT_EQ(std::stoi(rest), numOfSessions); }},
             {"content",
              [&] {

@@ -1,6 +1,7 @@
 // core/request_guard.cpp: keeps a request within its limits where the runtime would go further.
 #include "core/request_guard.h"
 
+#include <cctype>
 #include <ctime>
 #include <stdsoap2.h>
 
@@ -12,6 +13,7 @@ static const std::size_t LONG_REQUEST_BYTES = 0x100000; // 1 MiB
 // Of the request being served. Service thread only.
 static double begun;
 static std::size_t received;
+static bool textBegun;
 static int (*parseHttp)(struct soap *);
 
 static double threadSeconds()
@@ -26,6 +28,9 @@ extern "C" {
 static int parseRequest(struct soap *soap)
 {
     const int error = parseHttp(soap);
+    // No attachments: the service has none, and the runtime keeps what it knows of a request's own
+    // ones beyond the request and into replies that it does not write itself.
+    soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME | SOAP_ENC_MTOM);
     // The first line of a response: the runtime would take it as a client does, with any length.
     if (soap->status > 0 && soap->status < SOAP_STOP) {
         soap->status = 0;
@@ -37,9 +42,21 @@ static int parseRequest(struct soap *soap)
     return error;
 }
 
-static int watchReceipt(struct soap *, const char *, size_t size)
+// HTTP begins with a letter. Without it the runtime would take bare XML, MIME and DIME as requests.
+static bool beginsAsHttp(const char *data, size_t size)
+{
+    const char *const end = data + size;
+    while (data < end && isspace(static_cast<unsigned char>(*data)))
+        ++data;
+    textBegun = data < end;
+    return !textBegun || isalpha(static_cast<unsigned char>(*data));
+}
+
+static int watchReceipt(struct soap *, const char *data, size_t size)
 {
     received += size;
+    if (!textBegun && !beginsAsHttp(data, size))
+        return SOAP_EOF;
     return threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS ? SOAP_EOF : SOAP_OK;
 }
 
@@ -56,6 +73,7 @@ void startRequestGuard()
 {
     begun = threadSeconds();
     received = 0;
+    textBegun = false;
 }
 
 bool requestWasLong()

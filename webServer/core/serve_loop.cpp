@@ -144,6 +144,7 @@ static void forgetRequest(struct soap *soap)
     soap->msgbuf[0] = '\0';
     soap->host[0] = '\0';
     soap->tag[0] = '\0';
+    soap->dime.size = 0;
     soap->user = nullptr;
     soap->origin = soap->proxy_from = nullptr;
     soap->cors_origin = soap->cors_method = soap->cors_header = nullptr;

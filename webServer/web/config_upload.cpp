@@ -7,6 +7,7 @@
 
 #include "session/gate.h"
 #include "web/http/open_file.h"
+#include "web/http/send_file.h"
 #include "webServer.h"
 
 static const std::size_t NAME_SIZE = 128;
@@ -77,6 +78,7 @@ int uploadConfiguration(struct soap *soap, char *body)
         return 0;
     writeFile(name, content);
     // Deliberate: 200 whether or not the file could be written.
+    soap->http_content = "text/html"; // not the form's own
     soap_response(soap, SOAP_FILE);
-    return soap_end_send(soap);
+    return endReply(soap);
 }

@@ -46,9 +46,9 @@ static int sendLog(struct soap *soap)
         return 0;
     soap->http_content = "text/plain";
     if (soap_response(soap, SOAP_FILE) != SOAP_OK)
-        return soap_end_send(soap);
+        return endReply(soap);
     copy_folder(soap, LOG_FOLDER, ".log");
-    soap_end_send(soap);
+    endReply(soap);
     return 0;
 }
 

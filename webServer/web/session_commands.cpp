@@ -2,7 +2,6 @@
 #include "web/session_commands.h"
 
 #include <cstring>
-#include <httpget.h>
 #include <stdsoap2.h>
 
 #include "session/base64.h"
@@ -19,16 +18,33 @@ struct Fields {
     char arg2[FIELD_BYTES + BASE64_OVERSHOOT] = ""; // password
 };
 
-// gSOAP's query parser steps over up to two terminators when a value ends in "%" or in an open
-// quote, so it gets a text with three of them.
-static char *parsableCopy(struct soap *soap, const char *body)
+// A form as text for gSOAP's query decoder, which steps over up to two terminators when a value ends
+// in "%" or in an open quote: it stands before three of them.
+struct Query {
+    char *cursor;
+    const char *end;
+};
+
+static Query copyOf(struct soap *soap, const char *body)
 {
     char *copy = static_cast<char *>(soap_malloc(soap, strlen(body) + 3));
-    if (copy != nullptr) {
-        char *end = stpcpy(copy, body);
-        end[1] = end[2] = '\0';
-    }
-    return copy;
+    if (copy == nullptr)
+        return {nullptr, nullptr};
+    char *end = stpcpy(copy, body);
+    end[1] = end[2] = '\0';
+    return {copy, end};
+}
+
+// The decoded text behind the cursor, up to the next separator; null when another stands there. This
+// is the runtime's soap_query_key and _val without their search for the end at every pair.
+static char *nextPart(Query *query, bool value)
+{
+    char *part = query->cursor;
+    if (part >= query->end || (value && *part != '='))
+        return nullptr;
+    const auto room = static_cast<std::size_t>(query->end - part);
+    query->cursor = const_cast<char *>(soap_query_decode(part, room, part + 1));
+    return part;
 }
 
 static void readFields(struct soap *soap, const char *body, Fields *fields)
@@ -41,11 +57,10 @@ static void readFields(struct soap *soap, const char *body, Fields *fields)
         {"arg1",      fields->arg1  },
         {"arg2",      fields->arg2  },
     };
-    char *cursor = parsableCopy(soap, body);
-    while (cursor != nullptr) {
-        const char *key = soap_query_key(soap, &cursor);
-        char *value = soap_query_val(soap, &cursor);
-        if (key == nullptr || value == nullptr)
+    Query query = copyOf(soap, body);
+    while (const char *key = nextPart(&query, false)) {
+        char *value = nextPart(&query, true);
+        if (value == nullptr)
             continue;
         unescape_url(value); // Deliberate: once more than the parser has; pages escape accordingly.
         for (const auto &target : targets)
@@ -63,7 +78,8 @@ static int logIn(struct soap *soap, const Fields &fields)
 
 static int logOut(struct soap *soap, const Fields &)
 {
-    return logOutUser(soap);
+    logOutUser(soap);
+    return 0;
 }
 
 // A bare header, written by hand and sent in one piece.

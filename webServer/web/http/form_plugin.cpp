@@ -91,7 +91,7 @@ static size_t receiveForm(struct soap *soap, char *to, size_t size)
 } // extern "C"
 
 // The body of a request that has one, as the runtime reads it; null when that fails.
-static char *readBody(struct soap *soap)
+static char *readBody(struct soap *soap, bool chunked)
 {
     // A chunked form announces no length: the runtime must stop reading by itself, a buffer later.
     const ULONG64 usualLimit = soap->recv_maxlength;
@@ -102,7 +102,7 @@ static char *readBody(struct soap *soap)
     soap->error = SOAP_OK;
     const ULONG64 before = soap->count;
     char *body = soap_http_get_form(soap);
-    const bool tooLong = soap->count - before > MAX_FORM_BYTES;
+    const bool tooLong = chunked && soap->count - before > MAX_FORM_BYTES;
     soap->frecv = receive;
     soap->recv_maxlength = usualLimit;
     return endedEarly || tooLong || soap->error != SOAP_OK ? nullptr : body;
@@ -110,13 +110,16 @@ static char *readBody(struct soap *soap)
 
 char *form(struct soap *soap)
 {
-    soap->mode &= ~static_cast<soap_mode>(SOAP_ENC_MIME); // a multipart body is read as it stands
     const bool chunked = (soap->mode & SOAP_IO) == SOAP_IO_CHUNK;
+    if (chunked)
+        soap->length = 0; // the runtime would believe a length that is announced beside the chunks
     const bool readable = chunked || (soap->length > 0 && soap->length <= MAX_FORM_BYTES);
-    char *body = readable ? readBody(soap) : nullptr;
+    char *body = readable ? readBody(soap, chunked) : nullptr;
     soap->error = SOAP_OK;
+    if (body == nullptr) // and no further wait for a body that is refused
+        return nullptr;
     soap_end_recv(soap);
-    return body == nullptr || body[1] == '\0' ? nullptr : body;
+    return body[1] == '\0' ? nullptr : body;
 }
 
 const char *acceptHeader(struct soap *soap)

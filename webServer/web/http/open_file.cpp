@@ -2,6 +2,7 @@
 #include "web/http/open_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 static const int WITHOUT_BLOCKING = O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
@@ -13,6 +14,13 @@ File openFile(const char *path, FileUse use)
     const int descriptor = open(path, flags | WITHOUT_BLOCKING, EVERYBODY_READS_AND_WRITES);
     if (descriptor == -1)
         return nullptr;
+    struct stat status;
+    const bool device =
+        fstat(descriptor, &status) != 0 || S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
+    if (device) { // one that never ends would take all memory
+        close(descriptor);
+        return nullptr;
+    }
     File file(fdopen(descriptor, use == FOR_READING ? "rb" : "w"));
     if (file == nullptr)
         close(descriptor);

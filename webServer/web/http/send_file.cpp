@@ -32,6 +32,15 @@ static int sendNothing(struct soap *soap)
     return soap_end_send(soap);
 }
 
+int endReply(struct soap *soap)
+{
+    const int error = soap->error;
+    if (error == SOAP_OK)
+        return soap_end_send(soap);
+    sendNothing(soap);
+    return error;
+}
+
 int copy_file(struct soap *soap, const char *path, const char *contentType)
 {
     const File file = openFile(path, FOR_READING);
@@ -41,11 +50,7 @@ int copy_file(struct soap *soap, const char *path, const char *contentType)
         soap->http_content = contentType; // in time: the headers are written at the end
         sendChunks(soap, file.get(), true);
     }
-    if (soap->error == SOAP_OK)
-        return soap_end_send(soap);
-    const int error = soap->error;
-    soap_end_send(soap);
-    return error;
+    return endReply(soap);
 }
 
 int copy_folder(struct soap *soap, const char *directory, const char *nameFilter)
@@ -76,7 +81,7 @@ int http_copy_folder(struct soap *soap, const char *directory, const char *nameF
     soap->http_content = "text/plain";
     if (soap_response(soap, SOAP_FILE) == SOAP_OK)
         copy_folder(soap, directory, nameFilter);
-    return soap_end_send(soap);
+    return endReply(soap);
 }
 
 void sendText(struct soap *soap, const char *contentType, const char *text)
@@ -84,5 +89,5 @@ void sendText(struct soap *soap, const char *contentType, const char *text)
     soap->http_content = contentType;
     if (soap_response(soap, SOAP_FILE) == SOAP_OK)
         soap_send(soap, text);
-    soap_end_send(soap);
+    endReply(soap);
 }

@@ -14,5 +14,9 @@ int copy_file(struct soap *soap, const char *path, const char *contentType);
 int copy_folder(struct soap *soap, const char *directory, const char *nameFilter);
 }
 
+// Ends a reply that soap_response has started: the result of soap_end_send, or, when it could not be
+// started or collected, the context's error; nothing of it is sent then.
+int endReply(struct soap *soap);
+
 // Sends a text with status 200.
 void sendText(struct soap *soap, const char *contentType, const char *text);
