@@ -1,5 +1,7 @@
 // tests/session/helpers_test.cpp: Base64, bounded print, time stamps and the two tables by themselves.
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
@@ -206,4 +208,22 @@ TEST(Lockout, CountsByAddressAndForgetsInPlace)
     for (auto &slot : g_webAccess.slots)
         free(slot.ip);
     g_webAccess = {};
+}
+
+TEST(SendFolder, IsACompleteTextResponse)
+{
+    FakeHost fake;
+    std::filesystem::create_directories("/mnt/folder");
+    std::ofstream("/mnt/folder/a.log.1") << "one";
+    std::ofstream("/mnt/folder/b.txt") << "two";
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    for (const char *folder : {"/mnt/folder", "/mnt/folder/", "/mnt/missing"}) {
+        std::ostringstream out;
+        soap->os = &out;
+        EXPECT_EQ(SOAP_OK, http_copy_folder(soap.get(), folder, ".log"));
+        EXPECT_NE(std::string::npos, out.str().find("\r\nContent-Type: text/plain\r\n"));
+        const std::string body = out.str().substr(out.str().find("\r\n\r\n") + 4);
+        EXPECT_EQ(strcmp(folder, "/mnt/missing") == 0 ? "" : "one", body);
+        soap_end(soap.get());
+    }
 }

@@ -29,6 +29,10 @@ TEST_F(Contract, AnswersInTheVersionOfTheRequestWithoutAnEncodingStyle)
     EXPECT_THAT(eleven, StartsWith("HTTP/1.1 200 OK\r\n"));
     EXPECT_THAT(eleven, HasSubstr("http://schemas.xmlsoap.org/soap/envelope/"));
     EXPECT_THAT(eleven, Not(HasSubstr("encodingStyle")));
+    fake.point = "€ ś";
+    EXPECT_THAT(service.post(envelope("coreDbReadData",
+                                      "<inputType>analog</inputType><inputName/><inputFormat/>")),
+                HasSubstr("<return>€ ś</return>"));
     const std::string twelve = service.post(envelope("getRTU", "", true));
     EXPECT_THAT(twelve, HasSubstr("http://www.w3.org/2003/05/soap-envelope"));
     EXPECT_THAT(twelve, HasSubstr("<ns:getRTUResponse><return>512Q</return></ns:getRTUResponse>"));
@@ -41,6 +45,7 @@ TEST_F(Contract, TakesEachChildOnceAndUnqualifiedOnly)
     } CASES[] = {{"<binName i:nil='true'/><arg i:nil='1'></arg>", "fnPut(null,null,null,null)"},
                  {"<binContName/><binName></binName><arg> </arg>", "fnPut(,,null, )"},
                  {"<n:binContName>c</n:binContName>", "fnPut(null,null,null,null)"},
+                 {"<arg>€ ś</arg>", "fnPut(null,null,null,€ ś)"},
                  {"<arg>first</arg><arg>second</arg>", "fnPut(null,null,null,first)"},
                  {"<arg><![CDATA[<raw>]]></arg>", "fnPut(null,null,null,<raw>)"}};
     for (const auto &row : CASES) {
