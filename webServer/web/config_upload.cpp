@@ -75,7 +75,7 @@ int uploadConfiguration(struct soap *soap, char *body)
     char name[NAME_SIZE] = "";
     const char *content = findContent(soap, body, name);
     if (content == nullptr)
-        return 0;
+        return 0; // Deliberate: nothing is written, and nothing answered.
     writeFile(name, content);
     // Deliberate: 200 whether or not the file could be written.
     soap->http_content = "text/html"; // not the form's own

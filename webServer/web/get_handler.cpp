@@ -23,6 +23,8 @@ static void dropCgiPrefix(char *target)
         memmove(target, target + 5, strlen(target + 5) + 1);
 }
 
+// Deliberate: whatever follows the name, and ROOT_FILE is not asked: it is the one page that needs no
+// session, and refusals lead to it with a reason behind it.
 static bool isIndexPage(const char *target)
 {
     return strcmp(target, "/") == 0 || strncmp(target, "index.htm", 9) == 0

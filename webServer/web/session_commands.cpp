@@ -129,5 +129,5 @@ int runSessionCommand(struct soap *soap, const char *body)
     for (const auto &command : COMMANDS)
         if (strcmp(fields.method, command.method) == 0)
             return command.run(soap, fields);
-    return 0; // an unknown command gets no answer
+    return 0; // Deliberate: an unknown command gets no answer.
 }

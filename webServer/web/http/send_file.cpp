@@ -45,7 +45,7 @@ int copy_file(struct soap *soap, const char *path, const char *contentType)
 {
     const File file = openFile(path, FOR_READING);
     if (file == nullptr)
-        return sendNothing(soap);
+        return sendNothing(soap); // Deliberate: pages take "no answer" for "not there".
     if (soap_response(soap, SOAP_FILE) == SOAP_OK) {
         soap->http_content = contentType; // in time: the headers are written at the end
         sendChunks(soap, file.get(), true);
