@@ -4,12 +4,15 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstring>
-#include <dlfcn.h>
-#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
 static FakeHost *current = nullptr;
+
+bool hostExists()
+{
+    return current != nullptr;
+}
 
 FakeHost &host()
 {
@@ -257,63 +260,5 @@ int thmIsInit(void)
 int thmGetActiveTimeSource(void)
 {
     return host().timeSource;
-}
-
-// The platform calls that a test must not let through, or cannot wait for.
-
-int reboot(int command)
-{
-    char text[16];
-    snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(command));
-    recorded(__func__, {text});
-    return -1;
-}
-
-void sync(void)
-{
-    recorded(__func__, {});
-}
-
-unsigned int sleep(unsigned int seconds)
-{
-    recorded(__func__, {number(seconds).c_str()});
-    usleep(50000); // long enough for an idle service thread to end
-    return 0;
-}
-
-time_t time(time_t *out)
-{
-    struct timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    return out == nullptr ? now.tv_sec : *out = now.tv_sec;
-}
-
-char *strdup(const char *text)
-{
-    if (current != nullptr && host().strdups >= 0 && host().strdups-- == 0)
-        return nullptr;
-    char *copy = static_cast<char *>(malloc(strlen(text) + 1));
-    return copy == nullptr ? nullptr : strcpy(copy, text);
-}
-
-// A request's memory; see noRoom.
-void *soap_malloc(struct soap *soap, size_t size)
-{
-    using Function = void *(*)(struct soap *, size_t);
-    static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
-    return current != nullptr && host().noRoom == size ? nullptr : real(soap, size);
-}
-
-time_t mktime(struct tm *local)
-{
-    return current != nullptr && host().noTime ? -1 : timelocal(local);
-}
-
-int clock_gettime(clockid_t clock, struct timespec *time)
-{
-    if (clock != CLOCK_REALTIME || current == nullptr || host().now == 0)
-        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    *time = {host().now, 0};
-    return 0;
 }
 }

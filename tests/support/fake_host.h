@@ -56,6 +56,7 @@ public:
 };
 
 FakeHost &host(); // the one that exists
+bool hostExists();
 
 // Waits, for at most ten seconds, until the condition holds.
 bool waitFor(const std::function<bool()> &condition);

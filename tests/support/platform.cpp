@@ -1,0 +1,69 @@
+// tests/support/platform.cpp: the platform's calls that a test must not let through, cannot wait for
+// or wants to fail. Linked into the program, they win over the system's and the runtime's.
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <dlfcn.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "support/fake_host.h"
+
+extern "C" {
+
+int reboot(int command)
+{
+    char text[16];
+    snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(command));
+    host().record(std::string("reboot(") + text + ")");
+    return -1;
+}
+
+void sync(void)
+{
+    host().record("sync()");
+}
+
+unsigned int sleep(unsigned int seconds)
+{
+    host().record("sleep(" + std::to_string(seconds) + ")");
+    usleep(50000); // long enough for an idle service thread to end
+    return 0;
+}
+
+time_t time(time_t *out)
+{
+    struct timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    return out == nullptr ? now.tv_sec : *out = now.tv_sec;
+}
+
+char *strdup(const char *text)
+{
+    if (hostExists() && host().strdups >= 0 && host().strdups-- == 0)
+        return nullptr;
+    char *copy = static_cast<char *>(malloc(strlen(text) + 1));
+    return copy == nullptr ? nullptr : strcpy(copy, text);
+}
+
+// A request's memory; see noRoom.
+void *soap_malloc(struct soap *soap, size_t size)
+{
+    using Function = void *(*)(struct soap *, size_t);
+    static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
+    return hostExists() && host().noRoom == size ? nullptr : real(soap, size);
+}
+
+time_t mktime(struct tm *local)
+{
+    return hostExists() && host().noTime ? -1 : timelocal(local);
+}
+
+int clock_gettime(clockid_t clock, struct timespec *time)
+{
+    if (clock != CLOCK_REALTIME || !hostExists() || host().now == 0)
+        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    *time = {host().now, 0};
+    return 0;
+}
+}
