@@ -43,7 +43,7 @@ TEST(Unescape, ReadsTwoDigitsAndNeverPastTheEnd)
 TEST(PathUtils, TranslateReplaceAndVet)
 {
     static const char *const REPLACED[][4] = {
-        {"aXXbXX", "XX", "Y", "aYbY"}, {"aXb", "X", "long", "alongb"}, {"XXX", "XX", "Y", "YX"},
+        {"aVVbVV", "VV", "Y", "aYbY"}, {"aXb", "X", "long", "alongb"}, {"VVV", "VV", "Y", "YV"},
         {"abc", "b", "x", "axc"},      {"abc", "z", "x", "abc"},       {"abc", "", "x", "abc"}};
     for (const auto &row : REPLACED) {
         char *text = replace_str(row[0], row[1], row[2]);

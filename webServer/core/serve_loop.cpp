@@ -33,8 +33,8 @@ static const int ACCEPT_TIMEOUT_SECONDS = 0; // waits without limit
 static const int STALL_TIMEOUT_SECONDS = 60;
 static const int MAX_KEEP_ALIVE = 100; // only a bound: keep-alive is never on
 static const int BACKLOG = 100;
-static const ULONG64 MAX_REQUEST_BYTES = 0x1000000; // 16 MiB: the runtime's 2 GB would end the unit
-static const int ACCEPT_RETRY_MILLISECONDS = 100;   // a lack of descriptors would flood the log
+static const ULONG64 MAX_REQUEST_BYTES = MAX_FORM_BYTES; // the runtime's 2 GB would end the unit
+static const int ACCEPT_RETRY_MILLISECONDS = 100; // a lack of descriptors would flood the log
 static const int MAX_PORT = 65535;
 static const int MAX_CLOSE_WAITS = 10; // of one second
 
