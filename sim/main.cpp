@@ -9,13 +9,22 @@
 #include <string>
 #include <sys/prctl.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
+#include "host_functions.h"
 #include "options.h"
+#include "points_file.h"
 #include "reboot.h"
+#include "security/security.h"
 #include "state_folder.h"
 #include "unit.h"
 #include "webServer.h"
 #include "webServerHost.h"
+
+// Of the unit; see openStateFolder.
+static const char *const SECURITY_FOLDER = "/mnt/flash/security";
+static const char *const POINT_LIST = "/mnt/flash/cfgFiles/points.xml";
 
 static const long START_POLL_NANOSECONDS = 5000000;
 
@@ -56,16 +65,19 @@ static bool waitUntilServing()
 
 static void printBanner()
 {
+    const char *header = g_csEnabled == 0 ? ""
+                                          : "<SOAP-ENV:Header><Authentication>viewer:viewer"
+                                            "</Authentication></SOAP-ENV:Header>";
     char *version = nullptr;
     webServerShowVer(&version); // ends in a line feed
     printf("%sUnit ready: http://%s:%d/\n"
            "curl -sS -H 'Content-Type: text/xml; charset=utf-8' -H 'SOAPAction: \"\"' -d '"
            "<SOAP-ENV:Envelope xmlns:SOAP-ENV=\"http://schemas.xmlsoap.org/soap/envelope/\""
-           " xmlns:ns=\"urn:soapServ\"><SOAP-ENV:Body><ns:coreDbReadData>"
+           " xmlns:ns=\"urn:soapServ\">%s<SOAP-ENV:Body><ns:coreDbReadData>"
            "<inputType>analog</inputType><inputName>FDR1_IA</inputName>"
            "<inputFormat>%%g</inputFormat></ns:coreDbReadData></SOAP-ENV:Body>"
            "</SOAP-ENV:Envelope>' http://%s:%d/\n",
-           version, g_serverAddr, g_serverPort, g_serverAddr, g_serverPort);
+           version, g_serverAddr, g_serverPort, header, g_serverAddr, g_serverPort);
     fflush(stdout);
 }
 
@@ -119,6 +131,20 @@ static void closeOnExec()
     leave(EXIT_FAILURE);
 }
 
+// 0, or -1 after a message.
+static int prepareUnit(const Options &options)
+{
+    std::string root;
+    std::vector<Point> points;
+    if (openStateFolder(options.state, &root) != 0 || readPoints(options.points, &points) != 0
+        || (options.hostSecurity && openSecurity(root + SECURITY_FOLDER) != 0))
+        return -1;
+    writePointList(root + POINT_LIST, points);
+    startUnit(std::move(points));
+    setCoreDbVersion(options.coreDbVersion.c_str());
+    return 0;
+}
+
 int main(int argc, char **argv)
 {
     // Before there are threads, so that all of them inherit it and only this one gets the signals.
@@ -128,13 +154,12 @@ int main(int argc, char **argv)
     prctl(PR_SET_NAME, "sim"); // after a restart it would be "exe"
 
     int status = EXIT_SUCCESS;
-    std::string stateFolder;
-    if (!readOptions(argc, argv, &stateFolder, &status))
+    Options options;
+    if (!readOptions(argc, argv, &options, &status))
         return status;
-    if (openStateFolder(stateFolder) != 0)
+    if (prepareUnit(options) != 0)
         return EXIT_FAILURE;
 
-    theUnit();
     if (webServer_Web_Start() == -1) {
         fprintf(stderr, "sim: cannot start the service thread\n");
         return EXIT_FAILURE;

@@ -14,7 +14,7 @@
 
 namespace fs = std::filesystem;
 
-static const char *const DEFAULT_WEB_ROOT = SIM_FOLDER "/www/";
+static const char *const DEFAULT_WEB_ROOT = SIM_WEB_ROOT "/";
 static const char *const SAMPLES = SIM_FOLDER "/state";
 
 // In the state folder as in the file system of a unit.
@@ -112,8 +112,9 @@ static int checkMachinesMnt(const std::string &configFolder)
     return 0;
 }
 
-int openStateFolder(const std::string &folder)
+int openStateFolder(const std::string &folder, std::string *root)
 {
+    root->clear();
     setDefault("WEB_DIR", DEFAULT_WEB_ROOT);
     Mnt mnt = inheritedMnt();
     if (mnt == PRIVATE_MNT) { // and the state folder may no longer be seen under its own name
@@ -139,7 +140,8 @@ int openStateFolder(const std::string &folder)
         sLogInfo("unit: /mnt is %s/mnt", base.c_str());
         return 0;
     }
-    const std::string configFolder = base.string() + CONFIG_FOLDER;
+    *root = base.string();
+    const std::string configFolder = *root + CONFIG_FOLDER;
     setDefault("CONFIG_DIR", configFolder.c_str());
     sLogInfo("unit: files are in %s/mnt", base.c_str());
     return checkMachinesMnt(configFolder);

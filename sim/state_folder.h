@@ -6,7 +6,8 @@
 
 // Makes and fills the folder (empty: the default one), shows its mnt/ as /mnt if it can, begins the
 // log file, and sets WEB_DIR and CONFIG_DIR where nobody has. Call it before there are threads.
-// Returns 0, or -1 after a message: the unit must not start.
-int openStateFolder(const std::string &folder);
+// *root is what stands in front of "/mnt/..." in the paths of the unit's files: empty where it has its
+// own /mnt. Returns 0, or -1 after a message: the unit must not start.
+int openStateFolder(const std::string &folder, std::string *root);
 
 #endif

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 using Lock = std::lock_guard<std::mutex>;
 
@@ -19,32 +20,33 @@ static const char *const GOOD = "GOOD";
 static const char *const FORCED = "FORCED";
 static const char *const BLOCKED = "BLOCKED";
 
-static bool isStored(PointType type)
-{
-    return type == COMMAND || type == SET_POINT;
-}
-
 static void setQuality(char (&quality)[QUALITY_SIZE], const char *text)
 {
     snprintf(quality, sizeof quality, "%s", text);
 }
 
-Unit &theUnit()
+static Unit *started = nullptr;
+
+void startUnit(std::vector<Point> points)
 {
-    static Unit unit;
-    return unit;
+    static Unit unit(std::move(points));
+    started = &unit;
 }
 
-Unit::Unit()
+Unit &theUnit()
 {
-    for (std::size_t i = 0; i < POINT_COUNT; ++i) {
-        const Point &point = POINTS[i];
-        State &state = states_[i];
+    return *started;
+}
+
+Unit::Unit(std::vector<Point> points) : points_(std::move(points))
+{
+    for (const Point &point : points_) {
+        indexes_[point.type].emplace(point.name, states_.size());
+        State state = {};
         state.value = point.simulation == WALK ? (point.from + point.to) / 2 : point.from;
         state.simulated = !isStored(point.type);
-        state.blocked = false;
         setQuality(state.quality, GOOD);
-        state.walkSteps = 0;
+        states_.push_back(state);
     }
 }
 
@@ -71,7 +73,7 @@ void Unit::walk(const Point &point, State *state)
 
 void Unit::advance(std::size_t index)
 {
-    const Point &point = POINTS[index];
+    const Point &point = points_[index];
     State &state = states_[index];
     if (!state.simulated)
         return;
@@ -86,12 +88,11 @@ WriteStatus Unit::find(const char *type, const char *name, std::size_t *index) c
     const PointType wanted = findType(type);
     if (wanted == NO_TYPE)
         return WRITE_NO_TYPE;
-    for (std::size_t i = 0; i < POINT_COUNT; ++i)
-        if (POINTS[i].type == wanted && strcmp(POINTS[i].name, name) == 0) {
-            *index = i;
-            return WRITE_DONE;
-        }
-    return WRITE_NO_POINT;
+    const auto found = indexes_[wanted].find(name);
+    if (found == indexes_[wanted].end())
+        return WRITE_NO_POINT;
+    *index = found->second;
+    return WRITE_DONE;
 }
 
 // To the nearest whole number that the type can hold.
@@ -128,7 +129,7 @@ ReadStatus Unit::read(const char *type, const char *name, const char *format, ch
     const Lock lock(mutex_);
     advance(index);
     const State &state = states_[index];
-    return printValue(POINTS[index].type, format, state.value, state.quality, out, size) < 0
+    return printValue(points_[index].type, format, state.value, state.quality, out, size) < 0
                ? READ_ERROR
                : READ_DONE;
 }
@@ -172,7 +173,7 @@ WriteStatus Unit::force(const char *type, const char *name, const char *value, c
     else if (state.blocked)
         setQuality(state.quality, BLOCKED);
     else
-        setQuality(state.quality, isStored(POINTS[index].type) ? GOOD : FORCED);
+        setQuality(state.quality, isStored(points_[index].type) ? GOOD : FORCED);
     return WRITE_DONE;
 }
 
@@ -189,7 +190,7 @@ WriteStatus Unit::block(const char *type, const char *name, int on)
     advance(index);
     State &state = states_[index];
     state.blocked = on == 1;
-    state.simulated = on == 0 && !isStored(POINTS[index].type);
+    state.simulated = on == 0 && !isStored(points_[index].type);
     setQuality(state.quality, state.blocked ? BLOCKED : GOOD);
     return WRITE_DONE;
 }

@@ -4,8 +4,11 @@
 
 #include <chrono>
 #include <cstddef>
+#include <map>
 #include <mutex>
 #include <random>
+#include <string>
+#include <vector>
 
 #include "points.h"
 
@@ -34,18 +37,22 @@ class Unit {
         double walkSteps; // that a WALK has made since the start
     };
 
-    std::mutex mutex_;
+    using Index = std::map<std::string, std::size_t, std::less<>>; // of points_, by name
+
+    const std::vector<Point> points_;
+    Index indexes_[NO_TYPE]; // by PointType
+    std::mutex mutex_;       // of all that follows
     const Clock::time_point start_ = Clock::now();
     std::minstd_rand random_;
     char localRemote_ = 'R';
-    State states_[POINT_COUNT]; // of POINTS, in its order
+    std::vector<State> states_; // of points_, in its order
 
     void advance(std::size_t index); // brings a simulated value up to date
     void walk(const Point &point, State *state);
     WriteStatus find(const char *type, const char *name, std::size_t *index) const;
 
 public:
-    Unit();
+    explicit Unit(std::vector<Point> points);
 
     double secondsUp() const;
 
@@ -63,7 +70,8 @@ public:
     int setLocalRemote(const char *text); // 0 or -1: none of the three letters
 };
 
-// The one unit of this program; the first call starts it.
+// Makes the one unit of this program. Call it once, before the service starts.
+void startUnit(std::vector<Point> points);
 Unit &theUnit();
 
 #endif

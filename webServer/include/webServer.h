@@ -99,7 +99,8 @@ extern WS_EXPORT int g_webRemote;
  * own: every SOAP call is allowed and user administration is refused without a fault. Initially 0. */
 extern WS_EXPORT int g_csEnabled;
 
-/* The level that getUserAuth reports in host security mode. Initially 200. */
+/* The level that getUserAuth reports in host security mode. Initially 200. A gate, which runs on the
+ * service thread, may set it to the level of its caller, so that each is told his own. */
 extern WS_EXPORT int g_highLevel;
 
 /* Inactivity limit of a browser session in seconds, taken when the session is made: it may change at

@@ -1,0 +1,34 @@
+// sim/json_file.h: a file that is a list of objects in JSON, and what is wrong with it in which line.
+#ifndef SIM_JSON_FILE_H
+#define SIM_JSON_FILE_H
+
+#include <functional>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+enum FieldKind {
+    TEXT, // at most 300 bytes, without control characters
+    NUMBER,
+    FLAG,
+    LIST,
+};
+
+struct Field {
+    const char *name;
+    FieldKind kind;
+    bool required;
+};
+
+// Gets one object of the list, with fields of the right kinds. Answers what is wrong with it, or an
+// empty text.
+using TakeObject = std::function<std::string(const nlohmann::json &object)>;
+
+// Hands over the objects in their order. Returns 0, or -1 after a message for the first that is
+// wrong; an object may have no other fields than these. Lines may end in comments that begin with //.
+int readObjects(const std::string &path, const std::vector<Field> &fields, const TakeObject &take);
+
+// Says on standard error what is wrong with a line; always -1.
+int refuseLine(const std::string &path, long line, const std::string &reason);
+
+#endif
