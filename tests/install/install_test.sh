@@ -1,0 +1,40 @@
+#!/bin/bash
+# install_test.sh BUILD EXAMPLES WITHOUT_REBOOT cmake|pkg-config: installs the library into an empty
+# folder, builds the minimal host against it as a stranger does, and has it answer.
+set -euo pipefail
+build=$1 examples=$2 without_reboot=$3 how=$4
+work=$(mktemp -d)
+pid=
+trap '[ -z "$pid" ] || kill "$pid" 2>/dev/null; rm -rf "$work"' EXIT
+fail() { echo "FAILED: $*"; cat "$work"/log; exit 1; }
+
+cmake --install "$build" --prefix "$work/prefix" >/dev/null
+host=$work/host/minimal_host
+case $how in
+  cmake)
+    cmake -S "$examples/minimal_host" -B "$work/host" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+    cmake --build "$work/host" >/dev/null ;;
+  pkg-config)
+    mkdir "$work/host"
+    export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name webServer.pc)")
+    # shellcheck disable=SC2046
+    cc -o "$host" "$examples/minimal_host/minimal_host.c" $(pkg-config --cflags --libs webServer)
+    export LD_LIBRARY_PATH=$(pkg-config --variable=libdir webServer) ;;
+esac
+
+port=$((20000 + $$ % 9000))
+"$without_reboot" "$host" "$port" >"$work/log" 2>&1 & pid=$!
+for _ in $(seq 100); do
+  grep -q 'Listening' "$work/log" && break
+  sleep 0.05
+done
+call() { # OPERATION FIELDS
+  curl -sS --max-time 10 -H 'Content-Type: text/xml' "http://127.0.0.1:$port/" -d "<E:Envelope xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'><E:Body><n:$1 xmlns:n='urn:soapServ'>$2</n:$1></E:Body></E:Envelope>"
+}
+point='<inputType>analog</inputType><inputName>UPTIME</inputName>'
+[[ $(call coreDbReadData "$point<inputFormat/>") =~ '<return>'[0-9]+'</return>' ]] || fail "no reading"
+[[ $(call coreDbKrunchData "$point<value>1</value>") == *'Not allowed'* ]] || fail "the gate let a write pass"
+kill -INT "$pid"
+wait "$pid" || fail "the host ended with status $?"
+pid=
+echo "minimal host, built with $how: read, refused, stopped"
