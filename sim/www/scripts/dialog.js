@@ -1,0 +1,98 @@
+// scripts/dialog.js: the one dialog: says what is about to happen, asks for what is missing, and
+// stays open until the unit has done it.
+'use strict';
+
+const dialog = (() => {
+  const element = page.byId('dialog');
+  const confirm = page.byId('dialog-confirm');
+  const cancel = page.byId('dialog-cancel');
+  let question = null; // what ask() was given
+
+  function makeField(field) {
+    const id = `dialog-${field.name}`;
+    const input = page.make('input', {
+      id,
+      name: field.name,
+      type: field.type || 'text',
+      value: field.value || '',
+      autocomplete: field.type === 'password' ? 'new-password' : 'off',
+      inputMode: field.inputMode || 'text',
+      disabled: Boolean(field.objection),
+      spellcheck: false,
+    });
+    input.setAttribute('aria-describedby', `${id}-hint`);
+    const hint = page.make('p', { id: `${id}-hint`, className: 'hint' });
+    hint.textContent = field.objection || field.hint || '';
+    return [page.make('label', { htmlFor: id, textContent: field.label }), input, hint];
+  }
+
+  function values() {
+    const inputs = page.byId('dialog-fields').querySelectorAll('input');
+    return Object.fromEntries([...inputs].map(input => [input.name, input.value]));
+  }
+
+  // Shows what would happen with what is entered, or why nothing can.
+  function review() {
+    const entered = values();
+    const objection = question.objection ? question.objection(entered) : '';
+    page.write(page.byId('dialog-text'), question.text(entered));
+    page.tell(page.byId('dialog-result'), objection, 'wait');
+    confirm.disabled = objection !== '';
+  }
+
+  function setBusy(busy) {
+    confirm.disabled = cancel.disabled = busy;
+    element.toggleAttribute('data-busy', busy);
+  }
+
+  // The action answers {good, text}; a good one closes the dialog, a bad one stays to be read.
+  async function run(action, entered) {
+    try {
+      return await action(entered);
+    } catch (error) {
+      return { good: false, text: soap.describe(error) };
+    }
+  }
+
+  async function submit(event) {
+    event.preventDefault();
+    if (confirm.disabled)
+      return;
+    const asked = question;
+    setBusy(true);
+    page.tell(page.byId('dialog-result'), 'Waiting for the unit…', 'wait');
+    const outcome = await run(asked.action, values());
+    setBusy(false);
+    page.report(outcome.text, outcome.good);
+    if (outcome.good)
+      element.close();
+    else
+      page.tell(page.byId('dialog-result'), outcome.text, 'bad');
+  }
+
+  // {title, fields, text(values), objection(values), confirm, action(values), danger}
+  function ask(asked) {
+    question = asked;
+    page.byId('dialog-title').textContent = asked.title;
+    page.byId('dialog-fields').replaceChildren(...(asked.fields || []).flatMap(makeField));
+    confirm.textContent = asked.confirm;
+    confirm.classList.toggle('danger', Boolean(asked.danger));
+    element.showModal();
+    review();
+    const first = page.byId('dialog-fields').querySelector('input:enabled');
+    if (first === null)
+      cancel.focus();
+    else
+      first.select();
+  }
+
+  page.byId('dialog-form').addEventListener('submit', submit);
+  page.byId('dialog-fields').addEventListener('input', () => review());
+  cancel.addEventListener('click', () => element.close());
+  element.addEventListener('cancel', event => {
+    if (element.hasAttribute('data-busy'))
+      event.preventDefault(); // the answer is still to come
+  });
+
+  return { ask };
+})();

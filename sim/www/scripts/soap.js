@@ -1,0 +1,75 @@
+// scripts/soap.js: calls the unit's SOAP 1.1 operations. Envelopes are built and read as documents.
+'use strict';
+
+const soap = (() => {
+  const ENVELOPE = 'http://schemas.xmlsoap.org/soap/envelope/';
+  const SERVICE = 'urn:soapServ';
+  const HEADERS = { 'Content-Type': 'text/xml; charset=utf-8', 'SOAPAction': '""' };
+
+  // The unit's own "no": faultstring and detail.
+  class Fault extends Error {
+    constructor(text, detail) {
+      super(detail === '' ? text : `${text} (${detail})`);
+      this.text = text;
+      this.detail = detail;
+    }
+  }
+
+  function envelope(operation, parameters) {
+    const xml = document.implementation.createDocument(ENVELOPE, 'E:Envelope');
+    const body = xml.documentElement.appendChild(xml.createElementNS(ENVELOPE, 'E:Body'));
+    const call = body.appendChild(xml.createElementNS(SERVICE, `n:${operation}`));
+    for (const [name, value] of Object.entries(parameters))
+      call.appendChild(xml.createElementNS(null, name)).textContent = value;
+    return new XMLSerializer().serializeToString(xml);
+  }
+
+  function textOf(parent, name) {
+    const child = [...parent.children].find(candidate => candidate.localName === name);
+    return child === undefined ? null : child.textContent;
+  }
+
+  // The result as text; null when the answer has none.
+  function resultOf(answer, operation) {
+    const xml = new DOMParser().parseFromString(answer, 'text/xml');
+    const fault = xml.getElementsByTagNameNS(ENVELOPE, 'Fault')[0];
+    if (fault !== undefined)
+      throw new Fault(textOf(fault, 'faultstring') || 'fault', (textOf(fault, 'detail') || '').trim());
+    const response = xml.getElementsByTagNameNS(SERVICE, `${operation}Response`)[0];
+    if (response === undefined)
+      throw new Error('The answer cannot be understood.');
+    return textOf(response, 'return');
+  }
+
+  // call('coreDbReadData', {inputType: 'analog', ...}) asks for a person, poll(...) for the page.
+  async function send(operation, parameters, isPoll) {
+    const answer = await link.post('/', HEADERS, envelope(operation, parameters), isPoll);
+    return resultOf(answer, operation);
+  }
+
+  // A result that is a number: many operations answer with a status.
+  async function status(operation, parameters) {
+    const result = await send(operation, parameters, false);
+    if (result === null)
+      throw new Error('The unit answered without a result.');
+    return Number(result);
+  }
+
+  // What went wrong, for a person.
+  function describe(error) {
+    if (error instanceof Fault)
+      return `The unit refused: ${error.message}.`;
+    if (error instanceof link.NoAnswer)
+      return `${error.message} Whether it has done what was asked is not known: look before you `
+        + 'try again.';
+    return error.message;
+  }
+
+  return {
+    Fault,
+    call: (operation, parameters = {}) => send(operation, parameters, false),
+    poll: (operation, parameters = {}) => send(operation, parameters, true),
+    status,
+    describe,
+  };
+})();

@@ -1,0 +1,48 @@
+// scripts/tabs.js: the sections as tabs; the address tells which one is open (#files).
+'use strict';
+
+const tabs = (() => {
+  const list = [...document.querySelectorAll('[role="tab"]')];
+  const STEPS = { ArrowRight: 1, ArrowLeft: -1 };
+
+  const nameOf = tab => tab.id.slice('tab-'.length);
+
+  function open(name) {
+    for (const tab of list) {
+      const chosen = nameOf(tab) === name;
+      tab.setAttribute('aria-selected', chosen);
+      tab.tabIndex = chosen ? 0 : -1;
+      page.show(page.byId(`panel-${nameOf(tab)}`), chosen);
+    }
+    page.byId(`panel-${name}`).dispatchEvent(new Event('shown'));
+  }
+
+  function openAddressed() {
+    const name = location.hash.slice(1);
+    open(list.some(tab => nameOf(tab) === name) ? name : nameOf(list[0]));
+  }
+
+  function goTo(tab) {
+    tab.focus();
+    history.pushState(null, '', `#${nameOf(tab)}`);
+    openAddressed();
+  }
+
+  function key(event) {
+    const here = list.indexOf(event.target);
+    const there = { Home: 0, End: list.length - 1 }[event.key]
+      ?? (STEPS[event.key] && (here + STEPS[event.key] + list.length) % list.length);
+    if (there === undefined)
+      return;
+    event.preventDefault();
+    goTo(list[there]);
+  }
+
+  for (const tab of list) {
+    tab.addEventListener('click', () => goTo(tab));
+    tab.addEventListener('keydown', key);
+  }
+  window.addEventListener('popstate', openAddressed);
+
+  return { openAddressed };
+})();
