@@ -96,5 +96,11 @@ grep -q 'accounts:1: "hash" must be' "$work/second" || fail "no clear message ab
 
 # The line that the unit prints for pasting works as it stands.
 sh -c "$(grep '^curl' "$work/out" | tail -1)" | has '<return>' || fail "the printed curl line"
+# So does a browser's session as the README shows it.
+session=$(sed -n '/^field()/,/^```/p' "$requests/../../README.md" | sed "/^\`/d; s/33080/$port/")
+(cd "$work" && bash -ec "$session") >"$work/answers" || fail "the README's session"
+for answer in '{"status":"success", "level":"250"}' '<points ' '<site name="here"/>' "'/index.htm'"; do
+  has -F "$answer" <"$work/answers" || fail "no $answer in the README's session"
+done
 stop INT
 echo "reference unit: all 22 requests answered"

@@ -1,0 +1,190 @@
+// host_security.js: the pages of a unit with its own security module, which counts clients as remote.
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { PASSWORD, Unit } from './support/unit.js';
+import { openBrowser, Visitor } from './support/visitor.js';
+
+const ELSEWHERE = '127.0.0.2'; // another client of this machine
+
+let browser, unit;
+
+before(async () => {
+  browser = await openBrowser();
+  unit = await Unit.start(['--security', 'host', '--remote']);
+});
+
+after(async () => {
+  await browser.close();
+  await unit.stop();
+});
+
+// A test with a visitor of its own, who must leave without a complaint.
+function visit(name, steps) {
+  test(name, async () => {
+    const visitor = await Visitor.meet(browser, unit);
+    await steps(visitor, visitor.page);
+    await visitor.leave();
+  });
+}
+
+visit('a wrong password is told, the fifth in a row differently', async (visitor, page) => {
+  await page.goto('/');
+  await visitor.sees('#unit-type', '512Q');
+  for (let attempt = 1; attempt <= 5; ++attempt) {
+    const answered = page.waitForResponse('**/index.htm');
+    await visitor.submitLogin('nobody', `wrong ${attempt}`);
+    await (await answered).finished();
+    await visitor.sees('#message', attempt < 5 ? /^Wrong user or password\.$/ : 'too many failures');
+  }
+});
+
+visit('an operator sees values change and writes a set point, and not what he may not', async visitor => {
+  await visitor.logIn('operator');
+  await visitor.sees('#level', '200');
+  const current = visitor.cell('FDR1_IA', 'value');
+  await visitor.sees(current, /\d/);
+  const first = await current.textContent();
+  await visitor.sees(current, new RegExp(`^(?!${first.replace('.', '\\.')}$)`));
+
+  await visitor.act('V_SETPOINT', 'set', { value: '131.75' });
+  await visitor.sees('#result', 'done');
+  await visitor.sees(visitor.cell('V_SETPOINT', 'value'), '131.75');
+
+  await visitor.openTab('unit');
+  await visitor.seesDisabled('#reboot', 'unit', 'level 250');
+  await visitor.openTab('users');
+  await visitor.sees('#panel-users [data-reason]:visible', 'Only an administrator');
+  await visitor.logOut();
+});
+
+visit('points are blocked, forced with quality, filtered and sorted', async (visitor, page) => {
+  await visitor.logIn('operator');
+  await visitor.act('BUS1_FREQ', 'block');
+  await visitor.sees(visitor.cell('BUS1_FREQ', 'quality'), 'BLOCKED');
+  await visitor.act('BUS1_FREQ', 'unblock');
+  await visitor.sees(visitor.cell('BUS1_FREQ', 'quality'), 'GOOD');
+  await visitor.act('BRK1_POS', 'force', { value: '1', flags: 'TEST,OLD' });
+  await visitor.sees(visitor.cell('BRK1_POS', 'quality'), 'TEST,OLD');
+
+  await page.check('#filter-not-good');
+  await visitor.sees('#points-count', /^1 of 42/);
+  await visitor.act('BRK1_POS', 'unblock');
+  await visitor.sees('#points-count', /^0 of 42/);
+  await page.uncheck('#filter-not-good');
+  await page.fill('#filter-text', 'feeder 1');
+  await page.click('[data-sort="name"]');
+  await page.click('[data-sort="name"]');
+  const names = await page.locator('#points-rows tr:visible [data-cell="name"]').allTextContents();
+  assert.deepEqual([names.length, names[0], names.at(-1)], [8, 'FDR1_Q', 'FDR1_ENERGY']);
+});
+
+visit('a command is refused while the unit is under local control', async visitor => {
+  await unit.call('fnPut', { binContName: 'coreDb', function: 'setLR', arg: 'L' });
+  await visitor.logIn('operator');
+  await visitor.sees('#control', 'Local');
+  await visitor.act('TAP1_RAISE', 'operate');
+  await visitor.sees('#dialog-result', 'refused: the unit is under local control');
+  await visitor.page.click('#dialog-cancel');
+  await unit.call('fnPut', { binContName: 'coreDb', function: 'setLR', arg: 'R' });
+  await visitor.act('TAP1_RAISE', 'operate');
+  await visitor.sees('#result', 'done');
+});
+
+visit('a configuration file is uploaded and read back', async visitor => {
+  await visitor.logIn('engineer');
+  await visitor.openTab('files');
+  const content = '<site name="Überlandwerk">\n  <bay/>\n</site>\n';
+  await visitor.upload('site.xml', content);
+  await visitor.sees('#upload-outcome', 'reads back as sent');
+  await visitor.page.fill('#view-name', 'site.xml');
+  await visitor.page.click('#view-submit');
+  await visitor.sees('#file-content', 'Überlandwerk');
+  assert.equal(await visitor.page.textContent('#file-content'), content);
+  await visitor.upload('site.xml', '<site name="Smith &amp; Sons"/>');
+  await visitor.sees('#upload-outcome', 'contains "&"');
+});
+
+visit('an administrator takes roles, locks, and sets a password', async (visitor, page) => {
+  const viewer = page.locator('[data-user="viewer"]');
+  const act = action => viewer.locator(`[data-action="${action}"]`).click();
+  const refused = async (password, explanation) => {
+    const other = await Visitor.meet(browser, unit);
+    await other.page.goto('/');
+    await other.submitLogin('viewer', password);
+    await other.sees('#message', explanation);
+    await other.leave();
+  };
+  await visitor.logIn('admin');
+  await visitor.openTab('users');
+  await viewer.locator('[data-role="VIEWER"]').uncheck();
+  await act('roles');
+  await visitor.sees('#result', 'Roles of viewer: done');
+  await refused('viewer', 'no right to use');
+  await viewer.locator('[data-role="VIEWER"]').check();
+  await act('roles');
+  await act('lock');
+  await visitor.sees(viewer, 'LOCKED');
+  await refused('viewer', 'Wrong user or password');
+  await act('unlock');
+  await visitor.sees(viewer, 'open');
+  await act('password');
+  await page.fill('#dialog-password', 'a new secret');
+  await page.fill('#dialog-repeated', 'a new secret');
+  await page.click('#dialog-confirm');
+  await visitor.sees('#result', 'Password of viewer: done');
+  await refused('viewer', 'Wrong user or password');
+  await page.locator('[data-user="admin"] [data-role="ADMIN"]').uncheck();
+  await page.click('[data-user="admin"] [data-action="roles"]');
+  await visitor.sees('#result', 'no administrator');
+  await visitor.logOut();
+  await visitor.logIn('viewer', 'a new secret');
+});
+
+visit('the clock is set, and the log tells so', async (visitor, page) => {
+  await visitor.logIn('engineer');
+  await visitor.openTab('unit');
+  await page.fill('#clock-field', '2031-02-03T04:05:06');
+  await page.click('#clock-set');
+  await visitor.sees('#unit-clock', '2031-02-03 04:05:');
+  await visitor.sees('#unit-version', /\d/);
+  await visitor.openTab('log');
+  await visitor.sees('#log-lines', 'clock: set');
+  await page.click('#tab-unit');
+  await page.click('#clock-pc');
+  await visitor.sees('#unit-clock-difference', 'the same');
+});
+
+visit('a session that another login ended leads back to the login', async visitor => {
+  await visitor.logIn('operator');
+  await unit.logIn('operator', 'operator');
+  await visitor.isSentToLogin('is', 'ended');
+});
+
+visit('a session of another address leads back to the login', async (visitor, page) => {
+  const id = await unit.logIn('operator', 'operator', ELSEWHERE);
+  await visitor.context.addCookies([{ name: 'SESSIONID', value: id, url: unit.address }]);
+  await page.goto('/QOPweb.htm');
+  await visitor.isSentToLogin('wa', 'another address');
+});
+
+visit('the unit reboots, and the page recovers', async (visitor, page) => {
+  await visitor.logIn('engineer');
+  await visitor.openTab('unit');
+  await page.click('#reboot');
+  await page.click('#dialog-confirm');
+  await visitor.sees('#banner', 'rebooting');
+  await visitor.isSentToLogin('is', 'restarted');
+});
+
+test('a sixth login is refused', async () => {
+  const users = ['anna', 'bert', 'cleo', 'dora', 'emil', 'fred'];
+  const crowded = await Unit.start(['--security', 'host'], users);
+  for (const user of users.slice(0, 5))
+    await crowded.logIn(user, PASSWORD);
+  const visitor = await Visitor.meet(browser, crowded);
+  await visitor.page.goto('/');
+  await visitor.submitLogin('fred', PASSWORD);
+  await visitor.sees('#message', 'Too many people');
+  await visitor.leave();
+  await crowded.stop();
+});

@@ -1,0 +1,73 @@
+// own_sessions.js: the pages of a unit without a security module: the library's own sessions.
+import { after, before, test } from 'node:test';
+import { Unit } from './support/unit.js';
+import { openBrowser, Visitor } from './support/visitor.js';
+
+let browser, unit;
+
+before(async () => {
+  browser = await openBrowser();
+  unit = await Unit.start(['--security', 'off', '--coredb-version', 'coreDb: 09.12.00']);
+});
+
+after(async () => {
+  await browser.close();
+  await unit.stop();
+});
+
+test('from a wrong password to the logout, without a complaint', async context => {
+  const visitor = await Visitor.meet(browser, unit);
+  const { page } = visitor;
+
+  await context.test('login', async () => {
+    await page.goto('/', { waitUntil: 'networkidle' });
+    await visitor.submitLogin('admin', 'wrong');
+    await visitor.sees('#message', /^Wrong user or password\.$/);
+    await visitor.logIn('admin');
+    await visitor.sees('#level', '250');
+  });
+
+  await context.test('a set point is written', async () => {
+    await visitor.act('V_SETPOINT', 'set', { value: '-12.5' });
+    await visitor.sees(visitor.cell('V_SETPOINT', 'value'), '-12.5');
+  });
+
+  await context.test('what the mode does not offer is disabled, with the reason', async () => {
+    await visitor.openTab('users');
+    await visitor.seesDisabled('#own-password', 'users', 'without its security module');
+    await visitor.openTab('log');
+    await visitor.seesDisabled('#log-refresh', 'log', 'without its security module');
+  });
+
+  await context.test('a file is uploaded and viewed', async () => {
+    await visitor.openTab('files');
+    await visitor.upload('netConfig.xml', '<netConfig><ip>192.0.2.7</ip></netConfig>');
+    await visitor.sees('#upload-outcome', 'reads back as sent');
+    await page.click('[data-file="/cfgFiles/netConfig.xml"]');
+    await visitor.sees('#file-content', '192.0.2.7');
+    await page.click('[data-file="/nvrFiles/counters.xml"]');
+    await visitor.sees('#file-content', '<counters');
+  });
+
+  await context.test('logout', () => visitor.logOut());
+
+  await visitor.leave();
+});
+
+test('an ended session leads back to the login', async () => {
+  const visitor = await Visitor.meet(browser, unit);
+  await visitor.logIn('admin');
+  await unit.logIn('admin', 'admin');
+  await visitor.isSentToLogin('is', 'ended');
+  await visitor.leave();
+});
+
+// The unit tells of its old database by a fault, which the browser reports as well.
+test('an old database does not force with flags, and the page says so', async () => {
+  const visitor = await Visitor.meet(browser, unit);
+  await visitor.logIn('admin');
+  await visitor.act('BUS1_FREQ', 'force', { value: '50', flags: 'TEST' });
+  await visitor.sees('#dialog-result', 'not supported for this coreDb version');
+  visitor.complaints = visitor.complaints.filter(what => !what.includes('500'));
+  await visitor.leave();
+});

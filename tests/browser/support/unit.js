@@ -1,0 +1,115 @@
+// unit.js: a reference unit of its own for a test, on a free port of the loopback address.
+import { spawn } from 'node:child_process';
+import { once } from 'node:events';
+import { mkdir, mkdtemp, rm, writeFile } from 'node:fs/promises';
+import { request } from 'node:http';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { createInterface } from 'node:readline';
+
+const { SIM, WITHOUT_REBOOT } = process.env; // set by CTest
+const FIRST_PORT = 20000; // below those that the system hands out by itself
+const PORTS = 9000;
+const ATTEMPTS = 5; // the port may be in use
+
+// An account of every name, all with the same password.
+export const PASSWORD = 'a password';
+const HASH = '$y$j75$IejNbE7FbCOmIBGKmS0Cb1$M/1r6nfrP1NdOw9nKQrbeUSjLTqEClQmWel3Chj7oOC';
+
+async function writeAccounts(state, users) {
+  const folder = join(state, 'mnt/flash/security');
+  await mkdir(folder, { recursive: true });
+  const accounts = users.map(name => ({ name, hash: HASH, roles: ['ADMIN'], locked: false }));
+  await writeFile(join(folder, 'accounts'), JSON.stringify(accounts));
+}
+
+async function isReady(child) {
+  const lines = createInterface({ input: child.stdout });
+  const ready = new Promise(resolve => {
+    lines.on('line', line => line.startsWith('Unit ready') && resolve(true));
+    lines.on('close', () => resolve(false)); // it has ended
+  });
+  return ready;
+}
+
+const base64 = text => encodeURIComponent(Buffer.from(text).toString('base64'));
+
+function envelope(operation, fields, authentication) {
+  const escaped = text => String(text).replace(/[&<>]/g, sign => `&#${sign.charCodeAt(0)};`);
+  const elements = Object.entries(fields).map(([name, text]) => `<${name}>${escaped(text)}</${name}>`);
+  return '<E:Envelope xmlns:E="http://schemas.xmlsoap.org/soap/envelope/">'
+    + `<E:Header><Authentication>${authentication}</Authentication></E:Header>`
+    + `<E:Body><n:${operation} xmlns:n="urn:soapServ">${elements.join('')}</n:${operation}></E:Body>`
+    + '</E:Envelope>';
+}
+
+export class Unit {
+  #child;
+  #log = '';
+
+  constructor(child, port, state) {
+    this.#child = child;
+    child.stderr.setEncoding('utf8').on('data', text => this.#log += text);
+    this.address = `http://127.0.0.1:${port}`;
+    this.state = state; // its state folder
+  }
+
+  // users: the accounts to begin with, in place of the unit's own first ones.
+  static async start(options, users) {
+    const state = await mkdtemp(join(tmpdir(), 'unit-'));
+    if (users !== undefined)
+      await writeAccounts(state, users);
+    for (let attempt = 0; attempt < ATTEMPTS; ++attempt) {
+      const port = FIRST_PORT + Math.floor(Math.random() * PORTS);
+      const child = spawn(WITHOUT_REBOOT,
+        [SIM, '--port', port, '--state', state, ...options], { stdio: ['ignore', 'pipe', 'pipe'] });
+      const unit = new Unit(child, port, state);
+      if (await isReady(child))
+        return unit;
+    }
+    throw new Error('the unit does not start');
+  }
+
+  // It must end as a person's Ctrl-C ends it, and no sanitizer may have complained.
+  async stop() {
+    const ended = once(this.#child, 'exit');
+    this.#child.kill('SIGINT');
+    const [status] = await ended;
+    await rm(this.state, { recursive: true });
+    if (status !== 0)
+      throw new Error(`the unit ended with status ${status}:\n${this.#log}`);
+  }
+
+  // Sends what a browser does not, from an address of one's own.
+  async post(body, headers, localAddress) {
+    const sent = request(this.address, { method: 'POST', headers, localAddress });
+    sent.end(body);
+    const [answer] = await once(sent, 'response');
+    let text = '';
+    for await (const part of answer.setEncoding('utf8'))
+      text += part;
+    return { headers: answer.headers, text };
+  }
+
+  // What an operation returns; throws on a fault.
+  async call(operation, fields = {}, authentication = 'admin:admin') {
+    const { text } = await this.post(envelope(operation, fields, authentication),
+      { 'Content-Type': 'text/xml; charset=utf-8' });
+    const found = /<return>(.*)<\/return>/s.exec(text);
+    if (found === null)
+      throw new Error(`${operation}: ${text}`);
+    return found[1];
+  }
+
+  // The id of a new session.
+  async logIn(user, password, localAddress) {
+    const { headers, text } = await this.post(
+      `cgiMethod=${base64('cgiLogin')}&arg1=${base64(user)}&arg2=${base64(password)}`,
+      { 'Content-Type': 'application/x-www-form-urlencoded', Accept: 'application/json' },
+      localAddress);
+    const found = /SESSIONID=([^;]+)/.exec(headers['set-cookie']);
+    if (found === null)
+      throw new Error(`${user} cannot log in: ${text}`);
+    return found[1];
+  }
+}

@@ -1,0 +1,117 @@
+// visitor.js: a person in front of a real browser, who notices every error that it reports.
+import assert from 'node:assert/strict';
+import { mkdir } from 'node:fs/promises';
+import { join } from 'node:path';
+import { chromium } from 'playwright-core';
+
+const { SCREENSHOTS } = process.env; // a folder; set by CTest
+const PATIENCE_MS = 15000;
+
+// No sandbox, for root's sake, and no company of its own on the network.
+const FLAGS = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
+
+export const PANEL = { width: 1024, height: 768 };
+export const PHONE = { width: 375, height: 812 };
+
+export async function openBrowser() {
+  await mkdir(SCREENSHOTS, { recursive: true });
+  return chromium.launch({ executablePath: '/usr/bin/chromium', args: FLAGS });
+}
+
+export class Visitor {
+  complaints = [];
+
+  static async meet(browser, unit, options = {}) {
+    const visitor = new Visitor();
+    visitor.context = await browser.newContext({ baseURL: unit.address, viewport: PANEL, ...options });
+    visitor.context.setDefaultTimeout(PATIENCE_MS);
+    visitor.page = await visitor.context.newPage();
+    visitor.#listen();
+    return visitor;
+  }
+
+  #listen() {
+    const complain = what => this.complaints.push(what);
+    this.page.on('console', message => {
+      if (['error', 'warning'].includes(message.type()))
+        complain(`console: ${message.text()}`);
+    });
+    this.page.on('pageerror', error => complain(`script: ${error.stack}`));
+    this.page.on('requestfailed', request =>
+      complain(`request: ${request.method()} ${request.url()}: ${request.failure().errorText}`));
+    this.page.on('response', answer => {
+      if (answer.status() >= 400)
+        complain(`answer: ${answer.url()}: ${answer.status()}`);
+    });
+  }
+
+  async leave() {
+    const complaints = [...this.complaints]; // what is cut off now is nobody's fault
+    await this.context.close();
+    assert.deepEqual(complaints, []);
+  }
+
+  // ---- What a person does ----
+
+  async submitLogin(user, password = user) {
+    await this.page.fill('#user', user);
+    await this.page.fill('#password', password);
+    await this.page.press('#password', 'Enter');
+  }
+
+  async logIn(user, password) {
+    await this.page.goto('/', { waitUntil: 'networkidle' }); // the icon, too
+    await this.submitLogin(user, password);
+    await this.page.waitForURL('**/QOPweb.htm*');
+    await this.sees('#connection', 'Connected');
+  }
+
+  openTab = name => this.page.click(`#tab-${name}`);
+  row = point => this.page.locator(`[data-point="${point}"]`);
+  cell = (point, name) => this.row(point).locator(`[data-cell="${name}"]`);
+
+  // An action on a point, confirmed in the dialog with what its fields ask for.
+  async act(point, action, fields = {}) {
+    await this.row(point).locator(`[data-action="${action}"]`).click();
+    for (const [name, value] of Object.entries(fields))
+      await this.page.fill(`#dialog-${name}`, value);
+    await this.page.click('#dialog-confirm');
+  }
+
+  async upload(name, content) {
+    await this.page.setInputFiles('#upload-file', { name, mimeType: 'text/xml', buffer: Buffer.from(content) });
+    await this.page.click('#upload-submit');
+  }
+
+  async logOut() {
+    await this.page.click('#logout');
+    await this.page.waitForURL('**/index.htm', { waitUntil: 'networkidle' });
+  }
+
+  // ---- What a person sees ----
+
+  // Waits until an element's text has this in it.
+  async sees(where, text) {
+    const element = typeof where === 'string' ? this.page.locator(where) : where;
+    try {
+      await element.filter({ hasText: text }).first().waitFor();
+    } catch {
+      const there = await element.first().textContent({ timeout: 1000 }).catch(() => 'nothing');
+      assert.fail(`${text} is not seen at ${element}, but: ${there}`);
+    }
+  }
+
+  // Disabled, with the reason beside it.
+  async seesDisabled(where, panel, reason) {
+    assert.ok(await this.page.isDisabled(where), `${where} is enabled`);
+    await this.sees(`#panel-${panel} [data-reason]:visible`, reason);
+  }
+
+  async isSentToLogin(code, explanation) {
+    await this.page.waitForURL(`**/index.htm?u=${code}`);
+    await this.sees('#message', explanation);
+  }
+
+  screenshot = name => this.page.screenshot({ path: join(SCREENSHOTS, `${name}.png`) });
+}
