@@ -21,13 +21,13 @@ static void logLine(const char *level, const char *format, va_list arguments)
     fputc('\n', stderr);
 }
 
-#define LOG_FUNCTION(name, level)          \
-    void name(const char *format, ...)     \
-    {                                      \
-        va_list arguments;                 \
-        va_start(arguments, format);       \
-        logLine(level, format, arguments); \
-        va_end(arguments);                 \
+#define LOG_FUNCTION(name, level)                                                                  \
+    void name(const char *format, ...)                                                             \
+    {                                                                                              \
+        va_list arguments;                                                                         \
+        va_start(arguments, format);                                                               \
+        logLine(level, format, arguments);                                                         \
+        va_end(arguments);                                                                         \
     }
 
 LOG_FUNCTION(sLogInfo, "INFO ")
