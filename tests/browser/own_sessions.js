@@ -54,6 +54,17 @@ test('from a wrong password to the logout, without a complaint', async context =
   await visitor.leave();
 });
 
+test('an open page keeps its session alive', async () => {
+  const visitor = await Visitor.meet(browser, unit);
+  const { page } = visitor;
+  await page.clock.install();
+  await visitor.logIn('admin');
+  const kept = page.waitForResponse(answer => answer.status() === 204);
+  await page.clock.fastForward('01:30');
+  await kept;
+  await visitor.leave();
+});
+
 test('an ended session leads back to the login', async () => {
   const visitor = await Visitor.meet(browser, unit);
   await visitor.logIn('admin');
