@@ -6,6 +6,7 @@
 #include <string>
 
 #include "log.h"
+#include "webServer.h"
 
 static const int USAGE_ERROR = 2; // exit status
 
@@ -158,6 +159,9 @@ bool readOptions(int argc, char **argv, Options *options, int *exitStatus)
     options->coreDbVersion = DEFAULT_CORE_DB_VERSION;
     declareService(&app, &service);
     declareUnit(&app, options, &security);
+    char *version = nullptr;
+    webServerShowVer(&version);
+    app.set_version_flag("--version", version, "Print the library's version and exit");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) { // help, too; the parser has no other way to say it

@@ -15,7 +15,7 @@ has() { local all; all=$(cat); grep -q "$@" <<<"$all"; }
 fail() { echo "FAILED: $*"; cat "$work"/*; exit 1; }
 post() { curl -sS --max-time 10 -H 'Content-Type: text/xml' --data-binary "$1" "http://127.0.0.1:$port/"; }
 value() { sed -n 's/.*<return>\(.*\)<\/return>.*/\1/p'; }
-start() { "$sim" --port "$port" --state "$work/state" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
+start() { : >"$work/out"; "$sim" --port "$port" --state "$work/state" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
 ready() { # TIMES: the unit has said so that often
   for _ in $(seq 300); do
     [ "$(grep -c 'Unit ready' "$work/out")" -lt "$1" ] || return 0

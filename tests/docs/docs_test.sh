@@ -1,0 +1,27 @@
+#!/bin/bash
+# docs_test.sh SIM FOLDER: the documentation is made without a warning, and what it lists is what
+# there is: operations, exports and imports.
+set -euo pipefail
+sim=$1 folder=$2
+cd "$(dirname "$0")/../.."
+
+scripts/docs "$sim" "$folder"
+grep -q 'coredb' "$folder/sim.1"
+
+# Name, fields, result and level, from the service description and from the guide.
+perl -0ne '
+  while (/documentation: (\w+) .*?(?:Level (\d+)|No level)\.\nint ns__\1\((.*?)\);/gs) {
+    my ($name, $level, $fields) = ($1, $2 // "none", $3);
+    $fields =~ s/\s+/ /g;
+    $fields =~ s/,? ?(char \*|int )\*return_$//;
+    my $result = $1 eq "int " ? "int" : "string";
+    $fields =~ s/char \*(\w+)/`$1` string/g;
+    $fields =~ s/int \*(\w+)/`$1` int/g;
+    printf "| `%s` | %s | %s | %s |\n", $name, $fields || "none", $result, $level;
+  }' webServer/soap/soapServ.gsoap | sort >"$folder/described"
+[ "$(wc -l <"$folder/described")" -eq 22 ]
+grep -E '^\| `[A-Za-z]+` \|' docs/operations.md | sort | diff -u "$folder/described" -
+
+for name in $(cat tests/abi/exports.txt tests/abi/imports.txt); do
+  grep -qE "\`$name(\(\))?\`" docs/host_interface.md || { echo "$name is not in docs/host_interface.md"; exit 1; }
+done
