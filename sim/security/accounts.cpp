@@ -12,8 +12,8 @@
 #include "security/password.h"
 #include "webServerHost.h"
 
-// Without an ending, because a GET may climb, and the ending of a name decides who is served it:
-// ".json" would be for anybody. A padded target gets here all the same: a hash must be slow to guess.
+// A GET may climb, and a query gives any file an ending for everybody: who reaches the port can read
+// this one, too, and a hash must be slow to guess.
 static const char *const FILE_NAME = "/accounts";
 static const mode_t FOLDER_MODE = 0700;
 
