@@ -1,10 +1,14 @@
 // host_security.js: the pages of a unit with its own security module, which counts clients as remote.
 import assert from 'node:assert/strict';
+import { mkdtemp, rm, symlink, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { PASSWORD, Unit } from './support/unit.js';
 import { openBrowser, Visitor } from './support/visitor.js';
 
 const ELSEWHERE = '127.0.0.2'; // another client of this machine
+const WRONG = /^Wrong user or password\.$/;
 
 let browser, unit;
 
@@ -27,6 +31,17 @@ function visit(name, steps) {
   });
 }
 
+// The same, at a unit of its own.
+function visitAnother(name, options, users, steps) {
+  test(name, async context => {
+    const another = await Unit.start(['--security', 'host', ...options], users);
+    context.after(() => another.stop());
+    const visitor = await Visitor.meet(browser, another);
+    await steps(visitor, another);
+    await visitor.leave();
+  });
+}
+
 visit('a wrong password is told, the fifth in a row differently', async (visitor, page) => {
   await page.goto('/');
   await visitor.sees('#unit-type', '512Q');
@@ -34,7 +49,7 @@ visit('a wrong password is told, the fifth in a row differently', async (visitor
     const answered = page.waitForResponse('**/index.htm');
     await visitor.submitLogin('nobody', `wrong ${attempt}`);
     await (await answered).finished();
-    await visitor.sees('#message', attempt < 5 ? /^Wrong user or password\.$/ : 'too many failures');
+    await visitor.sees('#message', attempt < 5 ? WRONG : 'too many failures');
   }
 });
 
@@ -44,7 +59,7 @@ visit('an operator sees values change and writes a set point, and not what he ma
   const current = visitor.cell('FDR1_IA', 'value');
   await visitor.sees(current, /\d/);
   const first = await current.textContent();
-  await visitor.sees(current, new RegExp(`^(?!${first.replace('.', '\\.')}$)`));
+  await visitor.sees(current, new RegExp(`^(?!${first.replace('.', '\\.')}$)\\d`));
 
   await visitor.act('V_SETPOINT', 'set', { value: '131.75' });
   await visitor.sees('#result', 'done');
@@ -102,6 +117,9 @@ visit('a configuration file is uploaded and read back', async visitor => {
   assert.equal(await visitor.page.textContent('#file-content'), content);
   await visitor.upload('site.xml', '<site name="Smith &amp; Sons"/>');
   await visitor.sees('#upload-outcome', 'contains "&"');
+  await symlink('/proc/version', join(unit.state, 'mnt/flash/cfgFiles/fixed.xml')); // cannot be written
+  await visitor.upload('fixed.xml', '<fixed/>');
+  await visitor.sees('#upload-outcome', 'NOT written');
 });
 
 visit('an administrator takes roles, locks, and sets a password', async (visitor, page) => {
@@ -124,7 +142,7 @@ visit('an administrator takes roles, locks, and sets a password', async (visitor
   await act('roles');
   await act('lock');
   await visitor.sees(viewer, 'LOCKED');
-  await refused('viewer', 'Wrong user or password');
+  await refused('viewer', WRONG);
   await act('unlock');
   await visitor.sees(viewer, 'open');
   await act('password');
@@ -132,7 +150,7 @@ visit('an administrator takes roles, locks, and sets a password', async (visitor
   await page.fill('#dialog-repeated', 'a new secret');
   await page.click('#dialog-confirm');
   await visitor.sees('#result', 'Password of viewer: done');
-  await refused('viewer', 'Wrong user or password');
+  await refused('viewer', WRONG);
   await page.locator('[data-user="admin"] [data-role="ADMIN"]').uncheck();
   await page.click('[data-user="admin"] [data-action="roles"]');
   await visitor.sees('#result', 'no administrator');
@@ -176,15 +194,66 @@ visit('the unit reboots, and the page recovers', async (visitor, page) => {
   await visitor.isSentToLogin('is', 'restarted');
 });
 
-test('a sixth login is refused', async () => {
-  const users = ['anna', 'bert', 'cleo', 'dora', 'emil', 'fred'];
-  const crowded = await Unit.start(['--security', 'host'], users);
-  for (const user of users.slice(0, 5))
+const CROWD = ['anna', 'bert', 'cleo', 'dora', 'emil', 'fred'];
+visitAnother('a sixth login is refused', [], CROWD, async (visitor, crowded) => {
+  for (const user of CROWD.slice(0, 5))
     await crowded.logIn(user, PASSWORD);
-  const visitor = await Visitor.meet(browser, crowded);
   await visitor.page.goto('/');
   await visitor.submitLogin('fred', PASSWORD);
   await visitor.sees('#message', 'Too many people');
+});
+
+visitAnother('a service that stops is told, and its return', [], undefined, async (visitor, stopped) => {
+  await visitor.logIn('viewer');
+  await stopped.end();
+  await visitor.sees('#banner', 'does not answer');
+  await visitor.sees('#connection', 'No answer');
+  await stopped.begin(stopped.port);
+  await visitor.isSentToLogin('is', 'ended');
+  const expected = /ERR_CONNECTION_REFUSED|ERR_EMPTY_RESPONSE|ERR_CONNECTION_RESET/;
+  visitor.complaints = visitor.complaints.filter(what => !expected.test(what));
+});
+
+// Names and texts of a unit that means ill: they are shown as they are, and nothing of them runs.
+const EVIL = '<img/src=x/onerror=alert(1)>';
+test('texts are never markup', async context => {
+  const folder = await mkdtemp(join(tmpdir(), 'points-'));
+  const points = join(folder, 'points.json');
+  await writeFile(points, JSON.stringify([{ type: 'analog', name: 'A', unit: '<b>V</b>', text: EVIL }]));
+  const evil = await Unit.start(['--security', 'host', '--points', points], ['admin', EVIL]);
+  context.after(async () => {
+    await evil.stop();
+    await rm(folder, { recursive: true });
+  });
+  const visitor = await Visitor.meet(browser, evil);
+  await visitor.logIn('admin', PASSWORD);
+  await visitor.sees('[data-cell="text"]', EVIL);
+  await visitor.act('A', 'force', { value: '1', flags: 'TEST' });
+  await visitor.openTab('users');
+  await visitor.sees('#users-rows', EVIL);
+  await visitor.openTab('files');
+  await visitor.upload('evil.xml', EVIL);
+  await visitor.page.fill('#view-name', 'evil.xml');
+  await visitor.page.click('#view-submit');
+  await visitor.sees('#file-content', EVIL);
+  await evil.logIn(EVIL, PASSWORD);
+  await visitor.openTab('log');
+  await visitor.sees('#log-lines', EVIL);
+  assert.equal(await visitor.page.locator('main img, main b').count(), 0);
   await visitor.leave();
-  await crowded.stop();
+});
+
+visit('points are read by one request per type and cycle', async (visitor, page) => {
+  const types = [];
+  page.on('request', request => {
+    const type = /MultData.*<inputType>(.*)<\/inputType>/s.exec(request.postData() ?? '');
+    if (type !== null)
+      types.push(type[1]);
+  });
+  await visitor.logIn('viewer', 'a new secret');
+  while (types.length < 12)
+    await page.waitForRequest('**/');
+  const cycle = types.slice(0, 4);
+  assert.deepEqual([...cycle].sort(), ['analog', 'command', 'setPoint', 'status']);
+  assert.deepEqual(types.slice(4, 12), [...cycle, ...cycle]);
 });

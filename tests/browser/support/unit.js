@@ -11,6 +11,7 @@ const { SIM, WITHOUT_REBOOT } = process.env; // set by CTest
 const FIRST_PORT = 20000; // below those that the system hands out by itself
 const PORTS = 9000;
 const ATTEMPTS = 5; // the port may be in use
+const PATIENCE_MS = 15000; // under a sanitizer, beside other tests
 
 // An account of every name, all with the same password.
 export const PASSWORD = 'a password';
@@ -23,12 +24,20 @@ async function writeAccounts(state, users) {
   await writeFile(join(folder, 'accounts'), JSON.stringify(accounts));
 }
 
+// Ends a program that takes too long.
+function impatientWith(child) {
+  const timer = setTimeout(() => child.kill('SIGKILL'), PATIENCE_MS);
+  return () => clearTimeout(timer);
+}
+
 async function isReady(child) {
+  const relax = impatientWith(child);
   const lines = createInterface({ input: child.stdout });
-  const ready = new Promise(resolve => {
+  const ready = await new Promise(resolve => {
     lines.on('line', line => line.startsWith('Unit ready') && resolve(true));
     lines.on('close', () => resolve(false)); // it has ended
   });
+  relax();
   return ready;
 }
 
@@ -47,37 +56,45 @@ export class Unit {
   #child;
   #log = '';
 
-  constructor(child, port, state) {
-    this.#child = child;
-    child.stderr.setEncoding('utf8').on('data', text => this.#log += text);
-    this.address = `http://127.0.0.1:${port}`;
+  constructor(options, state) {
+    this.options = options;
     this.state = state; // its state folder
   }
 
   // users: the accounts to begin with, in place of the unit's own first ones.
   static async start(options, users) {
-    const state = await mkdtemp(join(tmpdir(), 'unit-'));
+    const unit = new Unit(options, await mkdtemp(join(tmpdir(), 'unit-')));
     if (users !== undefined)
-      await writeAccounts(state, users);
-    for (let attempt = 0; attempt < ATTEMPTS; ++attempt) {
-      const port = FIRST_PORT + Math.floor(Math.random() * PORTS);
-      const child = spawn(WITHOUT_REBOOT,
-        [SIM, '--port', port, '--state', state, ...options], { stdio: ['ignore', 'pipe', 'pipe'] });
-      const unit = new Unit(child, port, state);
-      if (await isReady(child))
+      await writeAccounts(unit.state, users);
+    for (let attempt = 0; attempt < ATTEMPTS; ++attempt)
+      if (await unit.begin(FIRST_PORT + Math.floor(Math.random() * PORTS)))
         return unit;
-    }
-    throw new Error('the unit does not start');
+    throw new Error(`the unit does not start:\n${unit.#log}`);
+  }
+
+  async begin(port) {
+    const options = ['--port', port, '--state', this.state, ...this.options];
+    this.#child = spawn(WITHOUT_REBOOT, [SIM, ...options], { stdio: ['ignore', 'pipe', 'pipe'] });
+    this.#child.stderr.setEncoding('utf8').on('data', text => this.#log += text);
+    this.port = port;
+    this.address = `http://127.0.0.1:${port}`;
+    return isReady(this.#child);
   }
 
   // It must end as a person's Ctrl-C ends it, and no sanitizer may have complained.
-  async stop() {
+  async end() {
     const ended = once(this.#child, 'exit');
+    const relax = impatientWith(this.#child);
     this.#child.kill('SIGINT');
     const [status] = await ended;
-    await rm(this.state, { recursive: true });
+    relax();
     if (status !== 0)
       throw new Error(`the unit ended with status ${status}:\n${this.#log}`);
+  }
+
+  async stop() {
+    await this.end();
+    await rm(this.state, { recursive: true });
   }
 
   // Sends what a browser does not, from an address of one's own.

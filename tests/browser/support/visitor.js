@@ -37,6 +37,7 @@ export class Visitor {
       if (['error', 'warning'].includes(message.type()))
         complain(`console: ${message.text()}`);
     });
+    this.page.on('dialog', dialog => complain(`dialog: ${dialog.message()}`));
     this.page.on('pageerror', error => complain(`script: ${error.stack}`));
     this.page.on('requestfailed', request =>
       complain(`request: ${request.method()} ${request.url()}: ${request.failure().errorText}`));
