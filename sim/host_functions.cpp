@@ -126,8 +126,9 @@ static int loggedCall(const char *how, const char *container, const char *object
                       const char *argument, char *answer, int size)
 {
     const int status = callFunction(container, name, argument, answer, size);
-    logDetail("%s: %s %s %s(%s): %d", how, textOrEmpty(container), textOrEmpty(object),
-              textOrEmpty(name), textOrEmpty(argument), status);
+    logDetail("%s: %d: %s %s %s(%s)", how, status, inQuotes(textOrEmpty(container)).c_str(),
+              inQuotes(textOrEmpty(object)).c_str(), inQuotes(textOrEmpty(name)).c_str(),
+              inQuotes(textOrEmpty(argument)).c_str());
     return status;
 }
 
@@ -138,14 +139,16 @@ extern "C" {
 WS_EXPORT int x_readData(const char *type, const char *name, const char *format, char *text)
 {
     const int status = theUnit().read(type, name, format, text, VALUE_TEXT_SIZE);
-    logDetail("read: %s %s: %d %s", type, name, status, status == READ_DONE ? text : "");
+    logDetail("read: %d: %s %s %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+              status == READ_DONE ? text : "");
     return status;
 }
 
 WS_EXPORT int x_krunchData(const char *type, const char *name, const char *value)
 {
     const int status = theUnit().force(type, name, value, nullptr);
-    sLogInfo("force: %s %s to %s: %d", type, name, value, status);
+    sLogInfo("force: %d: %s %s to %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+             inQuotes(value).c_str());
     return status;
 }
 
@@ -153,14 +156,16 @@ WS_EXPORT int x_krunchDataQuality(const char *type, const char *name, const char
                                   const char *flags)
 {
     const int status = theUnit().force(type, name, value, flags);
-    sLogInfo("force: %s %s to %s with %s: %d", type, name, value, flags, status);
+    sLogInfo("force: %d: %s %s to %s with %s", status, inQuotes(type).c_str(),
+             inQuotes(name).c_str(), inQuotes(value).c_str(), inQuotes(flags).c_str());
     return status;
 }
 
 WS_EXPORT int x_blockPoint(const char *type, const char *name, int onOff)
 {
     const int status = theUnit().block(type, name, onOff);
-    sLogInfo("block: %s %s %d: %d", type, name, onOff, status);
+    sLogInfo("block: %d: %s %s to %d", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+             onOff);
     return status;
 }
 
@@ -225,7 +230,7 @@ WS_EXPORT int appUserVerify(const char *user, const char *password, char *)
 {
     const bool right = strcmp(user, USER) == 0 && strcmp(password, PASSWORD) == 0;
     const int level = right ? WS_LEVEL_REBOOT : REFUSED;
-    sLogInfo("login: %s: %d", user, level);
+    sLogInfo("login: %d: %s", level, inQuotes(user).c_str());
     return level;
 }
 

@@ -10,20 +10,36 @@
 #include <sstream>
 
 #include "files.h"
+#include "plain_text.h"
+#include "state_folder.h"
 
 using nlohmann::json;
 
 static const std::size_t MAX_TEXT_BYTES = 300;
 static const bool IGNORE_COMMENTS = true;
 
-static const char *const KIND_NAMES[] = { // by FieldKind
-    "a text of at most 300 bytes without control characters", "a number", "true or false",
-    "a list"};
+static std::string kindName(FieldKind kind)
+{
+    switch (kind) {
+    case TEXT:
+        return "a text of at most " + std::to_string(MAX_TEXT_BYTES)
+               + " bytes without control characters";
+    case NUMBER:
+        return "a number";
+    case FLAG:
+        return "true or false";
+    case LIST:
+        return "a list";
+    }
+    return {};
+}
 
 static bool isPlainText(const std::string &text)
 {
-    const auto isControl = [](unsigned char byte) { return byte < ' ' || byte == 0x7f; };
-    return text.size() <= MAX_TEXT_BYTES && std::none_of(text.begin(), text.end(), isControl);
+    std::size_t plain = 0;
+    while (text[plain] != '\0' && unfitBytes(&text[plain]) == 0)
+        ++plain;
+    return plain == text.size() && plain <= MAX_TEXT_BYTES;
 }
 
 static bool isOfKind(const json &value, FieldKind kind)
@@ -41,9 +57,9 @@ static bool isOfKind(const json &value, FieldKind kind)
     return false;
 }
 
-static std::string quoted(const std::string &text)
+std::string quoted(const std::string &text)
 {
-    return '"' + text + '"';
+    return json(text).dump(-1, ' ', true);
 }
 
 static std::string checkFields(const json &object, const std::vector<Field> &fields)
@@ -55,7 +71,7 @@ static std::string checkFields(const json &object, const std::vector<Field> &fie
         if (field == fields.end())
             return quoted(item.key()) + " is no field here";
         if (!isOfKind(item.value(), field->kind))
-            return quoted(item.key()) + " must be " + KIND_NAMES[field->kind];
+            return quoted(item.key()) + " must be " + kindName(field->kind);
     }
     for (const Field &field : fields)
         if (field.required && !object.contains(field.name))
@@ -63,17 +79,20 @@ static std::string checkFields(const json &object, const std::vector<Field> &fie
     return {};
 }
 
-// Without the parser's own number for it, which stands in brackets.
+// Without the parser's own number for it, which stands in brackets. It quotes the file as it is.
 static std::string reasonOf(const json::exception &error)
 {
-    const std::string text = error.what();
+    std::string text = error.what();
+    std::replace_if(
+        text.begin(), text.end(), [](char character) { return character < ' ' || character > '~'; },
+        '?');
     const std::size_t bracket = text.find("] ");
     return bracket == std::string::npos ? text : text.substr(bracket + 2);
 }
 
-int refuseLine(const std::string &path, long line, const std::string &reason)
+int refuseFile(const std::string &path, const std::string &reason)
 {
-    fprintf(stderr, "sim: %s:%ld: %s\n", path.c_str(), line, reason.c_str());
+    fprintf(stderr, "sim: %s: %s\n", pathForPeople(path).c_str(), reason.c_str());
     return -1;
 }
 
@@ -129,7 +148,7 @@ class ListReader {
         } else if (depth == 1) {
             refuse(position(), "not an object: it must begin with {");
         } else if (depth == 2 && event == Event::key && !keys_.insert(parsed).second) {
-            refuse(position(), parsed.dump() + " is there twice");
+            refuse(position(), quoted(parsed) + " is there twice");
         }
         return true;
     }
@@ -152,7 +171,7 @@ public:
         } catch (const json::exception &error) {
             refuse(position(), reasonOf(error));
         }
-        return reason_.empty() ? 0 : refuseLine(path, wrongLine(), reason_);
+        return reason_.empty() ? 0 : refuseFile(path + ':' + std::to_string(wrongLine()), reason_);
     }
 };
 
@@ -161,9 +180,7 @@ public:
 int readObjects(const std::string &path, const std::vector<Field> &fields, const TakeObject &take)
 {
     std::string text;
-    if (readFile(path, &text) != 0) {
-        fprintf(stderr, "sim: %s: %s\n", path.c_str(), strerror(errno));
-        return -1;
-    }
+    if (readFile(path, &text) != 0)
+        return refuseFile(path, strerror(errno));
     return ListReader(text, fields, take).read(path);
 }

@@ -8,7 +8,7 @@
 #include <vector>
 
 enum FieldKind {
-    TEXT, // at most 300 bytes, without control characters
+    TEXT, // for a line of a terminal, and for XML; of limited length
     NUMBER,
     FLAG,
     LIST,
@@ -28,7 +28,10 @@ using TakeObject = std::function<std::string(const nlohmann::json &object)>;
 // wrong; an object may have no other fields than these. Lines may end in comments that begin with //.
 int readObjects(const std::string &path, const std::vector<Field> &fields, const TakeObject &take);
 
-// Says on standard error what is wrong with a line; always -1.
-int refuseLine(const std::string &path, long line, const std::string &reason);
+// Says on standard error what is wrong with a file, or with a line of it: "path:line". Always -1.
+int refuseFile(const std::string &path, const std::string &reason);
+
+// In quotes, with escapes for all that is not ASCII: it can be shown, whatever it is.
+std::string quoted(const std::string &text);
 
 #endif

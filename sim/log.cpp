@@ -5,15 +5,18 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <unistd.h>
 
 #include "clock.h"
 #include "log_file.h"
+#include "plain_text.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
 static const std::size_t LINE_BYTES = 1024; // what is longer is cut
+static const std::size_t CLIENT_TEXT_BYTES = 64;
 static const long NANOSECONDS_PER_MILLISECOND = 1000000;
 
 static const char *const LEVEL_NAMES[] = {"ERROR", "WARN", "INFO", "DEBUG"}; // by LogLevel
@@ -48,11 +51,18 @@ static std::size_t startLine(char *line, LogLevel level)
 // Clients choose part of the text: it must not look like a line of its own, nor steer a terminal.
 static void defuse(char *text)
 {
-    for (; *text != '\0'; ++text) {
-        const unsigned char byte = static_cast<unsigned char>(*text);
-        if (byte < ' ' || byte == 0x7f)
-            *text = '?';
-    }
+    for (; *text != '\0'; ++text)
+        memset(text, '?', unfitBytes(text));
+}
+
+std::string inQuotes(const std::string &text)
+{
+    std::size_t length = std::min(text.size(), CLIENT_TEXT_BYTES);
+    while (length > 0 && (text[length] & 0xc0) == 0x80) // amid a character
+        --length;
+    std::string inside = text.substr(0, length);
+    std::replace(inside.begin(), inside.end(), '"', '\'');
+    return '"' + inside + (length == text.size() ? "\"" : "\"...");
 }
 
 __attribute__((format(printf, 2, 0))) static void logLine(LogLevel level, const char *format,

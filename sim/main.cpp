@@ -125,8 +125,10 @@ static void closeOnExec()
     }
     closeOnExec();
     fflush(stdout);
-    // The blocked signals stay blocked, and those that arrive meanwhile stay pending.
-    execv("/proc/self/exe", argv);
+    // The blocked signals stay blocked, and those that arrive meanwhile stay pending. An emulated
+    // program is started by another one, which says so.
+    const char *starter = getenv("SIM_PROGRAM");
+    execv(starter == nullptr ? "/proc/self/exe" : starter, argv);
     sLogErr("unit: cannot restart: %s", strerror(errno));
     leave(EXIT_FAILURE);
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -11,11 +12,13 @@
 
 #include "files.h"
 #include "json_file.h"
+#include "state_folder.h"
 #include "webServerHost.h"
 
 using nlohmann::json;
 
 static const std::size_t MAX_NAME_BYTES = 60;
+static const std::size_t MAX_UNIT_BYTES = 12; // what a row of the page has room for
 static const int MAX_POINTS_OF_A_TYPE = 1000; // what a client can read at once
 static const char *const NAME_CHARACTERS =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-";
@@ -41,6 +44,13 @@ static const std::vector<Field> &pointFields()
         {"text",       TEXT,   false},
     };
     return fields;
+}
+
+static std::string digits(double number)
+{
+    char text[32];
+    snprintf(text, sizeof text, "%g", number);
+    return text;
 }
 
 static bool isName(const std::string &text)
@@ -76,9 +86,9 @@ static std::string checkSimulation(const json &object, const Point &point)
         if (object.contains(field) != moves)
             return '"' + std::string(field) + (moves ? "\" is missing" : "\" is for what moves");
     if (std::max(std::fabs(point.from), std::fabs(point.to)) > MAX_VALUE)
-        return "a value is beyond 1e12";
+        return "a value is beyond " + digits(MAX_VALUE);
     if (moves && (point.seconds < MIN_SECONDS || point.seconds > MAX_SECONDS))
-        return R"("seconds" must be 0.01 to 1e9)";
+        return R"("seconds" must be )" + digits(MIN_SECONDS) + " to " + digits(MAX_SECONDS);
     if (point.simulation == WALK && point.from > point.to)
         return R"(a walk's "from" must not be above "to")";
     return {};
@@ -89,7 +99,10 @@ static std::string checkPoint(const json &object, const Point &point)
     if (point.type == NO_TYPE)
         return R"("type" must be status, analog, command or setPoint)";
     if (!isName(point.name))
-        return R"("name" must have 1 to 60 of A-Z, a-z, 0-9, "_", "." and "-")";
+        return R"("name" must have 1 to )" + std::to_string(MAX_NAME_BYTES)
+               + R"( of A-Z, a-z, 0-9, "_", "." and "-")";
+    if (point.unit.size() > MAX_UNIT_BYTES)
+        return R"("unit" must have at most )" + std::to_string(MAX_UNIT_BYTES) + " bytes";
     if (point.simulation == NO_SIMULATION)
         return R"("simulation" must be sine, ramp, walk, toggle or constant)";
     return checkSimulation(object, point);
@@ -107,13 +120,13 @@ int readPoints(const std::string &path, std::vector<Point> *points)
         if (!known.emplace(point.type, point.name).second)
             return std::string(typeName(point.type)) + " " + point.name + " is there twice";
         if (++countOfType[point.type] > MAX_POINTS_OF_A_TYPE)
-            return "more than 1000 points of a type";
+            return "more than " + std::to_string(MAX_POINTS_OF_A_TYPE) + " points of a type";
         points->push_back(point);
         return {};
     };
     if (readObjects(path, pointFields(), take) != 0)
         return -1;
-    return points->empty() ? refuseLine(path, 1, "no points") : 0;
+    return points->empty() ? refuseFile(path, "no points") : 0;
 }
 
 static std::string attribute(const char *name, const std::string &text)
@@ -155,5 +168,5 @@ void writePointList(const std::string &path, const std::vector<Point> &points)
     }
     list += "</points>\n";
     if (replaceFile(path, list, LIST_MODE) != 0)
-        sLogWarn("unit: cannot write %s: %s", path.c_str(), strerror(errno));
+        sLogWarn("unit: cannot write %s: %s", pathForPeople(path).c_str(), strerror(errno));
 }

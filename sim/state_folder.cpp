@@ -31,6 +31,8 @@ static const char *const FOLDERS[] = {
 // cut path of a file with a long name could lead out of the state folder.
 static const std::size_t MAX_CONFIG_PATH = 127;
 
+static std::string folderOfMnt; // empty: the unit has no /mnt of its own
+
 static bool isSet(const char *variable)
 {
     const char *value = getenv(variable);
@@ -116,14 +118,15 @@ int openStateFolder(const std::string &folder, std::string *root)
 {
     root->clear();
     setDefault("WEB_DIR", DEFAULT_WEB_ROOT);
+    std::error_code error;
+    const fs::path base = fs::absolute(folder.empty() ? defaultFolder() : fs::path(folder), error);
     Mnt mnt = inheritedMnt();
     if (mnt == PRIVATE_MNT) { // and the state folder may no longer be seen under its own name
         setLogFile(LOG_FILE);
+        folderOfMnt = base;
         return 0;
     }
 
-    std::error_code error;
-    const fs::path base = fs::absolute(folder.empty() ? defaultFolder() : fs::path(folder), error);
     if (base.empty()) {
         fprintf(stderr, "sim: no home folder to keep the unit's files in: give --state DIR\n");
         return -1;
@@ -137,6 +140,7 @@ int openStateFolder(const std::string &folder, std::string *root)
         mnt = openPrivateMnt(base / "mnt");
     if (mnt == PRIVATE_MNT) {
         setLogFile(LOG_FILE);
+        folderOfMnt = base;
         sLogInfo("unit: /mnt is %s/mnt", base.c_str());
         return 0;
     }
@@ -145,4 +149,9 @@ int openStateFolder(const std::string &folder, std::string *root)
     setDefault("CONFIG_DIR", configFolder.c_str());
     sLogInfo("unit: files are in %s/mnt", base.c_str());
     return checkMachinesMnt(configFolder);
+}
+
+std::string pathForPeople(const std::string &path)
+{
+    return path.compare(0, strlen("/mnt/"), "/mnt/") == 0 ? folderOfMnt + path : path;
 }

@@ -10,4 +10,7 @@
 // own /mnt. Returns 0, or -1 after a message: the unit must not start.
 int openStateFolder(const std::string &folder, std::string *root);
 
+// Where people find the file that the unit, with its own /mnt, finds here.
+std::string pathForPeople(const std::string &path);
+
 #endif

@@ -107,9 +107,10 @@ template <typename Integer> static Integer toWhole(double value)
 static int printValue(PointType type, const char *format, double value, const char *quality,
                       char *out, std::size_t size)
 {
-    if (*format == '\0')
-        format = type == STATUS || type == COMMAND ? "%d" : "%g";
-    if (strcmp(format, "%d") == 0)
+    const bool free = *format == '\0';
+    if (free && (type == ANALOG || type == SET_POINT)) // what was set reads back as it was
+        return snprintf(out, size, "%.10g|%s", value, quality);
+    if (free || strcmp(format, "%d") == 0)
         return snprintf(out, size, "%d|%s", toWhole<int>(value), quality);
     if (strcmp(format, "%u") == 0)
         return snprintf(out, size, "%u|%s", toWhole<unsigned int>(value), quality);

@@ -56,7 +56,8 @@ public:
 
     double secondsUp() const;
 
-    // Writes "<value>|<quality>". format is "%d", "%u", "%g" or empty: the type's own.
+    // Writes "<value>|<quality>". format is "%d", "%u", "%g" or empty: the type's own, with which a
+    // set point keeps its digits.
     ReadStatus read(const char *type, const char *name, const char *format, char *out,
                     std::size_t size);
 

@@ -3,13 +3,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "json_file.h"
 #include "security/accounts_file.h"
 #include "security/password.h"
+#include "state_folder.h"
 #include "webServerHost.h"
 
 // A GET may climb, and a query gives any file an ending for everybody: who reaches the port can read
@@ -56,16 +57,12 @@ static int makeFirstAccounts()
         account.name = user.name;
         account.hash = hashPassword(user.name);
         account.roles = {findRole(user.role)};
-        if (account.hash.empty()) {
-            fprintf(stderr, "sim: cannot hash passwords: out of memory?\n");
-            return -1;
-        }
+        if (account.hash.empty())
+            return refuseFile(file, "cannot hash passwords: out of memory?");
         accounts.push_back(account);
     }
-    if (writeAccounts(file, accounts) != 0) {
-        fprintf(stderr, "sim: cannot write %s: %s\n", file.c_str(), strerror(errno));
-        return -1;
-    }
+    if (writeAccounts(file, accounts) != 0)
+        return refuseFile(file, strerror(errno));
     sLogWarn("security: made the first users; their passwords are their names");
     return 0;
 }
@@ -102,7 +99,7 @@ AdministrationStatus changeAccount(const Account &changed)
     if (!canBeAdministered(all))
         return ADMIN_NOBODY_LEFT;
     if (writeAccounts(file, all) != 0) {
-        sLogErr("security: cannot write %s: %s", file.c_str(), strerror(errno));
+        sLogErr("security: cannot write %s: %s", pathForPeople(file).c_str(), strerror(errno));
         return ADMIN_NOT_SAVED;
     }
     accounts = all;

@@ -45,12 +45,13 @@ static std::string toAccount(const json &object, Account *account)
     if (account->name.empty() || account->name.find_first_of(" :") != std::string::npos)
         return R"("name" must not be empty nor have blanks and colons)";
     if (!isHash(account->hash))
-        return R"("hash" must be the hash of a password)";
+        return R"("hash" must be of yescrypt, at no more than its default cost)";
     for (const json &name : object.at("roles")) {
-        const Role *role =
-            name.is_string() ? findRole(name.get_ref<const std::string &>()) : nullptr;
+        if (!name.is_string())
+            return R"("roles" must be names of roles)";
+        const Role *role = findRole(name.get_ref<const std::string &>());
         if (role == nullptr)
-            return "there is no role " + name.dump();
+            return "there is no role " + quoted(name);
         account->roles.push_back(role);
     }
     return {};
@@ -68,8 +69,7 @@ int readAccounts(const std::string &path, std::vector<Account> *accounts)
     };
     if (readObjects(path, accountFields(), take) != 0)
         return -1;
-    return canBeAdministered(*accounts) ? 0
-                                        : refuseLine(path, 1, "no administrator who can log in");
+    return canBeAdministered(*accounts) ? 0 : refuseFile(path, "no administrator who can log in");
 }
 
 int writeAccounts(const std::string &path, const std::vector<Account> &accounts)

@@ -1,6 +1,7 @@
 // sim/security/credentials.cpp: checks passwords, and counts the wrong ones.
 #include "security/credentials.h"
 
+#include "log.h"
 #include "security/password.h"
 #include "webServerHost.h"
 
@@ -9,13 +10,13 @@ static const int LOCK_SECONDS = 60;
 
 static void noteFailure(Account *account)
 {
-    sLogWarn("security: %s: wrong password", account->name.c_str());
+    sLogWarn("security: wrong password: %s", inQuotes(account->name).c_str());
     if (++account->failures < FAILURES_TO_LOCK)
         return;
     // His sessions go on, or a stranger could end them.
     account->failures = 0;
     account->lockedUntil = Account::Clock::now() + std::chrono::seconds(LOCK_SECONDS);
-    sLogWarn("security: %s: locked for %d seconds", account->name.c_str(), LOCK_SECONDS);
+    sLogWarn("security: locked for %d seconds: %s", LOCK_SECONDS, inQuotes(account->name).c_str());
 }
 
 const Account *checkCredentials(const char *user, const char *password)
@@ -25,11 +26,11 @@ const Account *checkCredentials(const char *user, const char *password)
     const Account &compared = account == nullptr ? allAccounts().front() : *account;
     const bool matches = passwordMatches(password, compared.hash);
     if (account == nullptr) {
-        sLogWarn("security: %s: no such user", user);
+        sLogWarn("security: no such user: %s", inQuotes(user).c_str());
         return nullptr;
     }
     if (account->isLocked()) {
-        sLogWarn("security: %s: is locked", user);
+        sLogWarn("security: is locked: %s", inQuotes(user).c_str());
         return nullptr;
     }
     if (!matches) {

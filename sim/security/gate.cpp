@@ -1,18 +1,14 @@
-// sim/security/gate.cpp: the gate. The only file that looks into a request: see "The gate" in
-// webServer.h.
+// sim/security/gate.cpp: the gate.
 #include "security/gate.h"
 
 #include <cstring>
-#include <stdsoap2.h>
 
+#include "log.h"
 #include "security/credentials.h"
+#include "security/request.h"
 #include "security/sessions.h"
 #include "webServer.h"
 #include "webServerHost.h"
-
-struct SOAP_ENV__Header {
-    char *Authentication;
-};
 
 static const int NOT_ALLOWED = 1; // known, but not allowed
 
@@ -29,16 +25,6 @@ const Account *accountOfSession(const char *id)
     return user == nullptr ? nullptr : findAccount(user->c_str());
 }
 
-// By name only, and the first, as the library does.
-static const char *sessionCookie(const struct soap *request)
-{
-    for (const struct soap_cookie *cookie = request->cookies; cookie != nullptr;
-         cookie = cookie->next)
-        if (cookie->name != nullptr && strcmp(cookie->name, "SESSIONID") == 0)
-            return cookie->value;
-    return nullptr;
-}
-
 // The header is "user:password" as plain text: nothing that is sent to the unit is encrypted.
 static const Account *accountOfHeader(const char *text)
 {
@@ -52,9 +38,8 @@ static const Account *accountOfHeader(const char *text)
 // A wrong header is not made good by a cookie: its sender would act as somebody else.
 static const Account *findCaller(const struct soap *request)
 {
-    if (request->header != nullptr && request->header->Authentication != nullptr)
-        return accountOfHeader(request->header->Authentication);
-    return accountOfSession(sessionCookie(request));
+    const char *header = requestHeader(request);
+    return header == nullptr ? accountOfSession(requestSession(request)) : accountOfHeader(header);
 }
 
 int verdict(const Account *account, int level)
@@ -72,6 +57,6 @@ int gate(struct soap *request, int level)
         g_highLevel = account->level(); // what getUserAuth tells the caller
     const int answer = verdict(account, level);
     if (answer == NOT_ALLOWED)
-        sLogWarn("security: %s: may not act at level %d", callerName.c_str(), level);
+        sLogWarn("security: may not act at level %d: %s", level, inQuotes(callerName).c_str());
     return answer;
 }

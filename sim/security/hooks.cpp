@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "log.h"
 #include "security/accounts.h"
 #include "security/credentials.h"
 #include "security/gate.h"
@@ -23,7 +24,7 @@ static int verifyLogin(const char *user, const char *password, char *sessionId)
     if (account == nullptr)
         return REFUSED;
     const int level = account->level();
-    sLogInfo("security: %s: logs in, level %d", user, level);
+    sLogInfo("security: logs in, level %d: %s", level, inQuotes(user).c_str());
     if (level >= WS_LEVEL_READ && openSession(account->name, sessionId) != 0)
         sLogErr("security: no random numbers for a session");
     return level;
@@ -40,7 +41,7 @@ static int endSession(const char *sessionId, struct soap *)
     return 0;
 }
 
-// The unit's actions are the levels; its objects do not differ.
+// The unit's actions are the levels; its objects do not differ. Not asked by the library.
 static int getAuthorization(const char *sessionId, int, int action)
 {
     return verdict(accountOfSession(sessionId), action);
@@ -107,6 +108,7 @@ static int getRolesListByUser(const char *, const char *user, char ***names)
     return giveNames(roles, names);
 }
 
+// Not asked by the library.
 static int getUserLockState(const char *, const char *user)
 {
     const Account *account = findAccount(user);
@@ -134,7 +136,8 @@ static int change(const char *what, const char *user, bool allowed, Edit edit)
 {
     const AdministrationStatus status = tryChange(user, allowed, edit);
     const char *by = caller() == nullptr ? "" : caller()->name.c_str();
-    sLogInfo("security: %s: %s of %s: %d", by, what, user, status);
+    sLogInfo("security: %s: %d: of %s, by %s", what, status, inQuotes(user).c_str(),
+             inQuotes(by).c_str());
     return status;
 }
 
@@ -152,6 +155,10 @@ static int setUserPassword(const char *sessionId, const char *user, const char *
         if (!isFitPassword(password))
             return ADMIN_BAD_VALUE;
         account->hash = hashPassword(password);
+        if (callerAdministers()) {
+            account->failures = 0;
+            account->lockedUntil = {};
+        }
         return account->hash.empty() ? ADMIN_NOT_SAVED : ADMIN_DONE;
     });
     if (status == ADMIN_DONE)

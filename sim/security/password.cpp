@@ -7,6 +7,9 @@
 
 static const char *const METHOD = "$y$"; // yescrypt
 static const unsigned long DEFAULT_COST = 0;
+static const char MAX_COST = '9';       // the default's
+static const std::size_t SALT_END = 29; // in a hash
+static const std::size_t HASH_BYTES = 73;
 static const std::size_t MIN_BYTES = 8;
 static const std::size_t MAX_BYTES = 127; // what the login page can send
 
@@ -36,10 +39,12 @@ bool passwordMatches(const char *password, const std::string &hash)
     return !other.empty() && other == hash;
 }
 
-// Old methods without the "$" would take almost any text.
+// "$y$j", two letters of the cost, "$", salt, "$", hash. What costs more would hold up everybody.
 bool isHash(const std::string &text)
 {
-    return text[0] == '$' && crypt_checksalt(text.c_str()) != CRYPT_SALT_INVALID;
+    return text.size() == HASH_BYTES && text.compare(0, 4, "$y$j") == 0 && text[4] <= MAX_COST
+           && text[6] == '$' && text.rfind('$') == SALT_END
+           && crypt_checksalt(text.c_str()) != CRYPT_SALT_INVALID;
 }
 
 bool isFitPassword(const char *text)

@@ -185,6 +185,17 @@ visit('a session of another address leads back to the login', async (visitor, pa
   await visitor.isSentToLogin('wa', 'another address');
 });
 
+test('a cookie counts for its own site and address only', async () => {
+  const id = await unit.logIn('operator', 'operator');
+  const ask = (origin, localAddress) =>
+    unit.callWith({ Cookie: `SESSIONID=${id}`, ...origin }, 'getUserAuth', {}, undefined, localAddress);
+  assert.equal(await ask({}), '200');
+  assert.equal(await ask({ Origin: unit.address }), '200');
+  for (const origin of ['http://evil.example', `${unit.address}0`, `${unit.address}.evil.example`, 'null'])
+    await assert.rejects(ask({ Origin: origin }), /Authentication error/);
+  await assert.rejects(ask({}, ELSEWHERE), /Authentication error/);
+});
+
 visit('the unit reboots, and the page recovers', async (visitor, page) => {
   await visitor.logIn('engineer');
   await visitor.openTab('unit');

@@ -76,7 +76,7 @@ point='{"type": "analog", "name": "A", "value": 1}'
 while IFS='|' read -r line reason text; do
   printf "%b" "$text" >"$work/bad"
   if "$sim" --state "$work/state" --points "$work/bad" 2>"$work/second"; then fail "taken: $text"; fi
-  grep -q "bad:$line: .*$reason" "$work/second" || fail "$text is not refused in line $line for $reason"
+  grep -q "bad:${line:+$line:} .*$reason" "$work/second" || fail "$text is not refused in line $line for $reason"
 done <<END
 3|syntax error|[\n$point,\n]
 1|not a list|$point
@@ -88,7 +88,7 @@ done <<END
 2|"value" must be a number|[\n${point/1/'"1"'}]
 2|"type" must be|[\n${point/analog/Analog}]
 2|"seconds" must be|[\n{"type": "analog", "name": "A", "simulation": "walk", "from": 0, "to": 1, "seconds": 0}]
-1|no points|[]
+|no points|[]
 END
 echo '[{"name": "admin", "hash": "admin", "roles": ["ADMIN"], "locked": false}]' >"$work/state/mnt/flash/security/accounts"
 if "$sim" --state "$work/state" 2>"$work/second"; then fail "a damaged file of users is taken"; fi

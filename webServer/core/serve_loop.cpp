@@ -143,6 +143,7 @@ static void forgetRequest(struct soap *soap)
     soap->path[0] = '\0';
     soap->msgbuf[0] = '\0';
     soap->host[0] = '\0';
+    soap->endpoint[0] = '\0';
     soap->tag[0] = '\0';
     soap->dime.size = 0;
     soap->user = nullptr;

@@ -192,6 +192,12 @@ extern WS_EXPORT AccessRetryTable g_webAccess; /**< all runs of failed logins */
  *   request->cookies                  what the client sent: a list (next) of name and value; look
  *                                     for the name "SESSIONID" and leave domain and path alone
  *   request->ip                       client address as a number: 0x7F000001 is 127.0.0.1
+ *   request->origin                   null, or the site of the page that sends the request:
+ *                                     "http://host:port" as a browser tells it, or "null"
+ *   request->endpoint                 "http://", the Host that the client sent, and the path
+ *
+ * Browsers send their cookies for pages of other sites, too: a gate that trusts cookies must look at
+ * request->origin, and refuse one that is not the unit's own.
  *
  * All of it belongs to the request and is gone when the request ends. A host that serves or calls
  * SOAP by itself keeps the names that gSOAP generates (namespaces, soap_getheader, ...) out of its

@@ -31,11 +31,17 @@ const dialog = (() => {
     return Object.fromEntries([...inputs].map(input => [input.name, input.value]));
   }
 
+  // What it tells of the unit may change while it is open.
+  function update() {
+    if (element.open)
+      page.write(page.byId('dialog-text'), question.text(values()));
+  }
+
   // Shows what would happen with what is entered, or why nothing can.
   function review() {
     const entered = values();
     const objection = question.objection ? question.objection(entered) : '';
-    page.write(page.byId('dialog-text'), question.text(entered));
+    update();
     page.tell(page.byId('dialog-result'), objection, 'wait');
     confirm.disabled = objection !== '';
   }
@@ -45,25 +51,16 @@ const dialog = (() => {
     element.toggleAttribute('data-busy', busy);
   }
 
-  // The action answers {good, text}; a good one closes the dialog, a bad one stays to be read.
-  async function run(action, entered) {
-    try {
-      return await action(entered);
-    } catch (error) {
-      return { good: false, text: soap.describe(error) };
-    }
-  }
-
+  // A good outcome closes the dialog, a bad one stays to be read.
   async function submit(event) {
     event.preventDefault();
     if (confirm.disabled)
       return;
-    const asked = question;
     setBusy(true);
     page.tell(page.byId('dialog-result'), 'Waiting for the unit…', 'wait');
-    const outcome = await run(asked.action, values());
+    const outcome = await soap.outcomeOf(() => question.action(values()));
     setBusy(false);
-    page.report(outcome.text, outcome.good);
+    page.report(outcome);
     if (outcome.good)
       element.close();
     else
@@ -94,5 +91,5 @@ const dialog = (() => {
       event.preventDefault(); // the answer is still to come
   });
 
-  return { ask };
+  return { ask, update };
 })();

@@ -11,7 +11,7 @@ const files = (() => {
     ['Head unit', '/privatedata/modules/0-HU/module.xml'],
   ];
   const MAX_NAME = 100;
-  const READABLE = /\.(xml|xsd|wsdl|json|svg|htm|html|css|js)$/; // other endings the unit refuses
+  const READABLE = /\.(xml|xsd|wsdl|json|svg|html?|css|js)$/i; // other endings the unit refuses
   let shown = { path: '', text: '' };
 
   // Empty when it can be a file of the unit.
@@ -25,7 +25,7 @@ const files = (() => {
   function display(path, text) {
     shown = { path, text };
     page.write(page.byId('file-name'), path);
-    page.write(page.byId('file-size'), `${new Blob([text]).size} bytes`);
+    page.write(page.byId('file-size'), `${page.bytesOf(text)} bytes`);
     page.byId('file-content').textContent = text;
     page.show(page.byId('file-view'), true);
     page.tell(page.byId('file-state'), text === '' ? 'The file is empty.' : '', 'wait');

@@ -8,11 +8,12 @@
   const LINE = /^(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (ERROR|WARN|INFO|DEBUG) +(.*)$/;
   const LEVELS = ['ERROR', 'WARN', 'INFO', 'DEBUG']; // the gravest first
   let lines = []; // the newest first
+  let drawn = ''; // the lines shown
 
   function parse(text) {
     const parsed = text.split('\n').filter(line => line !== '').map(line => {
       const [, time, level, message] = LINE.exec(line) || ['', '', '', line];
-      return { time, level, message };
+      return { line, time, level, message };
     });
     // The unit strings its log files together in any order.
     return parsed.sort((a, b) => a.time < b.time ? -1 : a.time > b.time ? 1 : 0).reverse();
@@ -29,35 +30,38 @@
     return element;
   }
 
+  // Leaves the same lines alone: somebody may be marking them to copy.
+  function draw(shown) {
+    const text = shown.map(({ line }) => line).join('\n');
+    if (text === drawn)
+      return;
+    drawn = text;
+    page.byId('log-lines').replaceChildren(...shown.map(item));
+  }
+
   function show() {
     const words = page.byId('log-filter').value.trim().toLowerCase();
     const least = LEVELS.indexOf(page.byId('log-level').value);
     const matching = lines.filter(({ level, message }) =>
       LEVELS.indexOf(level) <= least && message.toLowerCase().includes(words));
     const shown = matching.slice(0, MAX_SHOWN);
-    page.byId('log-lines').replaceChildren(...shown.map(item));
+    draw(shown);
     page.write(page.byId('log-count'), `${shown.length} of ${matching.length} matching lines, the `
       + `newest first; ${lines.length} in all`);
     page.tell(page.byId('log-state'), lines.length === 0 ? 'The log is empty.' : '', 'wait');
   }
 
-  async function load() {
-    if (rights.reason('host') !== '' || page.byId('panel-log').hidden)
-      return;
-    try {
-      await session.check(); // without a session the unit does not answer
-      lines = parse(await link.get(ADDRESS));
-      show();
-    } catch (error) {
-      page.tell(page.byId('log-state'), error.message, 'bad');
-    }
+  async function read() {
+    await session.check(); // without a session the unit does not answer
+    lines = parse(await link.get(ADDRESS));
+    show();
   }
+
+  const load = tabs.loading('log', 'host', 'log-state', read);
 
   page.byId('log-filter').addEventListener('input', show);
   page.byId('log-level').addEventListener('input', show);
   page.byId('log-refresh').addEventListener('click', load);
-  page.byId('panel-log').addEventListener('shown', load);
-  document.addEventListener('rights', load);
   setInterval(() => {
     if (page.byId('log-auto').checked && document.body.dataset.connection === 'ok')
       load();

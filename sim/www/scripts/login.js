@@ -32,7 +32,7 @@
     page.tell(page.byId('message'), 'Logging in…', 'wait');
     page.byId('submit').disabled = true;
     try {
-      const code = await link.inTurn(() => session.logIn(user, password));
+      const code = await session.logIn(user, password);
       if (code === '') {
         session.forgetReboot();
         link.leaveFor('/QOPweb.htm');
@@ -40,13 +40,13 @@
       }
       explain(code);
       page.byId('password').select();
-    } catch {
-      page.tell(page.byId('message'), 'The unit does not answer. Try again.', 'bad');
+    } catch (error) {
+      page.tell(page.byId('message'), `${error.message} Try again.`, 'bad');
     }
     page.byId('submit').disabled = false;
   }
 
   page.byId('login').addEventListener('submit', submit);
   explain(new URLSearchParams(location.search).get('u'));
-  station.show();
+  page.showStation();
 })();

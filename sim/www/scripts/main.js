@@ -1,6 +1,108 @@
-// scripts/main.js: starts the page: header, sections, polls.
+// scripts/main.js: starts the page behind the login, asks the unit again and again, and tells when it
+// does not answer.
 'use strict';
 
+const poll = (() => {
+  const POLL_MS = 2000;
+  const RETRY_MS = 4000;
+  const LEAST_PAUSE_MS = 200; // others want to be served, too
+  const KEEP_ALIVE_MS = 60000;
+  const REBOOT_MS = 5000; // nobody answers so soon
+  const STALE_MS = 8000; // values older than this are marked, even while an answer may still come
+  const SLOW_TURNS = 5; // what changes seldom is asked for every so many turns
+
+  let turn = 0;
+  let aliveMs = performance.now();
+  let answeredMs = performance.now();
+  let lastAnswer = ''; // the time of day
+  let quietUntilMs = 0; // after a reboot was asked for
+  let rebooting = false;
+
+  function show(state, banner) {
+    const names = { ok: 'Connected', lost: 'No answer' };
+    page.write(page.byId('connection'), names[state]);
+    document.body.dataset.connection = state;
+    page.tell(page.byId('banner'), banner, 'bad');
+  }
+
+  function showOk() {
+    if (document.body.dataset.connection === 'lost')
+      page.showStation(); // it may not have been told, or be another unit now
+    show('ok', '');
+  }
+
+  function showLost(error) {
+    const since = lastAnswer === '' ? '' : ` Last answer at ${lastAnswer}: what you see is stale.`;
+    show('lost', rebooting ? 'The unit is rebooting. This page goes on when it answers again.'
+      : `${error.message}${since} Trying again…`);
+  }
+
+  function watch() {
+    if (document.body.dataset.connection === 'ok' && performance.now() - answeredMs > STALE_MS)
+      showLost(new Error('The unit is busy or away.'));
+  }
+
+  async function keepAlive() {
+    if (rights.reason('read') !== '' || performance.now() - aliveMs < KEEP_ALIVE_MS)
+      return;
+    aliveMs = performance.now();
+    await session.keepAlive();
+  }
+
+  async function askAll() {
+    await session.check();
+    if (turn % SLOW_TURNS === 0) {
+      await rights.refresh();
+      await control.refresh();
+    }
+    await clock.refresh();
+    await points.refresh();
+    await keepAlive();
+  }
+
+  function note(error) {
+    turn = 0; // the rights may have changed
+    if (error instanceof link.NoAnswer) {
+      showLost(error);
+      points.retry();
+    } else {
+      page.report({ good: false, text: error.message });
+    }
+  }
+
+  async function run() {
+    const began = performance.now();
+    if (began < quietUntilMs) {
+      setTimeout(run, quietUntilMs - began);
+      return;
+    }
+    let pause = POLL_MS;
+    try {
+      await askAll();
+      answeredMs = performance.now();
+      lastAnswer = new Date().toTimeString().slice(0, 8);
+      rebooting = rebooting && performance.now() < quietUntilMs; // it may answer until it goes down
+      if (!rebooting)
+        showOk();
+      ++turn;
+    } catch (error) {
+      note(error);
+      pause = RETRY_MS;
+    }
+    setTimeout(run, Math.max(LEAST_PAUSE_MS, pause - (performance.now() - began)));
+  }
+
+  function expectReboot() {
+    rebooting = true;
+    quietUntilMs = performance.now() + REBOOT_MS;
+    showLost();
+  }
+
+  setInterval(watch, 1000);
+  return { run, expectReboot };
+})();
+
+// The header, and the start.
 (() => {
   function showUser() {
     const { user } = session.remembered();
@@ -14,7 +116,7 @@
     try {
       await session.logOut();
     } catch (error) {
-      page.report(`Not logged out. ${error.message}`, false);
+      page.report({ good: false, text: `Not logged out. ${error.message}` });
       page.byId('logout').disabled = false;
     }
   }
@@ -22,9 +124,10 @@
   page.byId('logout').addEventListener('click', logOut);
   page.byId('result-close').addEventListener('click', () => page.show(page.byId('result'), false));
   document.addEventListener('rights', showUser);
+  session.onOtherLogin(() => link.leaveFor('/QOPweb.htm'));
   showUser();
   rights.applyTo(document);
   tabs.openAddressed();
-  station.show();
+  page.showStation();
   poll.run();
 })();

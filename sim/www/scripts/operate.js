@@ -36,7 +36,7 @@ const operate = (() => {
     try {
       return await soap.status('coreDbKrunchDataQuality', { ...parameters, flags });
     } catch (error) {
-      if (error instanceof soap.Fault && OLD_DATABASE.test(error.text))
+      if (error instanceof soap.Fault && OLD_DATABASE.test(error.message))
         flagsObjection = 'The unit\'s database is too old to force with flags.';
       throw error;
     }

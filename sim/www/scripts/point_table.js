@@ -55,7 +55,7 @@ const pointTable = (() => {
     const row = page.make('tr', {},
       cell('name', part('name', point.name), part('text', point.text)),
       cell('type', operate.nameOf(point.type)),
-      cell('value', value, page.make('span', { className: 'unit', textContent: point.unit })),
+      cell('value', value, page.make('span', { className: 'unit', textContent: point.unit, title: point.unit })),
       cell('quality', quality),
       cell('trend', point.trend === null ? '' : point.trend.element),
       cell('changed', changed),

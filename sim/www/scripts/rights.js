@@ -3,18 +3,16 @@
 'use strict';
 
 const rights = (() => {
-  const OWN_SECURITY = -1; // of getRbacPerm: the library's own, with every operation for everybody
-  const ALLOWED = 3;
-  const NOT_YET = 'The unit has not told your rights yet.';
   const OWN_MODE = 'Not available: the unit runs without its security module.';
 
   let mode = null; // 'host': the unit's security module decides; 'off': it has none
-  let level = null;
-  let administrator = null;
+  let level = null; // undefined when the unit does not tell
+  let administrator = false;
+  let ownLevel = null; // without the security module; asked for once, since it may be refused
 
   function levelReason(needed, what) {
     if (mode === null)
-      return NOT_YET;
+      return 'The unit has not told your rights yet.';
     if (mode === 'off' || level >= needed)
       return '';
     return `${what} needs access level ${needed}; yours is ${level}.`;
@@ -25,9 +23,7 @@ const rights = (() => {
   }
 
   function administratorReason() {
-    if (hostReason() !== '' || administrator === true)
-      return hostReason();
-    return administrator === null ? NOT_YET : 'Only an administrator may see and change users.';
+    return hostReason() || (administrator ? '' : 'Only an administrator may see and change users.');
   }
 
   const NEEDS = {
@@ -51,28 +47,32 @@ const rights = (() => {
       page.tell(element, reason(element.dataset.reason), 'wait');
   }
 
+  async function askOwnLevel() {
+    const remembered = session.remembered().level ?? null;
+    if (remembered === null && ownLevel === null)
+      ownLevel = await session.toldLevel();
+    return remembered ?? ownLevel;
+  }
+
   async function ask() {
-    const verdict = Number(await soap.poll('getRbacPerm'));
-    if (verdict === OWN_SECURITY)
-      return ['off', session.remembered().level];
-    return ['host', verdict === ALLOWED ? Number(await soap.poll('getUserAuth')) : 0];
+    const verdict = await session.verdict();
+    if (verdict === session.OWN_SECURITY)
+      return ['off', await askOwnLevel(), false];
+    if (verdict !== session.ALLOWED)
+      return ['host', 0, false];
+    const told = Number(await soap.poll('getUserAuth'));
+    return ['host', told, Boolean(await soap.poll('getUsersList'))]; // only administrators get names
   }
 
   async function refresh() {
-    const [newMode, newLevel] = await ask();
-    const changed = newMode !== mode || newLevel !== level;
-    [mode, level] = [newMode, newLevel];
+    const told = await ask();
+    const changed = [mode, level, administrator].some((old, index) => old !== told[index]);
+    [mode, level, administrator] = told;
     if (!changed)
       return;
     applyTo(document);
     document.dispatchEvent(new Event('rights'));
   }
 
-  // The unit tells by an empty list of users.
-  function setAdministrator(is) {
-    administrator = is;
-    applyTo(document);
-  }
-
-  return { refresh, reason, applyTo, setAdministrator, level: () => level, mode: () => mode };
+  return { refresh, reason, applyTo, level: () => level, mode: () => mode };
 })();

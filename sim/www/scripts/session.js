@@ -1,17 +1,101 @@
-// scripts/session.js: the browser's session: login, logout, keep-alive, and whether it still lives.
+// scripts/session.js: requests in the browser's session: one after the other, and back to the login
+// when the session is over.
 'use strict';
 
+// The way to the unit. It serves one request at a time, so all of them queue here; what a person asks
+// for goes before the next poll.
+const link = (() => {
+  const ANSWER_MS = 20000;
+  const SESSION_PAGE = '/session.htm'; // says nothing but that the session lives
+  // What the unit sends in place of an answer when the session is over, with or without a reason.
+  const TO_LOGIN = /^<html>\s*<body onLoad=window\.location\.href='(\/index\.htm(?:\?u=[a-z]+)?)'/;
+  const NEVER = new Promise(() => {});
+
+  class NoAnswer extends Error {}
+
+  const tooLate = () =>
+    new NoAnswer(`The unit has not answered for ${ANSWER_MS / 1000} seconds.`);
+
+  const commands = [];
+  const polls = [];
+  let working = false;
+  let leaving = false;
+
+  async function work() {
+    if (working)
+      return;
+    working = true;
+    for (let job; !leaving && (job = commands.shift() || polls.shift()) !== undefined;)
+      await job();
+    working = false;
+  }
+
+  // Calls send() when it is its turn; the promise settles as that of send().
+  function inTurn(send, isPoll) {
+    return new Promise((resolve, reject) => {
+      (isPoll ? polls : commands).push(() => send().then(resolve, reject));
+      work();
+    });
+  }
+
+  // Nothing more is sent from here on: the next page would cut it off.
+  function leaveFor(address) {
+    leaving = true;
+    location.assign(address);
+    return NEVER;
+  }
+
+  function followed(text) {
+    const match = TO_LOGIN.exec(text);
+    return match === null ? text : leaveFor(match[1]);
+  }
+
+  // The text of an answer, whatever its status, without waiting for a turn. Where the unit refuses
+  // without a word, as it does for a file that is not there, this is NoAnswer, too.
+  async function exchange(url, options) {
+    try {
+      const signal = AbortSignal.timeout(ANSWER_MS);
+      const reply = await fetch(url, { cache: 'no-store', signal, ...options });
+      return await reply.text();
+    } catch (error) {
+      throw error.name === 'TimeoutError' ? tooLate() : new NoAnswer('The unit does not answer.');
+    }
+  }
+
+  const request = (url, options, isPoll) => inTurn(() => exchange(url, options), isPoll);
+
+  // Anybody's file may look like the way to the login: only the session's own page is believed.
+  async function get(url, isPoll) {
+    const text = await request(url, {}, isPoll);
+    if (TO_LOGIN.test(text))
+      await followed(await request(SESSION_PAGE, {}, isPoll));
+    return text;
+  }
+
+  const getSession = () => get(SESSION_PAGE, true);
+
+  async function post(url, headers, body, isPoll) {
+    return followed(await request(url, { method: 'POST', headers, body }, isPoll));
+  }
+
+  return { ANSWER_MS, NoAnswer, tooLate, inTurn, leaveFor, exchange, get, getSession, post };
+})();
+
+// Login, logout, keep-alive, and whether the session still lives.
 const session = (() => {
   const FORM = { 'Content-Type': 'application/x-www-form-urlencoded' };
   const FIELD_BYTES = 127; // of user and password: the unit cuts longer ones
   const REMEMBERED = 'rtu.session'; // user and level, for display only
   const REBOOTED = 'rtu.rebooted';
+  // Of getRbacPerm.
+  const OWN_SECURITY = -1; // the library's own, with every operation for everybody
+  const NOT_AUTHENTICATED = 2;
+  const ALLOWED = 3;
 
-  const utf8 = text => new TextEncoder().encode(text);
-  const fits = text => utf8(text).length <= FIELD_BYTES;
+  const fits = text => page.bytesOf(text) <= FIELD_BYTES;
 
   function field(text) {
-    return encodeURIComponent(btoa(String.fromCharCode(...utf8(text))));
+    return encodeURIComponent(btoa(String.fromCharCode(...new TextEncoder().encode(text))));
   }
 
   function formOf(command, user, password) {
@@ -26,14 +110,14 @@ const session = (() => {
     }
   }
 
-  // Empty when logged in, else the reason's code; '?' when the unit gave none.
+  // Empty when logged in, else the reason's code; '?' when the unit gave none. It waits for no turn:
+  // a lost request for the unit's name must not keep anybody out.
   async function logIn(user, password) {
-    const options = {
+    const text = await link.exchange('/index.htm', {
       method: 'POST',
       headers: { ...FORM, 'Accept': 'application/json' },
       body: formOf('cgiLogin', user, password),
-    };
-    const text = await (await fetch('/index.htm', options)).text();
+    });
     const answer = parsed(text);
     if (answer.status !== 'success')
       return (/\?u=([a-z]+)/.exec(text) || ['', '?'])[1];
@@ -43,14 +127,39 @@ const session = (() => {
 
   const command = (name, isPoll) => link.post('/index.htm', FORM, formOf(name, '', ''), isPoll);
 
-  // Goes to the login page when the session is over. Throws NoAnswer when the unit is away.
+  const verdict = async () => Number(await soap.poll('getRbacPerm'));
+
+  // The level that the unit's own session table tells; undefined when it does not find it.
+  async function toldLevel() {
+    try {
+      return Number(await soap.poll('getUserAuth'));
+    } catch (error) {
+      if (error instanceof soap.Fault)
+        return undefined;
+      throw error;
+    }
+  }
+
+  // Without the cookie the unit sends no page, as if it were away. Its operations tell.
+  async function isCookieGone() {
+    const answer = await verdict();
+    if (answer !== OWN_SECURITY)
+      return answer === NOT_AUTHENTICATED;
+    if (await toldLevel() !== undefined)
+      return false;
+    return link.getSession().then(() => false, () => true); // the level of a living one may be missing
+  }
+
+  // Goes to the login page when the session is over. Throws NoAnswer when the unit is away, or this
+  // request was lost.
   async function check() {
     try {
-      await link.get('/session.htm', true);
-    } catch {
-      await soap.poll('getRTU'); // answers everybody, so the unit is there
-      // A browser that has lost its cookie gets no answer, either.
-      await link.get('/session.htm', true).catch(() => link.leaveFor('/index.htm?u=is'));
+      await link.getSession();
+    } catch (lost) {
+      if (!await isCookieGone())
+        throw lost;
+      await link.get('/index.htm', true); // is it there to go to?
+      await link.leaveFor('/index.htm?u=is');
     }
   }
 
@@ -61,11 +170,24 @@ const session = (() => {
     await link.leaveFor('/index.htm');
   }
 
+  // Another page of this browser has logged in, and so has changed whose session this is.
+  function onOtherLogin(act) {
+    window.addEventListener('storage', event => {
+      if (event.key === REMEMBERED && event.newValue !== null)
+        act();
+    });
+  }
+
   return {
+    OWN_SECURITY,
+    ALLOWED,
     fits,
     logIn,
     logOut,
     check,
+    verdict,
+    toldLevel,
+    onOtherLogin,
     keepAlive: () => command('cgiKeepAlive', true),
     remembered: () => parsed(localStorage.getItem(REMEMBERED)),
     noteReboot: () => sessionStorage.setItem(REBOOTED, '1'),

@@ -6,13 +6,12 @@ const soap = (() => {
   const SERVICE = 'urn:soapServ';
   const HEADERS = { 'Content-Type': 'text/xml; charset=utf-8', 'SOAPAction': '""' };
 
-  // The unit's own "no": faultstring and detail.
-  class Fault extends Error {
-    constructor(text, detail) {
-      super(detail === '' ? text : `${text} (${detail})`);
-      this.text = text;
-      this.detail = detail;
-    }
+  class Fault extends Error {} // the unit's own "no"
+
+  function faultOf(element) {
+    const text = textOf(element, 'faultstring') || 'fault';
+    const detail = (textOf(element, 'detail') || '').trim();
+    return new Fault(`The unit refused: ${text}${detail === '' ? '' : ` (${detail})`}.`);
   }
 
   function envelope(operation, parameters) {
@@ -34,7 +33,7 @@ const soap = (() => {
     const xml = new DOMParser().parseFromString(answer, 'text/xml');
     const fault = xml.getElementsByTagNameNS(ENVELOPE, 'Fault')[0];
     if (fault !== undefined)
-      throw new Fault(textOf(fault, 'faultstring') || 'fault', (textOf(fault, 'detail') || '').trim());
+      throw faultOf(fault);
     const response = xml.getElementsByTagNameNS(SERVICE, `${operation}Response`)[0];
     if (response === undefined)
       throw new Error('The answer cannot be understood.');
@@ -55,14 +54,15 @@ const soap = (() => {
     return Number(result);
   }
 
-  // What went wrong, for a person.
-  function describe(error) {
-    if (error instanceof Fault)
-      return `The unit refused: ${error.message}.`;
-    if (error instanceof link.NoAnswer)
-      return `${error.message} Whether it has done what was asked is not known: look before you `
-        + 'try again.';
-    return error.message;
+  // What came of a person's action: {good, text}, as the action itself says or as it failed.
+  async function outcomeOf(action) {
+    try {
+      return await action();
+    } catch (error) {
+      const unsure = error instanceof link.NoAnswer
+        ? ' Whether it has done what was asked is not known: look before you try again.' : '';
+      return { good: false, text: error.message + unsure };
+    }
   }
 
   return {
@@ -70,6 +70,6 @@ const soap = (() => {
     call: (operation, parameters = {}) => send(operation, parameters, false),
     poll: (operation, parameters = {}) => send(operation, parameters, true),
     status,
-    describe,
+    outcomeOf,
   };
 })();

@@ -1,4 +1,5 @@
-// scripts/tabs.js: the sections as tabs; the address tells which one is open (#files).
+// scripts/tabs.js: the sections as tabs; the address tells which one is open (#files). A section
+// loads what it shows when it is opened.
 'use strict';
 
 const tabs = (() => {
@@ -38,11 +39,31 @@ const tabs = (() => {
     goTo(list[there]);
   }
 
+  // Calls read() when a section is opened, and when the rights change meanwhile, unless the caller may
+  // not see it; the state tells a failure. Returns this for further occasions.
+  function loading(name, need, state, read) {
+    const panel = page.byId(`panel-${name}`);
+
+    async function load() {
+      if (panel.hidden || rights.reason(need) !== '')
+        return;
+      try {
+        await read();
+      } catch (error) {
+        page.tell(page.byId(state), error.message, 'bad');
+      }
+    }
+
+    panel.addEventListener('shown', load);
+    document.addEventListener('rights', load);
+    return load;
+  }
+
   for (const tab of list) {
     tab.addEventListener('click', () => goTo(tab));
     tab.addEventListener('keydown', key);
   }
   window.addEventListener('popstate', openAddressed);
 
-  return { openAddressed };
+  return { openAddressed, loading };
 })();

@@ -1,6 +1,110 @@
-// scripts/unit.js: the section of the unit itself: versions, setting its clock, reboot.
+// scripts/unit.js: the unit itself: its clock, kept ticking between polls, whether it is under local
+// control, versions, setting the clock, reboot. In the header and in a section.
 'use strict';
 
+const clock = (() => {
+  const ANSWER = /^(\d\d):(\d\d):(\d\d):(\d\d):(\d\d):(\d\d)\|(-?\d+)$/;
+  const SOURCES = new Map([['1', 'set by hand'], ['2', 'not set since the start']]);
+  const SLACK_MS = 500; // of the way to the unit
+  const TICK_MS = 250;
+
+  // The unit's local time as milliseconds, read as if it were UTC, and when this was so.
+  let unitMs = null;
+  let seenMs = 0;
+  let source = '';
+
+  const now = () => unitMs + performance.now() - seenMs;
+  const textOf = ms => new Date(ms).toISOString().slice(0, 19).replace('T', ' ');
+  const text = () => unitMs === null ? '' : textOf(now());
+
+  // This PC's wall clock in the same form.
+  function pcMs() {
+    const date = new Date();
+    return date.getTime() - date.getTimezoneOffset() * 60000;
+  }
+
+  // The answer has whole seconds: the clock is moved only when it cannot be right.
+  function adjust(ms) {
+    const ahead = unitMs === null ? NaN : now() - ms;
+    if (ahead >= -SLACK_MS && ahead < 1000 + SLACK_MS)
+      return;
+    [unitMs, seenMs] = [ms, performance.now()];
+  }
+
+  function difference() {
+    const seconds = Math.round((now() - pcMs()) / 1000);
+    if (Math.abs(seconds) <= 1)
+      return 'the same as on this PC';
+    const days = Math.floor(Math.abs(seconds) / 86400);
+    const amount = days > 0 ? `${days} days and more` : `${Math.abs(seconds)} s`;
+    return `${amount} ${seconds > 0 ? 'ahead of' : 'behind'} this PC`;
+  }
+
+  function tick() {
+    if (unitMs === null || document.body.dataset.connection === 'lost')
+      return;
+    page.write(page.byId('clock'), text());
+    page.write(page.byId('unit-clock'), text());
+    page.write(page.byId('unit-clock-difference'), difference());
+    page.write(page.byId('unit-time-source'), source);
+  }
+
+  async function refresh() {
+    if (rights.reason('read') !== '')
+      return;
+    const match = ANSWER.exec(await soap.poll('thmGetInfo') || '');
+    if (match === null)
+      return;
+    const [year, month, day, hour, minute, second] = match.slice(1, 7).map(Number);
+    adjust(Date.UTC(2000 + year, month - 1, day, hour, minute, second));
+    source = `${match[7]} (${SOURCES.get(match[7]) || 'of the unit'})`;
+    tick();
+  }
+
+  setInterval(tick, TICK_MS);
+  return { refresh, text, pcText: () => textOf(pcMs()) };
+})();
+
+// Local or remote control.
+const control = (() => {
+  const NAMES = new Map([['L', 'Local'], ['R', 'Remote'], ['U', 'Unknown']]);
+  const MEANINGS = new Map([
+    ['L', 'The unit is operated on site: it refuses commands and set points from remote clients.'],
+    ['R', 'The unit may be operated over the network.'],
+  ]);
+  const QUESTION =
+    { binContName: 'coreDb', binName: '', function: 'getLR', arg: '', timeout: 1000 };
+  let unavailable = false; // asking again would only be refused again
+
+  function show(state, meaning) {
+    for (const id of ['control', 'unit-control']) {
+      page.write(page.byId(id), NAMES.get(state) || 'Not known');
+      page.byId(id).dataset.state = state;
+    }
+    page.byId('control').title = meaning;
+    page.write(page.byId('unit-control-meaning'), meaning);
+  }
+
+  async function refresh() {
+    const allowed = rights.reason('write') === '';
+    if (!allowed || unavailable) {
+      show('', allowed ? 'The unit does not tell.' : 'Told from access level 200 on.');
+      return;
+    }
+    try {
+      const state = (await soap.poll('fnPutS', QUESTION) || '').charAt(0);
+      show(state, MEANINGS.get(state) || 'The unit does not know: remote clients may be refused.');
+    } catch (error) {
+      if (!(error instanceof soap.Fault))
+        throw error;
+      unavailable = true;
+    }
+  }
+
+  return { refresh };
+})();
+
+// The section.
 (() => {
   const CLOCK_FIELD = /^20(\d\d)-(\d\d)-(\d\d)[T ](\d\d):(\d\d)(?::(\d\d))?$/;
   const MODES = new Map([
@@ -11,39 +115,26 @@
   function showRights() {
     page.write(page.byId('unit-security'), MODES.get(rights.mode()) || 'not known');
     page.write(page.byId('unit-level'), String(rights.level() ?? 'not known'));
-    if (!page.byId('panel-unit').hidden)
-      readVersion();
   }
 
   async function readVersion() {
-    if (rights.reason('read') !== '')
-      return;
-    try {
-      page.write(page.byId('unit-version'), await soap.call('baselineShowVer') || 'none');
-    } catch (error) {
-      page.write(page.byId('unit-version'), soap.describe(error));
-    }
+    page.tell(page.byId('unit-version'), await soap.call('baselineShowVer') || 'none', '');
   }
 
   // Takes "2026-11-21T12:00:30", also without seconds.
   async function setClock(text) {
     const match = CLOCK_FIELD.exec(text);
-    if (match === null) {
-      page.tell(page.byId('clock-outcome'), 'Enter a date and time of the years 2000 to 2099.', 'bad');
-      return;
-    }
+    if (match === null)
+      return { good: false, text: 'Enter a date and time of the years 2000 to 2099.' };
     const inputTime = match.slice(1).map(part => part || '00').join(':');
-    let outcome = { good: true, text: `Clock set to ${text.replace('T', ' ')}.` };
-    try {
-      const status = await soap.status('thmSetTime', { inputTime });
-      if (status !== 0)
-        outcome = { good: false, text: `The clock was not set: the unit answered ${status}.` };
-      await clock.refresh();
-    } catch (error) {
-      outcome = { good: false, text: soap.describe(error) };
-    }
-    page.tell(page.byId('clock-outcome'), outcome.text, outcome.good ? 'good' : 'bad');
-    page.report(outcome.text, outcome.good);
+    const status = await soap.status('thmSetTime', { inputTime });
+    await clock.refresh();
+    return status === 0 ? { good: true, text: `Clock set to ${text.replace('T', ' ')}.` }
+      : { good: false, text: `The clock was not set: the unit answered ${status}.` };
+  }
+
+  async function setAndReport(text) {
+    page.reportAt(page.byId('clock-outcome'), await soap.outcomeOf(() => setClock(text)));
   }
 
   async function reboot() {
@@ -75,13 +166,11 @@
 
   page.byId('clock-form').addEventListener('submit', event => {
     event.preventDefault();
-    setClock(page.byId('clock-field').value);
+    setAndReport(page.byId('clock-field').value);
   });
-  page.byId('clock-pc').addEventListener('click', () => setClock(clock.pcText()));
+  page.byId('clock-pc').addEventListener('click', () => setAndReport(clock.pcText()));
   page.byId('reboot').addEventListener('click', askToReboot);
-  page.byId('panel-unit').addEventListener('shown', () => {
-    suggestTime();
-    readVersion();
-  });
+  page.byId('panel-unit').addEventListener('shown', suggestTime);
   document.addEventListener('rights', showRights);
+  tabs.loading('unit', 'read', 'unit-version', readVersion);
 })();

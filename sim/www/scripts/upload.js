@@ -4,7 +4,9 @@
 
 (() => {
   const MAX_BYTES = 16 * 1024 * 1024 - 1024; // of a request, less the rest of the form
-  const NOT_READABLE = 'userLogin.xml'; // kept where the unit gives no file from
+  const ELSEWHERE = ['netConfig.xml', 'userLogin.xml']; // kept in a folder that the unit may not show
+  // Of the unit's pages, where it would act in everybody's session.
+  const ACTIVE = /\.(html?|js|css|svg)$/i;
   const input = page.byId('upload-file');
 
   const tell = (text, kind) => page.tell(page.byId('upload-outcome'), text, kind);
@@ -13,6 +15,8 @@
   function objection(name, content) {
     if (files.nameObjection(name) !== '')
       return files.nameObjection(name);
+    if (ACTIVE.test(name))
+      return 'Pages, scripts, styles and drawings are no configuration.';
     if (content === '')
       return 'The file is empty.';
     if (content.includes('&'))
@@ -20,7 +24,7 @@
         + 'character in another way, or leave it out.';
     if (content.includes('\0'))
       return 'This is not a text file.';
-    return new Blob([content]).size > MAX_BYTES ? 'The file is too long: 16 MiB at most.' : '';
+    return page.bytesOf(content) > MAX_BYTES ? 'The file is too long: 16 MiB at most.' : '';
   }
 
   async function textOf(file) {
@@ -31,31 +35,40 @@
     }
   }
 
-  // XMLHttpRequest, because fetch does not tell how far it has come.
+  // XMLHttpRequest, because fetch does not tell how far it has come. It may take long, but not stall.
   function post(body) {
     return new Promise((resolve, reject) => {
       const request = new XMLHttpRequest();
+      let deadline;
+      const wait = () => {
+        clearTimeout(deadline);
+        deadline = setTimeout(() => request.abort(), link.ANSWER_MS);
+      };
       request.open('POST', '/cgi/upconfig');
       request.setRequestHeader('Content-Type', 'application/x-www-form-urlencoded');
       request.upload.addEventListener('progress', event => {
+        wait();
         if (event.lengthComputable)
           page.byId('upload-progress').value = event.loaded / event.total;
       });
       request.addEventListener('load', resolve);
       request.addEventListener('error', () => reject(new link.NoAnswer('The unit does not answer.')));
+      request.addEventListener('abort', () => reject(link.tooLate()));
+      request.addEventListener('loadend', () => clearTimeout(deadline));
       request.send(body);
+      wait();
     });
   }
 
   const withoutMark = text => text.replace(/^\uFEFF/, ''); // reading drops a byte order mark
 
   async function compare(name, content) {
-    if (name === NOT_READABLE || !files.isReadable(name))
-      return { good: true, text: `${name} was sent. The unit does not let it be read back, so whether `
-        + 'it was written is not known.' };
-    const there = await files.read(`/cfgFiles/${name}`);
+    const there = files.isReadable(name) ? await files.read(`/cfgFiles/${name}`) : null;
     if (there !== null && withoutMark(there) === withoutMark(content))
       return { good: true, text: `${name} was written, and reads back as sent.` };
+    if (ELSEWHERE.includes(name) || !files.isReadable(name))
+      return { good: true, text: `${name} was sent. The unit does not let it be read back, so whether `
+        + 'it was written is not known.' };
     return { good: false, text: `${name} was NOT written: the unit has `
       + (there === null ? 'no such file.' : 'other contents under this name.') };
   }
@@ -70,22 +83,20 @@
     return compare(name, content);
   }
 
-  async function upload(event) {
+  async function upload(name, file) {
+    const content = await textOf(file);
+    const why = objection(name, content);
+    return why === '' ? send(name, content) : { good: false, text: `Not sent. ${why}` };
+  }
+
+  async function submit(event) {
     event.preventDefault();
     const name = page.byId('upload-name').value.trim();
-    let outcome;
-    try {
-      const content = await textOf(input.files[0]);
-      const why = objection(name, content);
-      outcome = why === '' ? await send(name, content) : { good: false, text: `Not sent. ${why}` };
-      if (outcome.good && name === 'points.xml')
-        points.reload();
-    } catch (error) {
-      outcome = { good: false, text: soap.describe(error) };
-    }
+    const outcome = await soap.outcomeOf(() => upload(name, input.files[0]));
+    if (outcome.good && name === 'points.xml')
+      points.reload();
     page.show(page.byId('upload-progress'), false);
-    tell(outcome.text, outcome.good ? 'good' : 'bad');
-    page.report(outcome.text, outcome.good);
+    page.reportAt(page.byId('upload-outcome'), outcome);
   }
 
   function choose() {
@@ -95,22 +106,24 @@
   }
 
   function drop(event) {
-    event.preventDefault();
+    event.preventDefault(); // the browser would open it
     page.byId('drop').classList.remove('over');
-    if (event.dataTransfer.files.length !== 1) {
-      tell('Drop one file.', 'bad');
+    const dropped = event.dataTransfer.files;
+    const why = rights.reason('write') || (dropped.length === 1 ? '' : 'Drop one file.');
+    if (why !== '') {
+      tell(why, 'bad');
       return;
     }
-    input.files = event.dataTransfer.files;
+    input.files = dropped;
     choose();
   }
 
-  page.byId('upload-form').addEventListener('submit', upload);
+  page.byId('upload-form').addEventListener('submit', submit);
   input.addEventListener('change', choose);
   page.byId('drop').addEventListener('drop', drop);
   page.byId('drop').addEventListener('dragover', event => {
     event.preventDefault();
-    page.byId('drop').classList.add('over');
+    page.byId('drop').classList.toggle('over', rights.reason('write') === '');
   });
   page.byId('drop').addEventListener('dragleave', () => page.byId('drop').classList.remove('over'));
 })();

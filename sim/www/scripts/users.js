@@ -5,6 +5,7 @@
 (() => {
   const LEAST_PASSWORD_BYTES = 8;
   const MOST_PASSWORD_BYTES = 127;
+  const LIST_BYTES = 2047; // of a list of names: the unit cuts a longer one, also within a name
   const OUTCOMES = new Map([
     [0, 'done'],
     [1, 'you may not do this'],
@@ -17,32 +18,31 @@
 
   const ownName = () => page.byId('own-name').value.trim();
 
+  // Every whole name ends with a blank.
   async function names(operation, parameters) {
-    return (await soap.call(operation, parameters) || '').split(' ').filter(name => name !== '');
+    const text = await soap.call(operation, parameters) || '';
+    const whole = text.slice(0, text.lastIndexOf(' ') + 1);
+    return {
+      list: whole.split(' ').filter(name => name !== ''),
+      cut: whole !== text || page.bytesOf(text) >= LIST_BYTES,
+    };
   }
 
-  // Sends a change; reports it and shows the users as they are then.
+  // ---- Changes ----
+
+  // Sends a change, and shows the users as they are then.
   async function change(what, operation, parameters) {
-    let outcome;
-    try {
+    const outcome = await soap.outcomeOf(async () => {
       const status = await soap.status(operation, parameters);
       const text = OUTCOMES.get(status) || `the unit answered ${status}`;
-      outcome = { good: status === 0, text: `${what}: ${text}.` };
-    } catch (error) {
-      outcome = { good: false, text: `${what}: ${soap.describe(error)}` };
-    }
+      return { good: status === 0, text: `${what}: ${text}.` };
+    });
     load();
     return outcome;
   }
 
-  async function changeAndReport(what, operation, parameters) {
-    const outcome = await change(what, operation, parameters);
-    page.report(outcome.text, outcome.good);
-    return outcome;
-  }
-
   function passwordObjection(password, repeated) {
-    const bytes = new TextEncoder().encode(password).length;
+    const bytes = page.bytesOf(password);
     if (bytes < LEAST_PASSWORD_BYTES || bytes > MOST_PASSWORD_BYTES)
       return `A password has ${LEAST_PASSWORD_BYTES} to ${MOST_PASSWORD_BYTES} bytes.`;
     if (/[\0-\x1f\x7f]/.test(password))
@@ -53,7 +53,7 @@
   const setPassword = (userName, passwd) =>
     change(`Password of ${userName}`, 'setUserPassword', { userName, passwd });
 
-  function askForPassword(user) {
+  function askForPassword({ user }) {
     dialog.ask({
       title: `New password of ${user}`,
       fields: [
@@ -67,68 +67,139 @@
     });
   }
 
-  const checkedRoles = row =>
-    [...row.querySelectorAll('input:checked')].map(input => input.dataset.role).join(' ');
+  async function saveRoles({ user, boxes, save }) {
+    const checked = boxes.filter(box => box.checked);
+    const rolesList = checked.map(box => box.dataset.role).join(' ');
+    const outcome = await change(`Roles of ${user}`, 'setUserRoles', { userName: user, rolesList });
+    page.report(outcome);
+    if (!outcome.good)
+      return;
+    for (const box of boxes)
+      box.defaultChecked = checked.includes(box);
+    if (document.activeElement === save)
+      boxes[0].focus(); // the keyboard's place is kept in the row
+    markUnsaved({ boxes, save });
+  }
+
+  const setLock = async ({ user }, what, lock) =>
+    page.report(await change(`${what} ${user}`, 'setUserLock', { userName: user, lock }));
 
   const ACTIONS = {
-    roles: (user, row) => changeAndReport(`Roles of ${user}`, 'setUserRoles',
-                                          { userName: user, rolesList: checkedRoles(row) }),
-    lock: user => changeAndReport(`Lock ${user}`, 'setUserLock', { userName: user, lock: 1 }),
-    unlock: user => changeAndReport(`Unlock ${user}`, 'setUserLock', { userName: user, lock: 0 }),
+    roles: saveRoles,
+    lock: entry => setLock(entry, 'Lock', 1),
+    unlock: entry => setLock(entry, 'Unlock', 0),
     password: askForPassword,
   };
 
-  function roleBox(user, role, has) {
-    const box = page.make('input', { type: 'checkbox', checked: has });
+  // ---- Rows: made once, then updated: unsaved ticks and the keyboard's place stay ----
+
+  const entries = new Map(); // by user and roles: {user, row, boxes, save, state, lock, unlock}
+
+  function makeBox(user, role) {
+    const box = page.make('input', { type: 'checkbox' });
     box.dataset.role = role;
     box.setAttribute('aria-label', `${user}: ${role}`);
-    return page.make('label', { className: 'role' }, box, role);
+    return box;
   }
 
-  function userRow({ user, own, locked }, roles) {
-    const state = page.make('span', { className: 'badge', textContent: locked ? 'LOCKED' : 'open' });
-    state.dataset.locked = locked;
+  function makeEntry(user, roles) {
+    const boxes = roles.map(role => makeBox(user, role));
+    const labels = boxes.map(box => page.make('label', { className: 'role' }, box, box.dataset.role));
     const save = page.button('Save roles', 'roles');
-    save.disabled = true; // until one is changed
+    const lock = page.button('Lock', 'lock');
+    const unlock = page.button('Unlock', 'unlock');
+    const state = page.make('span', { className: 'badge' });
     const row = page.make('tr', {},
       page.make('td', { className: 'name', textContent: user === ownName() ? `${user} (you)` : user }),
-      page.make('td', { className: 'roles' },
-                ...roles.map(role => roleBox(user, role, own.includes(role))), save),
+      page.make('td', { className: 'roles' }, ...labels, save),
       page.make('td', {}, state),
-      page.make('td', { className: 'actions' },
-                locked ? page.button('Unlock', 'unlock') : page.button('Lock', 'lock'),
-                page.button('Password', 'password')));
+      page.make('td', { className: 'actions' }, lock, page.button('Password', 'password')));
     row.dataset.user = user;
-    row.addEventListener('change', () => save.disabled = false);
-    return row;
+    return { user, row, boxes, save, state, lock, unlock };
   }
 
-  async function loadAll(users) {
+  const entryOf = row => [...entries.values()].find(entry => entry.row === row);
+
+  function entryFor(user, roles) {
+    const key = [user, ...roles].join(' ');
+    if (!entries.has(key))
+      entries.set(key, makeEntry(user, roles));
+    return entries.get(key);
+  }
+
+  // A box's default is what the unit has.
+  const isUnsaved = box => box.checked !== box.defaultChecked;
+
+  function markUnsaved({ boxes, save }) {
+    save.disabled = !boxes.some(isUnsaved);
+  }
+
+  function showRoles(entry, own) {
+    for (const box of entry.boxes) {
+      const has = own.includes(box.dataset.role);
+      const checked = isUnsaved(box) ? box.checked : has;
+      Object.assign(box, { defaultChecked: has, checked }); // in this order: a default may tick, too
+    }
+    markUnsaved(entry);
+  }
+
+  // Not known when the list of the locked users is cut: then both changes are offered.
+  function showLock({ state, lock, unlock }, locked) {
+    page.write(state, { true: 'LOCKED', false: 'open' }[locked] || 'not known');
+    state.dataset.locked = locked;
+    page.write(lock, locked === true ? 'Unlock' : 'Lock');
+    lock.dataset.action = locked === true ? 'unlock' : 'lock';
+    if (locked === undefined)
+      lock.after(unlock);
+    else
+      unlock.remove();
+  }
+
+  function showRows(rows) {
+    const body = page.byId('users-rows');
+    if (rows.length !== body.children.length || rows.some((row, index) => row !== body.children[index]))
+      body.replaceChildren(...rows);
+  }
+
+  // ---- The section ----
+
+  async function readUsers() {
+    const users = await names('getUsersList'); // none for who is no administrator
     const roles = await names('getRolesList');
     const locked = await names('getLockedUsers');
     const rows = [];
-    for (const user of users) {
-      const own = await names('getRolesListByUser', { userName: user });
-      rows.push(userRow({ user, own, locked: locked.includes(user) }, roles));
+    for (const user of users.list) {
+      const entry = entryFor(user, roles.list);
+      showRoles(entry, (await names('getRolesListByUser', { userName: user })).list);
+      showLock(entry, locked.list.includes(user) || (locked.cut ? undefined : false));
+      rows.push(entry.row);
     }
-    page.byId('users-rows').replaceChildren(...rows);
-    page.tell(page.byId('users-state'), '', '');
+    showRows(rows);
+    page.tell(page.byId('users-state'), users.cut || locked.cut
+      ? 'There are more users than the unit can list: some are missing here, or their state is.'
+      : '', 'bad');
   }
 
-  async function load() {
-    if (rights.reason('host') !== '' || page.byId('panel-users').hidden)
-      return;
-    try {
-      const users = await names('getUsersList');
-      rights.setAdministrator(users.length > 0); // others are told no name
-      if (ownName() !== '')
-        page.write(page.byId('own-roles'),
-                   (await names('getRolesListByUser', { userName: ownName() })).join(', ') || 'none');
-      await loadAll(users);
-    } catch (error) {
-      page.tell(page.byId('users-state'), soap.describe(error), 'bad');
+  async function read() {
+    if (ownName() !== '') {
+      const { list } = await names('getRolesListByUser', { userName: ownName() });
+      page.write(page.byId('own-roles'), list.join(', ') || 'none');
     }
+    await readUsers();
   }
+
+  const load = tabs.loading('users', 'host', 'users-state', read);
+
+  page.byId('users-rows').addEventListener('click', event => {
+    const button = event.target.closest('[data-action]');
+    if (button !== null)
+      ACTIONS[button.dataset.action](entryOf(event.target.closest('tr')));
+  });
+  page.byId('users-rows').addEventListener('change', event =>
+    markUnsaved(entryOf(event.target.closest('tr'))));
+  page.byId('users-refresh').addEventListener('click', load);
+
+  // ---- One's own password ----
 
   function showOwnName() {
     const { user } = session.remembered();
@@ -148,17 +219,6 @@
     showOwnName();
   }
 
-  page.byId('users-rows').addEventListener('click', event => {
-    const button = event.target.closest('[data-action]');
-    const row = event.target.closest('tr');
-    if (button !== null)
-      ACTIONS[button.dataset.action](row.dataset.user, row);
-  });
   page.byId('own-form').addEventListener('submit', submitOwn);
-  page.byId('users-refresh').addEventListener('click', load);
-  page.byId('panel-users').addEventListener('shown', load);
-  document.addEventListener('rights', () => {
-    showOwnName();
-    load();
-  });
+  showOwnName();
 })();

@@ -46,8 +46,9 @@ const base64 = text => encodeURIComponent(Buffer.from(text).toString('base64'));
 function envelope(operation, fields, authentication) {
   const escaped = text => String(text).replace(/[&<>]/g, sign => `&#${sign.charCodeAt(0)};`);
   const elements = Object.entries(fields).map(([name, text]) => `<${name}>${escaped(text)}</${name}>`);
-  return '<E:Envelope xmlns:E="http://schemas.xmlsoap.org/soap/envelope/">'
-    + `<E:Header><Authentication>${authentication}</Authentication></E:Header>`
+  const header = authentication === undefined ? ''
+    : `<E:Header><Authentication>${authentication}</Authentication></E:Header>`;
+  return `<E:Envelope xmlns:E="http://schemas.xmlsoap.org/soap/envelope/">${header}`
     + `<E:Body><n:${operation} xmlns:n="urn:soapServ">${elements.join('')}</n:${operation}></E:Body>`
     + '</E:Envelope>';
 }
@@ -109,9 +110,14 @@ export class Unit {
   }
 
   // What an operation returns; throws on a fault.
-  async call(operation, fields = {}, authentication = 'admin:admin') {
+  async call(operation, fields = {}) {
+    return this.callWith({}, operation, fields, 'admin:admin');
+  }
+
+  // The same with headers of one's own, from an address of one's own.
+  async callWith(headers, operation, fields, authentication, localAddress) {
     const { text } = await this.post(envelope(operation, fields, authentication),
-      { 'Content-Type': 'text/xml; charset=utf-8' });
+      { 'Content-Type': 'text/xml; charset=utf-8', ...headers }, localAddress);
     const found = /<return>(.*)<\/return>/s.exec(text);
     if (found === null)
       throw new Error(`${operation}: ${text}`);
