@@ -43,8 +43,11 @@ double simulatedValue(const Point &point, double secondsUp)
 {
     const double range = point.to - point.from;
     switch (point.simulation) {
-    case SINE:
-        return point.from + range * (1 + std::sin(TWO_PI * secondsUp / point.seconds)) / 2;
+    case SINE: {
+        // In single precision: the double one of the C library does not run in qemu-ppc.
+        const double part = std::fmod(secondsUp, point.seconds) / point.seconds;
+        return point.from + range * (1 + std::sin(static_cast<float>(TWO_PI * part))) / 2;
+    }
     case RAMP:
         return point.from + range * std::fmod(secondsUp, point.seconds) / point.seconds;
     case TOGGLE:

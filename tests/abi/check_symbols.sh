@@ -1,15 +1,14 @@
 #!/bin/bash
-# check_symbols.sh LIBRARY LISTS: compares what the library exports to hosts, imports from them and
-# links with the lists in the repository.
+# check_symbols.sh LIBRARY RUNTIME LISTS NM: compares what the library exports to hosts, imports from
+# them and links with the lists in the repository.
 set -euo pipefail
-library=$1 lists=$2
+library=$1 runtime=$2 lists=$3 nm=$4
 export LC_ALL=C
 
-runtime=$(ldd "$library" | awk '/libgsoapck/ {print $3}')
-defined=$(nm -D --defined-only "$library" | awk '{print $NF}' | sort)
-undefined=$(nm -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | sort)
-runtimeNeeds=$(nm -D --undefined-only "$runtime" | awk '{print $2}' | sort)
-runtimeGives=$(nm -D --defined-only "$runtime" | awk '{print $NF}' | sort)
+defined=$("$nm" -D --defined-only "$library" | awk '{print $NF}' | sort)
+undefined=$("$nm" -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | sort)
+runtimeNeeds=$("$nm" -D --undefined-only "$runtime" | awk '{print $2}' | sort)
+runtimeGives=$("$nm" -D --defined-only "$runtime" | awk '{print $NF}' | sort)
 
 # What the shared gSOAP runtime calls back is visible, too, and nothing else is.
 exports=$(comm -23 <(echo "$defined") <(echo "$runtimeNeeds"))

@@ -1,6 +1,7 @@
 #!/bin/bash
 # install_test.sh BUILD EXAMPLES WITHOUT_REBOOT cmake|pkg-config: installs the library into an empty
-# folder, builds the minimal host against it as a stranger does, and has it answer.
+# folder, builds the minimal host against it as a stranger does, and has it answer. For a foreign
+# machine the environment has CC, LDFLAGS, TOOLCHAIN, EMULATOR and LD_LIBRARY_PATH.
 set -euo pipefail
 build=$1 examples=$2 without_reboot=$3 how=$4
 work=$(mktemp -d)
@@ -12,18 +13,21 @@ cmake --install "$build" --prefix "$work/prefix" >/dev/null
 host=$work/host/minimal_host
 case $how in
   cmake)
-    cmake -S "$examples/minimal_host" -B "$work/host" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+    cmake -S "$examples/minimal_host" -B "$work/host" -DCMAKE_TOOLCHAIN_FILE="${TOOLCHAIN-}" \
+      -DwebServer_ROOT="$work/prefix" >/dev/null
     cmake --build "$work/host" >/dev/null ;;
   pkg-config)
     mkdir "$work/host"
     export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name webServer.pc)")
     # shellcheck disable=SC2046
-    cc -o "$host" "$examples/minimal_host/minimal_host.c" $(pkg-config --cflags --libs webServer)
-    export LD_LIBRARY_PATH=$(pkg-config --variable=libdir webServer) ;;
+    "${CC-cc}" -o "$host" "$examples/minimal_host/minimal_host.c" \
+      $(pkg-config --cflags --libs webServer) ${LDFLAGS-} ;;
 esac
+export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name libwebServer.so)"):${LD_LIBRARY_PATH-}
 
 port=$((20000 + $$ % 9000))
-"$without_reboot" "$host" "$port" >"$work/log" 2>&1 & pid=$!
+# shellcheck disable=SC2086
+"$without_reboot" ${EMULATOR-} "$host" "$port" >"$work/log" 2>&1 & pid=$!
 for _ in $(seq 100); do
   grep -q 'Listening' "$work/log" && break
   sleep 0.05
