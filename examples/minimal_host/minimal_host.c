@@ -160,13 +160,19 @@ int main(int argc, char **argv)
     sigaddset(&stop, SIGINT);
     sigaddset(&stop, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &stop, NULL);
-    signal(SIGPIPE, sigpipe_handle);
+    signal(SIGPIPE, sigpipe_handle); /* for the host's own sockets; the library sees to its own */
 
     g_csEnabled = 1;
     pgf_parseAuth = gate;
     if (webServer_Web_Start() == -1)
         return EXIT_FAILURE;
 
+    /* A service that has not bound its port yet must not be closed. A failed bind ends in reboot(). */
+    while (__atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) != 1)
+        usleep(5000);
     sigwait(&stop, &received);
-    return ws_soap_close();
+    if (ws_soap_close() == 0)
+        return EXIT_SUCCESS;
+    fprintf(stderr, "minimal_host: left while a request was still being served\n");
+    _exit(EXIT_FAILURE);
 }

@@ -22,6 +22,12 @@ perl -0ne '
 [ "$(wc -l <"$folder/described")" -eq 22 ]
 grep -E '^\| `[A-Za-z]+` \|' docs/operations.md | sort | diff -u "$folder/described" -
 
+for page in *.md docs/*.md examples/*/*.md; do
+  for link in $(grep -oE '\]\([^)#]+' "$page" | grep -v '://' | cut -c3-); do
+    [ -e "$(dirname "$page")/$link" ] || { echo "$page: $link is not there"; exit 1; }
+  done
+done
+
 for name in $(cat tests/abi/exports.txt tests/abi/imports.txt); do
   grep -qE "\`$name(\(\))?\`" docs/host_interface.md || { echo "$name is not in docs/host_interface.md"; exit 1; }
 done

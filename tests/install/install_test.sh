@@ -25,6 +25,9 @@ case $how in
 esac
 export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name libwebServer.so)"):${LD_LIBRARY_PATH-}
 
+# It must not reach the system's own: a failed bind calls them.
+[ "$(${NM-nm} -D --defined-only "$host" | grep -cE ' (reboot|sync)$')" -eq 2 ] || fail "no reboot() of its own"
+
 port=$((20000 + $$ % 9000))
 # shellcheck disable=SC2086
 "$without_reboot" ${EMULATOR-} "$host" "$port" >"$work/log" 2>&1 & pid=$!
@@ -38,7 +41,7 @@ call() { # OPERATION FIELDS
 point='<inputType>analog</inputType><inputName>UPTIME</inputName>'
 [[ $(call coreDbReadData "$point<inputFormat/>") =~ '<return>'[0-9]+'</return>' ]] || fail "no reading"
 [[ $(call coreDbKrunchData "$point<value>1</value>") == *'Not allowed'* ]] || fail "the gate let a write pass"
-kill -INT "$pid"
+kill -TERM "$pid"
 wait "$pid" || fail "the host ended with status $?"
 pid=
 echo "minimal host, built with $how: read, refused, stopped"

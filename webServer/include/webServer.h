@@ -67,9 +67,10 @@ WS_EXPORT int webServerShowVer(char **out);
 WS_EXPORT void sigpipe_handle(int signal);
 
 /** @{ */
-/** The steps of a start, exported for hosts that always had them; webServer_Web_Start() calls them
- * all. http_main() is the whole start, spawnHttpThread() only the thread, setThreadName() names the
- * calling thread "webServer" and returns the result of prctl(). */
+/** Exported for hosts that always had them. http_main() is the whole start under a third name.
+ * spawnHttpThread() is only the thread inside it: called alone or after a start it ends in a failed
+ * bind, and so REBOOTS THE UNIT. setThreadName() names the calling thread "webServer" and returns the
+ * result of prctl(). */
 WS_EXPORT int http_main(void);
 WS_EXPORT int spawnHttpThread(void);
 WS_EXPORT int setThreadName(void);
