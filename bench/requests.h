@@ -1,5 +1,6 @@
 // bench/requests.h: one request of each kind, and what its reply must contain.
-#pragma once
+#ifndef BENCH_REQUESTS_H
+#define BENCH_REQUESTS_H
 
 #include <string>
 #include <vector>
@@ -16,3 +17,5 @@ struct Exchange {
 // A round of all kinds, the single read first; it ends logged out. The folder has an envelope of each
 // operation.
 std::vector<Exchange> makeExchanges(const std::string &folder);
+
+#endif
