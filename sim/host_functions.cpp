@@ -136,7 +136,7 @@ static int loggedCall(const char *how, const char *container, const char *object
 
 extern "C" {
 
-WS_EXPORT int x_readData(const char *type, const char *name, const char *format, char *text)
+int x_readData(const char *type, const char *name, const char *format, char *text)
 {
     const int status = theUnit().read(type, name, format, text, VALUE_TEXT_SIZE);
     logDetail("read: %d: %s %s %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
@@ -144,7 +144,7 @@ WS_EXPORT int x_readData(const char *type, const char *name, const char *format,
     return status;
 }
 
-WS_EXPORT int x_krunchData(const char *type, const char *name, const char *value)
+int x_krunchData(const char *type, const char *name, const char *value)
 {
     const int status = theUnit().force(type, name, value, nullptr);
     sLogInfo("force: %d: %s %s to %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
@@ -152,8 +152,7 @@ WS_EXPORT int x_krunchData(const char *type, const char *name, const char *value
     return status;
 }
 
-WS_EXPORT int x_krunchDataQuality(const char *type, const char *name, const char *value,
-                                  const char *flags)
+int x_krunchDataQuality(const char *type, const char *name, const char *value, const char *flags)
 {
     const int status = theUnit().force(type, name, value, flags);
     sLogInfo("force: %d: %s %s to %s with %s", status, inQuotes(type).c_str(),
@@ -161,7 +160,7 @@ WS_EXPORT int x_krunchDataQuality(const char *type, const char *name, const char
     return status;
 }
 
-WS_EXPORT int x_blockPoint(const char *type, const char *name, int onOff)
+int x_blockPoint(const char *type, const char *name, int onOff)
 {
     const int status = theUnit().block(type, name, onOff);
     sLogInfo("block: %d: %s %s to %d", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
@@ -169,55 +168,54 @@ WS_EXPORT int x_blockPoint(const char *type, const char *name, int onOff)
     return status;
 }
 
-WS_EXPORT int coreDbShowVer(const char **text)
+int coreDbShowVer(const char **text)
 {
     *text = coreDbVersion;
     return 0;
 }
 
-WS_EXPORT int fnPut(const char *container, const char *object, const char *function,
-                    const char *argument)
+int fnPut(const char *container, const char *object, const char *function, const char *argument)
 {
     return loggedCall("fnPut", container, object, function, argument, nullptr, 0);
 }
 
-WS_EXPORT int fnPutS(const char *container, const char *object, const char *function,
-                     const char *argument, char *answer, int size, int)
+int fnPutS(const char *container, const char *object, const char *function, const char *argument,
+           char *answer, int size, int)
 {
     return loggedCall("fnPutS", container, object, function, argument, answer, size);
 }
 
-WS_EXPORT int thmSetTime(const struct timespec *time, int)
+int thmSetTime(const struct timespec *time, int)
 {
     const int result = time == nullptr ? -1 : setUnitTime(time->tv_sec);
     sLogInfo("clock: set over the network: %d", result);
     return result;
 }
 
-WS_EXPORT int thmIsInit()
+int thmIsInit()
 {
     return 1;
 }
 
-WS_EXPORT int thmGetActiveTimeSource()
+int thmGetActiveTimeSource()
 {
     return activeTimeSource();
 }
 
-WS_EXPORT int baselineShowVer(const char **text)
+int baselineShowVer(const char **text)
 {
     *text = BASELINE_VERSION;
     return 0;
 }
 
-WS_EXPORT int usrReboot()
+int usrReboot()
 {
     noteRebootWish();
     return 0;
 }
 
 // Setting the unit's time leaves this counter alone. The conversion to 32 bits is the wrap.
-WS_EXPORT uint32_t sysCnt1mlsg()
+uint32_t sysCnt1mlsg()
 {
     struct timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -226,7 +224,7 @@ WS_EXPORT uint32_t sysCnt1mlsg()
 }
 
 // The library asks it while the host's security is off, and then makes the session's id itself.
-WS_EXPORT int appUserVerify(const char *user, const char *password, char *)
+int appUserVerify(const char *user, const char *password, char *)
 {
     const bool right = strcmp(user, USER) == 0 && strcmp(password, PASSWORD) == 0;
     const int level = right ? WS_LEVEL_REBOOT : REFUSED;

@@ -12,7 +12,6 @@
 #include "clock.h"
 #include "log_file.h"
 #include "plain_text.h"
-#include "webServer.h"
 #include "webServerHost.h"
 
 static const std::size_t LINE_BYTES = 1024; // what is longer is cut
@@ -86,7 +85,7 @@ __attribute__((format(printf, 2, 0))) static void logLine(LogLevel level, const 
 
 extern "C" {
 
-WS_EXPORT void sLogInfo(const char *format, ...)
+void sLogInfo(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
@@ -94,7 +93,7 @@ WS_EXPORT void sLogInfo(const char *format, ...)
     va_end(arguments);
 }
 
-WS_EXPORT void sLogWarn(const char *format, ...)
+void sLogWarn(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
@@ -102,7 +101,7 @@ WS_EXPORT void sLogWarn(const char *format, ...)
     va_end(arguments);
 }
 
-WS_EXPORT void sLogErr(const char *format, ...)
+void sLogErr(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);

@@ -6,19 +6,19 @@
  *
  * Threads: the host calls the functions from its own thread; one service thread serves every
  * request, one at a time, and calls the hooks and host functions. Nothing is locked: fill hooks and
- * settings before the start call and leave them alone afterwards.
+ * settings before the start call and leave them alone afterwards, but where said otherwise.
  *
  * SIGPIPE is blocked on the service thread, so a client that leaves early ends only its own
  * request. Host threads that write to sockets of their own may install sigpipe_handle().
  *
- * All integers are 32 bits wide and signed. Texts end in NUL and are UTF-8.
+ * An int is 32 bits wide. Texts end in NUL and are UTF-8.
  */
 #ifndef WEB_SERVER_H
 #define WEB_SERVER_H
 
 #include <stdint.h>
 
-/** What the library gives and what it imports is visible; nothing else is. */
+/** Visible outside, also in what is built with -fvisibility=hidden. */
 #define WS_EXPORT __attribute__((visibility("default")))
 
 #ifdef __cplusplus
@@ -41,10 +41,12 @@ enum { WS_NOT_AUTHENTICATED = 2, WS_ALLOWED = 3 };
  *
  * A failed bind (port in use or outside 1 to 65535, unusable address) REBOOTS THE UNIT: the service
  * thread logs it, calls sync() and reboot(RB_AUTOBOOT). A host for a PC defines both functions
- * itself.
+ * itself and exports them (WS_EXPORT; linked with -rdynamic where it loads the library by dlopen): what
+ * "nm -D" does not list does not replace the system's.
  *
- * Call it once, and again only after a running service was closed and ws_soap_close() has returned 0:
- * a second service would fail to bind and so reboot the unit.
+ * Call it once, and again only after a running service was closed and ws_soap_close() has returned 0.
+ * While one serves, a second fails to bind and so reboots the unit; after a close that returned 1, two
+ * share one context, which neither survives.
  *
  * Returns 0: started; -1: no thread could be created (logged); else the error number of
  * pthread_detach (logged; the service runs all the same). The two names do the same. */
@@ -55,7 +57,8 @@ WS_EXPORT int httpd(void);
 /** Stops the service, from a host thread: lets the request being served finish, and waits for at
  * most ten seconds. Returns 0: stopped, or was not listening; 1: still serving (it stops when the
  * request ends; call again to wait on). Wait for g_wsRunningSocket to become 1 after a start before
- * calling this: a service that has not bound its port yet is not stopped. */
+ * calling this: a service that is about to bind its port is not stopped, and one that has just bound it
+ * neither serves nor stops until this is called again. */
 WS_EXPORT int ws_soap_close(void);
 
 /** The version banner, "webServer:v03.03.03:Sep 27 2022 09:48:50\n". A null out prints it to standard
@@ -68,8 +71,8 @@ WS_EXPORT void sigpipe_handle(int signal);
 
 /** @{ */
 /** Exported for hosts that always had them. http_main() is the whole start under a third name.
- * spawnHttpThread() is only the thread inside it: called alone or after a start it ends in a failed
- * bind, and so REBOOTS THE UNIT. setThreadName() names the calling thread "webServer" and returns the
+ * spawnHttpThread() is only the thread inside it: called before any start or while a service runs, it
+ * ends in a failed bind, and so REBOOTS THE UNIT. setThreadName() names the calling thread "webServer" and returns the
  * result of prctl(). */
 WS_EXPORT int http_main(void);
 WS_EXPORT int spawnHttpThread(void);
@@ -98,8 +101,8 @@ extern WS_EXPORT const char *g_serverAddr;
 /** SERVER_PORT, default 33080, by atoi(); 0 means the default. Not checked here: see the start. */
 extern WS_EXPORT int g_serverPort;
 
-/** WEB_IS_REMOTE: 1 if it is exactly "Y", else 0. With 1, a unit under local control refuses commands
- * and set points from the network. */
+/** WEB_IS_REMOTE: 1 if it is exactly "Y", else 0. With 1, a unit under local or unknown control refuses
+ * commands and set points from the network. */
 extern WS_EXPORT int g_webRemote;
 
 /* ---- Settings: written by the host before the start ------------------------------------------ */
@@ -128,7 +131,8 @@ extern WS_EXPORT int g_wsSecRbacRAct;
 extern WS_EXPORT int g_wsSecRbacWAct;
 /** @} */
 
-/* ---- State: written by the library, for the host to read ------------------------------------- */
+/* ---- State: written by the library, for the host to read ------------------------------------- *
+ * Host threads read the two sockets' variables with __atomic_load_n(&..., __ATOMIC_ACQUIRE).      */
 
 /** The listening socket; -1 before the bind and, as the last sign of life, once stopped. */
 extern WS_EXPORT int g_wsSocket;
@@ -146,7 +150,7 @@ typedef struct {
     char *ip;              /**< client address, dotted and cut to 14 characters; null: unknown */
     int level;             /**< access level granted at login */
     char *id;              /**< the value of its SESSIONID cookie */
-    uint32_t lastActivity; /**< sysCnt1mlsg() at login or at the last page fetched */
+    uint32_t lastActivity; /**< sysCnt1mlsg() at login or at the last page or file that needs it */
     uint32_t timeoutMs;    /**< inactivity limit: sessTimeOut in milliseconds, as it was at login */
     char *user;            /**< name, 300 bytes */
 } SessionEntry;
@@ -159,7 +163,8 @@ extern WS_EXPORT int numOfSessions;                      /**< live sessions */
  * Logins use one entry, with the empty text, for the failures of all clients. */
 typedef struct {
     char *ip;     /**< address text */
-    int since;    /**< time() of the first failure; from the fifth on, of the fifth */
+    int since;    /**< time() of the first failure (0 where a lock has expired before it); from the
+                       fifth on, of the fifth */
     int failures; /**< in a row; from five on logins are told "nvm" */
 } AccessRetryEntry;
 
@@ -167,7 +172,7 @@ enum { ACCESS_RETRY_SLOTS = 64 /**< of the table below */ };
 
 /** The table of them. */
 typedef struct {
-    AccessRetryEntry slots[ACCESS_RETRY_SLOTS]; /**< in the order of their first failures */
+    AccessRetryEntry slots[ACCESS_RETRY_SLOTS]; /**< the first count of them are looked at */
     int count;                                  /**< entries made and not removed */
 } AccessRetryTable;
 extern WS_EXPORT AccessRetryTable g_webAccess; /**< all runs of failed logins */
@@ -195,7 +200,8 @@ extern WS_EXPORT AccessRetryTable g_webAccess; /**< all runs of failed logins */
  *   request->ip                       client address as a number: 0x7F000001 is 127.0.0.1
  *   request->origin                   null, or the site of the page that sends the request:
  *                                     "http://host:port" as a browser tells it, or "null"
- *   request->endpoint                 "http://", the Host that the client sent, and the path
+ *   request->endpoint                 "http://", the Host that the client sent, and the path; without
+ *                                     a Host the path alone
  *
  * Browsers send their cookies for pages of other sites, too: a gate that trusts cookies must look at
  * request->origin, and refuse one that is not the unit's own.
@@ -229,7 +235,8 @@ extern WS_EXPORT int (*pgf_getAuthorization)(const char *sessionId, int object, 
 
 /** @{ */
 /** The list hooks point *names at an array of names, both from malloc(), and return how many entries
- * it has. The library frees every non-null entry and the array. The names reach the client each
+ * it has; a negative number counts as none. The library frees every non-null entry of them and the
+ * array. The names reach the client each
  * with a blank behind it, 2,047 bytes together: the rest is cut. */
 extern WS_EXPORT int (*pgf_ws_getUsersList)(const char *sessionId, char ***names);
 extern WS_EXPORT int (*pgf_ws_getRolesList)(const char *sessionId, char ***names);

@@ -2,7 +2,8 @@
  * webServerHost.h: what the host gives the library, by name.
  *
  * The host process defines every function below; the dynamic linker finds them when it loads the
- * library, so export them (link with -rdynamic, or name the library on the link line).
+ * library, so export them: include this header where they are defined, and name the library on the link
+ * line, or link with -rdynamic.
  *
  * The library calls all of them on its service thread, one at a time, and the log functions on the
  * host's own threads, too; the host protects its data against its threads. Programs and threads that
@@ -11,6 +12,9 @@
  * Text arguments are read-only, NUL-terminated, and valid only during the call. Those that come from
  * a client are unchecked unless said otherwise: they may be empty, long and hostile, and must never
  * serve as a printf format. An output text starts empty.
+ *
+ * Texts for clients are UTF-8, without control characters other than tab and line ends: XML cannot
+ * carry those, and a strict client would refuse the whole reply.
  */
 #ifndef WEB_SERVER_HOST_H
 #define WEB_SERVER_HOST_H
@@ -18,6 +22,7 @@
 #include <stdint.h>
 #include <time.h>
 
+#pragma GCC visibility push(default)
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -52,7 +57,8 @@ int x_krunchDataQuality(const char *type, const char *name, const char *value, c
 int x_blockPoint(const char *type, const char *name, int onOff);
 
 /** Points *text at the database's version, which stays the host's. Characters 9 and 10 are the major
- * version in decimal; forcing with quality needs 12 characters or more and version 10 or later. */
+ * version in decimal; forcing with quality needs 12 characters or more and version 10 or later. Null
+ * counts as none. */
 int coreDbShowVer(const char **text);
 
 /* ---- Function containers --------------------------------------------------------------------- *
@@ -61,11 +67,13 @@ int coreDbShowVer(const char **text);
 /** The status reaches the client unchanged. */
 int fnPut(const char *container, const char *object, const char *function, const char *argument);
 
-/** Writes at most size bytes to answer; an answer without a terminator is cut at its last byte.
- * timeout is the client's number. Returns 0: answered.
+/** Writes at most size bytes to answer; of a client's call at most size - 1 are sent on. timeout is
+ * the client's number. Returns 0: answered.
  *
  * The library itself asks container "coreDb", object "", function "getLR", argument "", size 1,
- * time-out 0 before it writes commands and set points: 'L' local, 'R' remote, 'U' unknown. */
+ * time-out 0 before it forces commands and set points. The one byte is the answer: 'L' local and 'U'
+ * unknown refuse them where clients count as remote (g_webRemote); 'R' remote, any other byte and a
+ * call that fails do not. */
 int fnPutS(const char *container, const char *object, const char *function, const char *argument,
            char *answer, int size, int timeout);
 
@@ -83,7 +91,8 @@ int thmIsInit(void);
 /** The number of the active time source, sent to the client. */
 int thmGetActiveTimeSource(void);
 
-/** Points *text at the baseline's version, which stays the host's and valid until the reply is sent. */
+/** Points *text at the baseline's version, which stays the host's and valid until the reply is sent.
+ * With null the reply has no return element. */
 int baselineShowVer(const char **text);
 
 /** A client that the gate allows wants the unit rebooted. Note the wish and return: the status is
@@ -101,4 +110,5 @@ int appUserVerify(const char *user, const char *password, char *sessionId);
 #ifdef __cplusplus
 }
 #endif
+#pragma GCC visibility pop
 #endif
