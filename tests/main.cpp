@@ -1,21 +1,27 @@
-// tests/main.cpp: runs the tests that are written in C++ and those that are written as cases, in a
-// mount namespace with a /mnt of their own: the unit's fixed folders belong to the machine.
+// tests/main.cpp: runs the tests that are written in C++ and those that are written as cases, with a
+// /mnt of their own, since the unit's fixed folders belong to the machine, and with a loopback network
+// of their own, since other tests listen at the same time.
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <net/if.h>
 #include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 void registerSoapCases();
 void registerWebCases();
 
-static bool hideMnt()
+static bool leaveMachine()
 {
+    const int namespaces = CLONE_NEWNS | CLONE_NEWNET;
     const uid_t user = getuid();
     const gid_t group = getgid();
-    if (unshare(CLONE_NEWNS) != 0) {
-        if (unshare(CLONE_NEWNS | CLONE_NEWUSER) != 0)
+    if (unshare(namespaces) != 0) {
+        if (unshare(namespaces | CLONE_NEWUSER) != 0)
             return false;
         std::ofstream("/proc/self/setgroups") << "deny";
         std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
@@ -25,13 +31,24 @@ static bool hideMnt()
            && mount("tmpfs", "/mnt", "tmpfs", 0, nullptr) == 0;
 }
 
+static bool raiseLoopback()
+{
+    struct ifreq request = {};
+    strcpy(request.ifr_name, "lo");
+    request.ifr_flags = IFF_UP;
+    const int any = socket(AF_INET, SOCK_DGRAM, 0);
+    const bool raised = ioctl(any, SIOCSIFFLAGS, &request) == 0;
+    close(any);
+    return raised;
+}
+
 int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
     registerSoapCases();
     registerWebCases();
-    if (!GTEST_FLAG_GET(list_tests) && !hideMnt()) {
-        perror("no private /mnt for the tests");
+    if (!GTEST_FLAG_GET(list_tests) && (!leaveMachine() || !raiseLoopback())) {
+        perror("no /mnt and no loopback network of the tests' own");
         return 1;
     }
     return RUN_ALL_TESTS();

@@ -87,6 +87,26 @@ INSTANTIATE_TEST_SUITE_P(
                     BadAddress{"NoAddress", "no.such.address.invalid", 24000, ".+"}),
     [](const auto &row) { return std::string(row.param.name); });
 
+TEST(Start, TellsWhyThereIsNoThreadOrNoDetachedOne)
+{
+    FakeHost fake;
+    pgf_parseAuth = nullptr;
+    fake.createError = EAGAIN;
+    EXPECT_EQ(-1, webServer_Web_Start());
+    EXPECT_NE(nullptr, pgf_parseAuth) << "the default hooks come all the same";
+    EXPECT_EQ("E webServer: spawnHttpThread() error creating the thread 11\n", fake.log());
+
+    setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
+    fake.createError = 0;
+    fake.detachError = EINVAL;
+    EXPECT_EQ(EINVAL, webServer_Web_Start());
+    EXPECT_THAT(fake.log(), HasSubstr("E webServer: spawnHttpThread() error creating the thread as "
+                                      "detached; Invalid argument (22)\n"));
+    EXPECT_TRUE(waitFor([] { return __atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) == 1; }))
+        << "the service runs";
+    EXPECT_EQ(0, ws_soap_close());
+}
+
 TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
 {
     FakeHost fake;

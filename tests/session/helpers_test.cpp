@@ -14,6 +14,8 @@
 #include "session/request_check.h"
 #include "session/session_table.h"
 #include "support/fake_host.h"
+#include "web/http/form_plugin.h"
+#include "web/http/send_file.h"
 
 TEST(Base64, EncodesGroupsOfThreeAndKnowsItsRoom)
 {
@@ -79,6 +81,39 @@ TEST(ClientInfo, BoundedPrintAndVerb)
     }
     EXPECT_EQ(nullptr, httpGetIp(nullptr));
     httpClearIp(nullptr);
+}
+
+TEST(ClientInfo, KnowsWhatTheClientAccepts)
+{
+    FakeHost fake;
+    struct soap *soap = soap_new();
+    const auto parser = soap->fparsehdr;
+    fake.noRoom = 4 * sizeof(void *);
+    EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
+    EXPECT_EQ(parser, soap->fparsehdr) << "without memory the plug-in stays out";
+    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
+    soap_free(soap);
+
+    soap = soap_new();
+    fake.noRoom = 0;
+    EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
+    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
+    static const struct {
+        const char *accept;
+        int result;
+    } CASES[] = {{"text/html, application/xml, application/json", ACCEPT_JSON},
+                 {"text/plain;q=0.5, application/xml", ACCEPT_XML},
+                 {"text/html, */*", ACCEPT_HTML},
+                 {"*/*, text/plain", ACCEPT_TEXT},
+                 {"image/png, */*", ACCEPT_ANY},
+                 {"TEXT/PLAIN", ACCEPT_HTML},
+                 {"", ACCEPT_HTML}};
+    for (const auto &row : CASES) {
+        EXPECT_EQ(SOAP_OK, soap->fparsehdr(soap, "Accept", row.accept));
+        EXPECT_EQ(row.result, handleHTTPAccept(soap)) << row.accept;
+    }
+    soap_end(soap);
+    soap_free(soap);
 }
 
 TEST(SessionTable, MakesIdsFromTheGeneratorAndTheTime)
@@ -210,20 +245,40 @@ TEST(Lockout, CountsByAddressAndForgetsInPlace)
     g_webAccess = {};
 }
 
-TEST(SendFolder, IsACompleteTextResponse)
+TEST(SendFolder, IsACompleteTextResponseOrNone)
 {
     FakeHost fake;
     std::filesystem::create_directories("/mnt/folder");
     std::ofstream("/mnt/folder/a.log.1") << "one";
     std::ofstream("/mnt/folder/b.txt") << "two";
+    std::filesystem::create_directories("/mnt/broken");
+    std::ofstream("/mnt/broken/a.log") << "a";
+    std::filesystem::create_symlink("nowhere", "/mnt/broken/b.log");
+    std::ofstream("/mnt/broken/c.log") << "c";
+    std::string readable; // in the folder's own order
+    for (const auto &entry : std::filesystem::directory_iterator("/mnt/broken")) {
+        if (entry.is_symlink())
+            break;
+        readable += entry.path().stem();
+    }
     const std::unique_ptr<struct soap> soap(new struct soap);
-    for (const char *folder : {"/mnt/folder", "/mnt/folder/", "/mnt/missing"}) {
+    const std::pair<const char *, std::string> cases[] = {{"/mnt/folder", "one"},
+                                                          {"/mnt/folder/", "one"},
+                                                          {"/mnt/missing", ""},
+                                                          {"/mnt/broken", readable}};
+    for (const auto &[folder, content] : cases) {
         std::ostringstream out;
         soap->os = &out;
         EXPECT_EQ(SOAP_OK, http_copy_folder(soap.get(), folder, ".log"));
         EXPECT_NE(std::string::npos, out.str().find("\r\nContent-Type: text/plain\r\n"));
-        const std::string body = out.str().substr(out.str().find("\r\n\r\n") + 4);
-        EXPECT_EQ(strcmp(folder, "/mnt/missing") == 0 ? "" : "one", body);
+        EXPECT_EQ(content, out.str().substr(out.str().find("\r\n\r\n") + 4)) << folder;
         soap_end(soap.get());
     }
+    std::ostringstream out;
+    soap->os = &out;
+    soap->fpreparesend = [](struct soap *, const char *, std::size_t) { return SOAP_EOM; };
+    EXPECT_EQ(SOAP_EOM, http_copy_folder(soap.get(), "/mnt/folder", ".log"));
+    EXPECT_EQ(SOAP_EOM, copy_file(soap.get(), "/mnt/folder/b.txt", "text/plain"));
+    EXPECT_EQ("", out.str());
+    soap_end(soap.get());
 }

@@ -248,7 +248,8 @@ uint32_t sysCnt1mlsg(void)
 
 int baselineShowVer(const char **text)
 {
-    *text = "baseline <&> 1";
+    if (!host().silent)
+        *text = "baseline <&> 1";
     return 0;
 }
 

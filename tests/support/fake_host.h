@@ -39,7 +39,9 @@ public:
     int sessionStatus = 0;
     uint32_t milliseconds = 0;      // of sysCnt1mlsg
     int strdups = -1;               // that succeed before one fails; negative: all
-    std::size_t noRoom = 0;         // a request gets no memory of exactly this size
+    std::size_t noRoom = 0;         // nobody gets memory of exactly this size
+    int createError = 0;            // of a thread; 0: it works
+    int detachError = 0;            // although it works
     bool noTime = false;            // mktime cannot tell the time
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry

@@ -46,12 +46,33 @@ char *strdup(const char *text)
     return copy == nullptr ? nullptr : strcpy(copy, text);
 }
 
-// A request's memory; see noRoom.
+// A request's memory, and the library's own; see noRoom.
 void *soap_malloc(struct soap *soap, size_t size)
 {
     using Function = void *(*)(struct soap *, size_t);
     static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
     return hostExists() && host().noRoom == size ? nullptr : real(soap, size);
+}
+
+void *__real_calloc(size_t count, size_t size);
+void *__wrap_calloc(size_t count, size_t size)
+{
+    return hostExists() && host().noRoom == count * size ? nullptr : __real_calloc(count, size);
+}
+
+int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
+int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *wanted, void *(*run)(void *),
+                          void *argument)
+{
+    const int error = hostExists() ? host().createError : 0;
+    return error != 0 ? error : __real_pthread_create(thread, wanted, run, argument);
+}
+
+int __real_pthread_detach(pthread_t);
+int __wrap_pthread_detach(pthread_t thread)
+{
+    const int error = __real_pthread_detach(thread);
+    return hostExists() && host().detachError != 0 ? host().detachError : error;
 }
 
 time_t mktime(struct tm *local)

@@ -4,9 +4,10 @@
 //   client ADDRESS             from now on; every client keeps its own session cookie
 //   cookie TEXT                the client's Cookie header from now on; {id} is its own session id,
 //                              {id@ADDRESS} another client's
-//   header TEXT                for the next request only; type TEXT: its content type;
-//   length N, chunked          how the next form is announced; "hang up": and cut off after it
-//   file PATH TEXT             writes a file; "fifo PATH" makes one, "folder PATH", "remove PATH"
+//   header TEXT                for the next request only; type TEXT: its content type; verb TEXT;
+//   length N, chunked          how the next form is announced; hang: and cut off after it
+//   file PATH TEXT             writes a file; "fifo PATH" makes one, "hold PATH" opens it without ever
+//                              reading; "folder PATH", "remove PATH"
 //   GET TARGET, POST PATH BODY, SOAP OPERATION, login USER PASSWORD, logout, keepAlive -> EXPECTED:
 //     nothing                  no byte
 //     CODE TYPE BODY           of the one reply; a BODY of "@PATH" is the content of that file
@@ -14,8 +15,10 @@
 //     raw TEXT, has TEXT       the whole reply, a part of it; \r\n stand for themselves
 //   failures ADDRESS           five failed logins are on record for it
 //   level N                    asked of the gate last; absent PATH
+//   sends N                    system calls that the last reply took
 //   sessions N, content PATH TEXT, calls F(A) G()   what must be so now
 #include <algorithm>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -83,16 +86,20 @@ class WebCase : public testing::Test {
     std::string client_ = "127.0.0.1";
     Strings cookies_, ids_; // by client
     Strings next_;          // how the next request is made
+    static inline int sends_;
+    static inline int (*send_)(struct soap *, const char *, std::size_t);
 
     std::string exchange(const std::string &bytes)
     {
         std::string reply;
+        sends_ = 0;
         std::thread client(
             [&] { reply = talk(g_serverPort, bytes, client_, next_.count("hang") != 0); });
         serveConnection(soap_.get());
         client.join();
         EXPECT_EQ(nullptr, gblIpAddress);
         EXPECT_EQ(nullptr, soap_->user);
+        EXPECT_EQ(nullptr, soap_->cookies);
         next_.clear();
         const std::string set = "Set-Cookie: SESSIONID=";
         const std::size_t at = reply.find(set);
@@ -110,7 +117,8 @@ class WebCase : public testing::Test {
         replaceAll(&cookie, "{id}", ids_[client_]);
         for (const auto &[client, id] : ids_)
             replaceAll(&cookie, "{id@" + client + "}", id);
-        std::string text = verb + " " + target + " HTTP/1.1\r\n";
+        std::string text =
+            (next_.count("verb") != 0 ? next_["verb"] : verb) + " " + target + " HTTP/1.1\r\n";
         if (!cookie.empty())
             text += "Cookie: " + cookie + "\r\n";
         if (next_.count("header") != 0)
@@ -202,6 +210,7 @@ class WebCase : public testing::Test {
             {"client", [&] { client_ = rest; }},
             {"cookie", [&] { cookies_[client_] = rest; }},
             {"header", [&] { next_["header"] = rest; }},
+            {"verb", [&] { next_["verb"] = rest; }},
             {"type", [&] { next_["type"] = rest; }},
             {"length", [&] { next_["length"] = rest; }},
             {"chunked", [&] { next_["chunked"] = rest; }},
@@ -212,6 +221,7 @@ class WebCase : public testing::Test {
                  write(path, expanded(rest));
              }},
             {"fifo", [&] { EXPECT_EQ(0, mkfifo(rest.c_str(), 0600)); }},
+            {"hold", [&] { EXPECT_NE(-1, open(rest.c_str(), O_RDWR)); }},
             {"folder", [&] { fs::create_directories(rest); }},
             {"remove", [&] { fs::remove_all(rest); }},
             {"failures",
@@ -222,6 +232,7 @@ class WebCase : public testing::Test {
              }},
             {"level", [&] { EXPECT_EQ(std::stoi(rest), fake_->askedLevel); }},
             {"absent", [&] { EXPECT_FALSE(fs::exists(rest)); }},
+            {"sends", [&] { EXPECT_EQ(std::stoi(rest), sends_); }},
             {"sessions", [&] { EXPECT_EQ(std::stoi(rest), numOfSessions); }},
             {"content",
              [&] {
@@ -263,6 +274,11 @@ public:
         given("fresh");
         ws_soap_initiate(soap_.get());
         ASSERT_NE(-1, openService(soap_.get()));
+        send_ = soap_->fsend;
+        soap_->fsend = [](struct soap *soap, const char *data, std::size_t size) {
+            ++sends_;
+            return send_(soap, data, size);
+        };
     }
 
     void TearDown() override
@@ -271,8 +287,9 @@ public:
         for (int slot = 0; slot < MAX_SESSIONS; ++slot)
             if (g_accesstok[slot].id != nullptr)
                 clearSession(slot, soap_.get());
-        while (g_webAccess.count > 0)
-            removeAccessRetry(g_webAccess.slots[g_webAccess.count - 1].ip);
+        for (const auto &slot : g_webAccess.slots)
+            free(slot.ip);
+        g_webAccess = {};
         soap_done(soap_.get());
     }
 

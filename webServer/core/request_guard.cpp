@@ -31,15 +31,25 @@ static int parseRequest(struct soap *soap)
     // No attachments: the service has none, and the runtime keeps what it knows of a request's own
     // ones beyond the request and into replies that it does not write itself.
     soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME | SOAP_ENC_MTOM);
-    // The first line of a response: the runtime would take it as a client does, with any length.
-    if (soap->status > 0 && soap->status < SOAP_STOP) {
+    // Only a whole request line leaves a path. The runtime also takes the first line of a response, as a
+    // client does and with any length, a form of a method that it does not know, and no HTTP at all.
+    if (soap->path[0] == '\0' && (soap->status != 0 || error == SOAP_OK || error == SOAP_FORM)) {
         soap->status = 0;
         return soap->error = SOAP_EOF;
     }
-    // With the status of a POST the runtime would not tell a client what is wrong with its envelope.
+    // A cookie that came twice counts as changed: the runtime would set it in the reply.
+    for (struct soap_cookie *cookie = soap->cookies; cookie != nullptr; cookie = cookie->next)
+        cookie->modified = 0;
+    // With the status of a POST the runtime would not tell a client what is wrong with its envelope;
+    // without it, it would serve an operation that stands in none (requireEnvelope).
     if (error == SOAP_OK && soap->status == SOAP_POST && soap->body)
         soap->status = 0;
     return error;
+}
+
+static int requireEnvelope(struct soap *soap)
+{
+    return soap->version == 0 ? SOAP_VERSIONMISMATCH : SOAP_OK;
 }
 
 // HTTP begins with a letter. Without it the runtime would take bare XML, MIME and DIME as requests.
@@ -66,6 +76,7 @@ void installRequestGuard(struct soap *soap)
 {
     parseHttp = soap->fparse;
     soap->fparse = parseRequest;
+    soap->fheader = requireEnvelope;
     soap->fpreparerecv = watchReceipt;
 }
 

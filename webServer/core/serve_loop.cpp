@@ -33,6 +33,7 @@ static const int ACCEPT_TIMEOUT_SECONDS = 0; // waits without limit
 static const int STALL_TIMEOUT_SECONDS = 60;
 static const int MAX_KEEP_ALIVE = 100; // only a bound: keep-alive is never on
 static const int BACKLOG = 100;
+static const int MAX_COOKIES = 256; // browsers send those of all services on the unit's address
 static const ULONG64 MAX_REQUEST_BYTES = MAX_FORM_BYTES; // the runtime's 2 GB would end the unit
 static const int ACCEPT_RETRY_MILLISECONDS = 100; // a lack of descriptors would flood the log
 static const int MAX_PORT = 65535;
@@ -57,6 +58,7 @@ static void configure(struct soap *soap)
 {
     soap->cookie_domain = "";
     soap->cookie_path = "";
+    soap->cookie_max = MAX_COOKIES;
     soap->accept_timeout = ACCEPT_TIMEOUT_SECONDS;
     soap->send_timeout = STALL_TIMEOUT_SECONDS;
     soap->recv_timeout = STALL_TIMEOUT_SECONDS;
@@ -99,6 +101,8 @@ static int listenOn(struct soap *soap, const char *address, int port)
         return listener;
     // In a process without standard input; but 0 reads as "stopped" to who waits for the close.
     soap->master = fcntl(listener, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (soap->master == SOAP_INVALID_SOCKET)
+        soap_receiver_fault(soap, strerror(errno), nullptr);
     close(listener);
     return soap->master;
 }
@@ -119,7 +123,6 @@ static int rebootUnit(struct soap *soap)
     sync();
     const int result = reboot(RB_AUTOBOOT);
     releaseContext(soap);
-    writeShared(g_wsSocket, -1);
     return result;
 }
 

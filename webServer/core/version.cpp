@@ -14,11 +14,6 @@ __attribute__((used)) static struct {
     char sm_markEndVer[sizeof "markEndVer"];
 } versionRecord = {"markBeginVer", "v03", ".03.03", __DATE__, __TIME__, "markEndVer"};
 
-static_assert(sizeof versionRecord
-                  == sizeof "markBeginVer" + sizeof "v03" + sizeof ".03.03" + sizeof __DATE__
-                         + sizeof __TIME__ + sizeof "markEndVer",
-              "no gap between the arrays");
-
 static char sm_webServerVerString[256];
 
 int webServerShowVer(char **out)

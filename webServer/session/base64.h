@@ -3,7 +3,8 @@
 
 extern "C" {
 
-// 0, or -1 when out (outSize bytes, the terminator included) is too small.
+// 0, or -1 when out (outSize bytes, the terminator included) is too small. Of inLen only the lower 16
+// bits count.
 int httpBase64encode(const unsigned char *in, int inLen, char *out, int outSize);
 
 // Bytes decoded, or -1 on a character outside the alphabet; out is terminated either way. Stops

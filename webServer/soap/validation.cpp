@@ -5,7 +5,7 @@
 #include <cstring>
 
 // Deliberate: everywhere here a text passes when it begins with the constant, whatever follows.
-// Clients send types and formats with endings that only the host knows.
+// What follows is the host's to judge.
 static bool beginsWith(const char *text, const char *constant)
 {
     return strncmp(text, constant, strlen(constant)) == 0;

@@ -41,7 +41,7 @@ static const char *findContent(struct soap *soap, char *cursor, char (&name)[NAM
         const char *value = cursor == nullptr ? nullptr : query_val2(soap, &cursor);
         if (key == nullptr || value == nullptr)
             continue;
-        // Substrings, since the first key carries the form's "?".
+        // Deliberate: substrings, since the first key carries the form's "?".
         if (strstr(key, "fileName") != nullptr)
             snprintf(name, sizeof name, "%s", value);
         else if (strstr(key, "xmlString") != nullptr)

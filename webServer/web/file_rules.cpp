@@ -3,36 +3,34 @@
 
 #include <stdsoap2.h>
 
-// Deliberate: only pages take a query; "site.css?x=1" matches nothing and is refused.
-static const bool NO_QUERY = true;
-static const bool WITH_QUERY = false;
-
+// Deliberate: only pages take a query; "site.css?x=1" matches nothing and is refused. Scripts and XML
+// go out as text/html: classic scripts run all the same, and pages parse XML by themselves.
 static const FileRule FILE_RULES[] = {
-    {"*.json",       FOR_ANYONE,      "application/json",              WITH_QUERY},
-    {"*.js",         FOR_ANYONE,      "text/html",                     WITH_QUERY}, // Deliberate: no script type.
-    {"*.css",        FOR_ANYONE,      "text/css",                      WITH_QUERY},
-    {"/lan/*.xml",   FOR_ANYONE,      "text/html",                     WITH_QUERY},
-    {"*/cslog.log*", LOG_FOR_READERS, "text/plain",                    WITH_QUERY},
-    {"*.xml",        FOR_READERS,     "text/html",                     WITH_QUERY},
-    {"*.xsd",        FOR_READERS,     "text/html",                     WITH_QUERY},
-    {"*.wsdl",       FOR_READERS,     "text/html",                     WITH_QUERY},
-    {"*.jpg",        FOR_ANYONE,      "image/jpeg",                    WITH_QUERY},
-    {"*.gif",        FOR_ANYONE,      "image/gif",                     WITH_QUERY},
-    {"*.ico",        FOR_ANYONE,      "image/ico",                     WITH_QUERY},
-    {"*.png",        FOR_ANYONE,      "image/png",                     WITH_QUERY},
-    {"*.jpe",        FOR_ANYONE,      "image/jpeg",                    WITH_QUERY},
-    {"*.ttf",        FOR_ANYONE,      "application/x-font-ttf",        WITH_QUERY},
-    {"*.woff",       FOR_ANYONE,      "application/font-woff",         WITH_QUERY},
-    {"*.eot",        FOR_ANYONE,      "application/vnd.ms-fontobject", WITH_QUERY},
-    {"*.svg",        FOR_ANYONE,      "image/svg+xml",                 WITH_QUERY},
-    {"*.html",       FOR_SESSIONS,    "text/html",                     NO_QUERY  },
-    {"*.htm",        FOR_SESSIONS,    "text/html",                     NO_QUERY  },
+    {"*.json",       FOR_ANYONE,      "application/json",              TARGET},
+    {"*.js",         FOR_ANYONE,      "text/html",                     TARGET},
+    {"*.css",        FOR_ANYONE,      "text/css",                      TARGET},
+    {"/lan/*.xml",   FOR_ANYONE,      "text/html",                     TARGET},
+    {"*/cslog.log*", LOG_FOR_READERS, "text/plain",                    TARGET},
+    {"*.xml",        FOR_READERS,     "text/html",                     TARGET},
+    {"*.xsd",        FOR_READERS,     "text/html",                     TARGET},
+    {"*.wsdl",       FOR_READERS,     "text/html",                     TARGET},
+    {"*.jpg",        FOR_ANYONE,      "image/jpeg",                    TARGET},
+    {"*.gif",        FOR_ANYONE,      "image/gif",                     TARGET},
+    {"*.ico",        FOR_ANYONE,      "image/ico",                     TARGET},
+    {"*.png",        FOR_ANYONE,      "image/png",                     TARGET},
+    {"*.jpe",        FOR_ANYONE,      "image/jpeg",                    TARGET},
+    {"*.ttf",        FOR_ANYONE,      "application/x-font-ttf",        TARGET},
+    {"*.woff",       FOR_ANYONE,      "application/font-woff",         TARGET},
+    {"*.eot",        FOR_ANYONE,      "application/vnd.ms-fontobject", TARGET},
+    {"*.svg",        FOR_ANYONE,      "image/svg+xml",                 TARGET},
+    {"*.html",       FOR_SESSIONS,    "text/html",                     PATH  },
+    {"*.htm",        FOR_SESSIONS,    "text/html",                     PATH  },
 };
 
 const FileRule *findFileRule(const char *target, const char *path)
 {
     for (const FileRule &rule : FILE_RULES)
-        if (soap_tag_cmp(rule.withoutQuery ? path : target, rule.pattern) == 0)
+        if (soap_tag_cmp(rule.subject == PATH ? path : target, rule.pattern) == 0)
             return &rule;
     return nullptr;
 }

@@ -14,9 +14,10 @@
 #include "webServer.h"
 
 static const char *const LOG_FOLDER = "/mnt/flash/log/";
-static const int REFUSED = -1; // the runtime then sends nothing
+static const int REFUSED = -1; // Deliberate: the runtime then sends nothing.
 
-// Deliberate: five characters go wherever "/cgi/" stands, so "/x/cgi/y.png" becomes "i/y.png".
+// Deliberate: five characters go wherever "/cgi/" stands, so "/x/cgi/y.png" becomes "i/y.png". Old
+// links begin with it.
 static void dropCgiPrefix(char *target)
 {
     if (strstr(target, "/cgi/") != nullptr)
@@ -41,12 +42,13 @@ static bool mayRead(struct soap *soap)
     return askGate(soap, WS_LEVEL_READ) == WS_ALLOWED;
 }
 
-// Deliberate: a caller who may not see the log gets no answer, and that counts as answered.
-static int sendLog(struct soap *soap)
+// Deliberate: a caller who may not see the log gets no answer, and that counts as answered: the log
+// page polls it.
+static int sendLog(struct soap *soap, const char *contentType)
 {
     if (!hasSession(soap) || g_csEnabled == 0 || !mayRead(soap))
         return 0;
-    soap->http_content = "text/plain";
+    soap->http_content = contentType;
     if (soap_response(soap, SOAP_FILE) != SOAP_OK)
         return endReply(soap);
     copy_folder(soap, LOG_FOLDER, ".log");
@@ -79,6 +81,6 @@ int http_get_handler(struct soap *soap)
     if (rule == nullptr)
         return REFUSED;
     if (rule->access == LOG_FOR_READERS)
-        return sendLog(soap);
+        return sendLog(soap, rule->contentType);
     return isAllowed(soap, rule->access) ? copy_file(soap, name, rule->contentType) : REFUSED;
 }

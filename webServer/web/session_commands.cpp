@@ -35,8 +35,8 @@ static Query copyOf(struct soap *soap, const char *body)
     return {copy, end};
 }
 
-// The decoded text behind the cursor, up to the next separator; null when another stands there. This
-// is the runtime's soap_query_key and _val without their search for the end at every pair.
+// The next key, null at the end; or its value, null when the key has none. Decoded by the runtime, as its
+// soap_query_key and _val do, which look for the end of the whole query at every pair.
 static char *nextPart(Query *query, bool value)
 {
     char *part = query->cursor;

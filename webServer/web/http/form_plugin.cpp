@@ -39,6 +39,7 @@ static int http_form_parse_header(struct soap *soap, const char *key, const char
     if (soap->error != SOAP_OK)
         return soap->error;
     if (soap_tag_cmp(key, "Content-Type") == 0) {
+        // Deliberate: with "; charset=..." behind it, it is no form.
         if (soap_tag_cmp(value, "application/x-www-form-urlencoded") == 0
             || soap_tag_cmp(value, "multipart/form-data*") == 0) {
             soap->fform = plugin->handler;
@@ -90,7 +91,8 @@ static size_t receiveForm(struct soap *soap, char *to, size_t size)
 
 } // extern "C"
 
-// The body of a request that has one, as the runtime reads it; null when that fails.
+// The body of a request that has one, as the runtime reads it once core/request_guard has taken its
+// attachments away; null when that fails.
 static char *readBody(struct soap *soap, bool chunked)
 {
     // A chunked form announces no length: the runtime must stop reading by itself, a buffer later.

@@ -8,19 +8,22 @@
 static const int WITHOUT_BLOCKING = O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
 static const int EVERYBODY_READS_AND_WRITES = 0666; // less the process's mask, as fopen does
 
+// To open a device may already act (a watchdog restarts the unit), and one that never ends would take
+// all memory.
+static bool isDevice(const char *path)
+{
+    struct stat status;
+    return stat(path, &status) == 0 && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode));
+}
+
 File openFile(const char *path, FileUse use)
 {
+    if (isDevice(path))
+        return nullptr;
     const int flags = use == FOR_READING ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
     const int descriptor = open(path, flags | WITHOUT_BLOCKING, EVERYBODY_READS_AND_WRITES);
     if (descriptor == -1)
         return nullptr;
-    struct stat status;
-    const bool device =
-        fstat(descriptor, &status) != 0 || S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
-    if (device) { // one that never ends would take all memory
-        close(descriptor);
-        return nullptr;
-    }
     File file(fdopen(descriptor, use == FOR_READING ? "rb" : "w"));
     if (file == nullptr)
         close(descriptor);
