@@ -226,8 +226,24 @@ TEST(Service, DropsWhatIsNoRequestAndWhatCostsTooMuch)
     std::string attributes;
     for (int i = 0; i < 80000; ++i)
         attributes += " a" + std::to_string(i) + "=''";
+    const std::string integer = "<x xmlns:d='http://www.w3.org/2001/XMLSchema' i:type='d:int'";
+    std::string nested, references;
+    for (int i = 0; i < 5000; ++i)
+        nested += "<n:fnPut id='i" + std::to_string(i) + "'>";
+    for (int i = 0; i < 5000; ++i) {
+        nested += "</n:fnPut>";
+        references +=
+            integer + " id='i" + std::to_string(i) + "' href='#i" + std::to_string(i + 1) + "'/>";
+    }
+    std::string behind = envelope("getRTU");
+    behind.insert(behind.find("</E:Body>"), references + integer + " id='i5000'>1</x>");
+
     const auto begin = std::chrono::steady_clock::now();
-    service.post("<x" + attributes + "/>"); // would take a minute
+    service.post("<x" + attributes + "/>");                                   // would take a minute
+    service.post(behind);                                                     // two minutes
+    EXPECT_THAT(service.post(envelope("getRTU", nested)), HasSubstr("512Q")); // all of the stack
+    EXPECT_EQ("", talk(service.port(), "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n5;"
+                                           + std::string(40 << 20, 'x')));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
     EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
 }

@@ -5,9 +5,13 @@
 #include <ctime>
 #include <stdsoap2.h>
 
+#include "web/http/form_plugin.h"
+
 // The runtime compares every attribute of an element with all before it: half a megabyte of them
 // would keep the one service thread busy for a minute, and each further megabyte for much longer.
 static const double MAX_REQUEST_CPU_SECONDS = 2;
+// The runtime counts the bytes of a request, but not those between its chunks.
+static const std::size_t MAX_BYTES_WITH_CHUNKS = 2 * MAX_FORM_BYTES;
 static const std::size_t LONG_REQUEST_BYTES = 0x100000; // 1 MiB
 
 // Of the request being served. Service thread only.
@@ -15,6 +19,7 @@ static double begun;
 static std::size_t received;
 static bool textBegun;
 static int (*parseHttp)(struct soap *);
+static size_t (*receive)(struct soap *, char *, size_t);
 
 static double threadSeconds()
 {
@@ -62,12 +67,14 @@ static bool beginsAsHttp(const char *data, size_t size)
     return !textBegun || isalpha(static_cast<unsigned char>(*data));
 }
 
-static int watchReceipt(struct soap *, const char *data, size_t size)
+// Receives for the runtime, to which 0 says that the client has hung up.
+static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 {
-    received += size;
-    if (!textBegun && !beginsAsHttp(data, size))
-        return SOAP_EOF;
-    return threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS ? SOAP_EOF : SOAP_OK;
+    if (received > MAX_BYTES_WITH_CHUNKS || threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS)
+        return 0;
+    const size_t length = receive(soap, to, size);
+    received += length;
+    return textBegun || beginsAsHttp(to, length) ? length : 0;
 }
 
 } // extern "C"
@@ -77,11 +84,15 @@ void installRequestGuard(struct soap *soap)
     parseHttp = soap->fparse;
     soap->fparse = parseRequest;
     soap->fheader = requireEnvelope;
-    soap->fpreparerecv = watchReceipt;
+    receive = soap->frecv;
+    soap->frecv = receiveWithinLimits;
 }
 
-void startRequestGuard()
+void startRequestGuard(struct soap *soap)
 {
+    // No references between elements (id, href): the service's messages have none, and the runtime builds
+    // what has an id, in whatever depth, and resolves it in a time that grows with the cube of its number.
+    soap->imode |= SOAP_XML_TREE;
     begun = threadSeconds();
     received = 0;
     textBegun = false;

@@ -33,6 +33,7 @@ static const int ACCEPT_TIMEOUT_SECONDS = 0; // waits without limit
 static const int STALL_TIMEOUT_SECONDS = 60;
 static const int MAX_KEEP_ALIVE = 100; // only a bound: keep-alive is never on
 static const int BACKLOG = 100;
+static const unsigned MAX_XML_DEPTH = 100; // the runtime's 10,000 would overrun the thread's stack
 static const int MAX_COOKIES = 256; // browsers send those of all services on the unit's address
 static const ULONG64 MAX_REQUEST_BYTES = MAX_FORM_BYTES; // the runtime's 2 GB would end the unit
 static const int ACCEPT_RETRY_MILLISECONDS = 100; // a lack of descriptors would flood the log
@@ -65,6 +66,7 @@ static void configure(struct soap *soap)
     soap->max_keep_alive = MAX_KEEP_ALIVE;
     soap->bind_flags = SO_REUSEADDR;
     soap->recv_maxlength = MAX_REQUEST_BYTES;
+    soap->maxlevel = MAX_XML_DEPTH;
     // What this runtime adds of its own accord: the first would let every page in the world call the
     // unit from a browser, the second keeps the unit's pages out of a control room's frames.
     soap->cors_allow = nullptr;
@@ -163,7 +165,7 @@ void serveConnection(struct soap *soap)
 {
     if (soap_valid_socket(soap_accept(soap))) {
         fcntl(soap->socket, F_SETFD, FD_CLOEXEC);
-        startRequestGuard();
+        startRequestGuard(soap);
         soap_serve(soap); // has already answered the client, whatever it returns
     } else if (readShared(g_wsRunningSocket) != 0) {
         reportAcceptFailure(soap);
