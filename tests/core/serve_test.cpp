@@ -12,6 +12,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "core/config.h"
+#include "core/serve_loop.h"
 #include "session/cookie.h"
 #include "support/fake_host.h"
 #include "support/wire.h"
@@ -111,18 +113,47 @@ TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
 {
     FakeHost fake;
     const std::string closing = "I webServer: closing\n";
+    std::string printed;
+    testing::internal::CaptureStdout();
     EXPECT_EQ(0, ws_soap_close()) << "nothing to close yet";
     std::string expected = closing;
     for (int run = 0; run < 3; ++run) {
         const Service service;
         EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("<return>512Q</return>"));
-        expected += "I webServer: Listening address 127.0.0.1:" + std::to_string(service.port())
-                    + "\n" + closing;
+        const std::string listening =
+            "webServer: Listening address 127.0.0.1:" + std::to_string(service.port()) + "\n";
+        expected += "I " + listening + closing;
+        printed += listening;
     }
+    EXPECT_EQ(printed, testing::internal::GetCapturedStdout());
     EXPECT_EQ(-1, g_wsSocket);
     EXPECT_EQ(0, g_wsRunningSocket);
     EXPECT_EQ(0, ws_soap_close());
     EXPECT_EQ(expected + closing, fake.log());
+}
+
+TEST(Accept, FailuresAreToldUnlessTheServiceIsBeingClosed)
+{
+    setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
+    readConfiguration();
+    FakeHost fake;
+    struct soap *soap = soap_new();
+    ASSERT_NE(-1, openService(soap));
+    soap->accept_timeout = -1000; // microseconds
+    serveConnection(soap);
+    EXPECT_EQ("", fake.log());
+    g_wsRunningSocket = 1;
+    serveConnection(soap);
+    EXPECT_EQ("W webServer: Server timed out (timeout set to -1000 seconds)\n", fake.log());
+    soap->accept_timeout = 0;
+    soap->faccept = [](struct soap *, SOAP_SOCKET, struct sockaddr *, int *) {
+        errno = EMFILE;
+        return SOAP_INVALID_SOCKET;
+    };
+    serveConnection(soap);
+    EXPECT_THAT(fake.log(), HasSubstr("E webServer soap error: Too many open files\n"));
+    g_wsRunningSocket = 0;
+    soap_free(soap);
 }
 
 TEST(Close, WaitsTenSecondsForTheRequestThatIsBeingServed)

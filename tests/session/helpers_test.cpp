@@ -29,10 +29,11 @@ TEST(Base64, EncodesGroupsOfThreeAndKnowsItsRoom)
                  {"00000000:12345678", "MDAwMDAwMDA6MTIzNDU2Nzg="}};
     for (const auto &row : CASES)
         for (const int spare : {0, 1}) {
+            const std::string more = std::string(row.plain) + "\xFF\xFF";
             char out[32];
             const int size = static_cast<int>(strlen(row.coded)) + spare;
             EXPECT_EQ(spare - 1,
-                      httpBase64encode(reinterpret_cast<const unsigned char *>(row.plain),
+                      httpBase64encode(reinterpret_cast<const unsigned char *>(more.data()),
                                        static_cast<int>(strlen(row.plain)), out, size));
             if (spare == 1) {
                 EXPECT_STREQ(row.coded, out);
@@ -274,8 +275,11 @@ TEST(SendFolder, IsACompleteTextResponseOrNone)
         EXPECT_EQ(content, out.str().substr(out.str().find("\r\n\r\n") + 4)) << folder;
         soap_end(soap.get());
     }
+    std::ofstream("/mnt/folder/empty.log");
     std::ostringstream out;
     soap->os = &out;
+    EXPECT_EQ(0, copy_folder(soap.get(), "/mnt/folder", ".log.1"));
+    EXPECT_EQ(-1, copy_folder(soap.get(), "/mnt/folder", "empty"));
     soap->fpreparesend = [](struct soap *, const char *, std::size_t) { return SOAP_EOM; };
     EXPECT_EQ(SOAP_EOM, http_copy_folder(soap.get(), "/mnt/folder", ".log"));
     EXPECT_EQ(SOAP_EOM, copy_file(soap.get(), "/mnt/folder/b.txt", "text/plain"));
