@@ -43,5 +43,6 @@ point='<inputType>analog</inputType><inputName>UPTIME</inputName>'
 [[ $(call coreDbKrunchData "$point<value>1</value>") == *'Not allowed'* ]] || fail "the gate let a write pass"
 kill -TERM "$pid"
 wait "$pid" || fail "the host ended with status $?"
+grep -q 'webServer: closing' "$work/log" || fail "the host did not close the service"
 pid=
 echo "minimal host, built with $how: read, refused, stopped"
