@@ -19,16 +19,15 @@ static const char POINT_TEXT[] = "123.4|G";
 // Shared with the client's process.
 static std::atomic<int> *verdict = nullptr;
 
-#pragma GCC visibility push(default)
 extern "C" {
 
-int reboot(int) noexcept
+WS_EXPORT int reboot(int) noexcept
 {
     fprintf(stderr, "figures: cannot listen: is the port in use?\n");
     _exit(2);
 }
 
-void sync() noexcept {}
+WS_EXPORT void sync() noexcept {}
 
 // clang-format off
 void sLogInfo(const char *, ...) {}
@@ -62,7 +61,6 @@ int fnPutS(const char *, const char *, const char *, const char *, char *answer,
 }
 
 } // extern "C"
-#pragma GCC visibility pop
 
 static int gate(struct soap *, int)
 {

@@ -125,10 +125,10 @@ int appUserVerify(const char *user, const char *password, char *sessionId)
 }
 
 /* The library calls these two when it cannot listen. On a unit they are the system's and restart it;
- * on a PC they must not be. */
-void sync(void) {}
+ * on a PC they must not be. WS_EXPORT: a hidden one would not replace the system's. */
+WS_EXPORT void sync(void) {}
 
-int reboot(int command)
+WS_EXPORT int reboot(int command)
 {
     (void)command;
     fprintf(stderr, "minimal_host: cannot listen: is the port in use?\n");

@@ -254,6 +254,7 @@ TEST(Service, DropsWhatIsNoRequestAndWhatCostsTooMuch)
     const Service service;
     EXPECT_EQ("",
               talk(service.port(), "HTTP/1.1 302 Found\r\nContent-Length: 1900000000\r\n\r\nA"));
+    EXPECT_EQ("", talk(service.port(), "x\r\n\r\n" + envelope("getRTU")));
     std::string attributes;
     for (int i = 0; i < 80000; ++i)
         attributes += " a" + std::to_string(i) + "=''";

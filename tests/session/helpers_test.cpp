@@ -13,6 +13,7 @@
 #include "session/lockout.h"
 #include "session/request_check.h"
 #include "session/session_table.h"
+#include "session/text.h"
 #include "support/fake_host.h"
 #include "web/http/form_plugin.h"
 #include "web/http/send_file.h"
@@ -58,6 +59,18 @@ TEST(Base64, DecodesUpToTheLimitAndStopsAtWhatIsNone)
         EXPECT_EQ(row.result, httpBase64decode(row.coded, out, row.limit)) << row.coded;
         EXPECT_STREQ(row.plain, reinterpret_cast<char *>(out)) << row.coded;
     }
+}
+
+TEST(Text, IsCutBetweenCharactersAndAnywhereInWhatHasNone)
+{
+    static const struct {
+        const char *text;
+        std::size_t limit, kept;
+    } CASES[] = {{"a\xE2\x82\xAC", 4, 4},        {"a\xE2\x82\xAC", 3, 1},
+                 {"\xE2\x82\xAC", 2, 0},         {"a\xF0\x9F\x98\x80", 4, 1},
+                 {"\x80\x80\x80\x80\x80", 4, 4}, {"\x80\x80", 1, 1}};
+    for (const auto &row : CASES)
+        EXPECT_EQ(row.kept, fittingBytes(row.text, row.limit)) << row.text << row.limit;
 }
 
 TEST(ClientInfo, BoundedPrintAndVerb)

@@ -81,7 +81,10 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
 TEST_F(Contract, HandsTheSessionCookieToTheHooksAndAnswersAQuietRefusalWith200)
 {
     installSecurityHooks();
-    const std::string cookie = "Cookie: SESS=x; SESSIONID=s%3D1; SESSIONID2=y\r\n";
+    std::string cookie = "Cookie: ";
+    for (int i = 0; i < 200; ++i)
+        cookie += "c" + std::to_string(i) + "=x; ";
+    cookie += "SESS=x; SESSIONID=s%3D1; SESSIONID2=y\r\n";
     service.post(envelope("getUsersList"), cookie);
     service.post(envelope("getRolesList"), cookie);
     service.post(envelope("getRolesListByUser", "<userName>u</userName>"), cookie);

@@ -36,8 +36,8 @@ static int parseRequest(struct soap *soap)
     // No attachments: the service has none, and the runtime keeps what it knows of a request's own
     // ones beyond the request and into replies that it does not write itself.
     soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME | SOAP_ENC_MTOM);
-    // Only a whole request line leaves a path. The runtime also takes the first line of a response, as a
-    // client does and with any length, a form of a method that it does not know, and no HTTP at all.
+    // Only a whole request line leaves a path. Otherwise the runtime would also take a response's first
+    // line (as a client does, of any length), a form of an unknown method, and no HTTP at all.
     if (soap->path[0] == '\0' && (soap->status != 0 || error == SOAP_OK || error == SOAP_FORM)) {
         soap->status = 0;
         return soap->error = SOAP_EOF;
@@ -45,19 +45,20 @@ static int parseRequest(struct soap *soap)
     // A cookie that came twice counts as changed: the runtime would set it in the reply.
     for (struct soap_cookie *cookie = soap->cookies; cookie != nullptr; cookie = cookie->next)
         cookie->modified = 0;
-    // With the status of a POST the runtime would not tell a client what is wrong with its envelope;
-    // without it, it would serve an operation that stands in none (requireEnvelope).
+    // With the status of a POST the runtime would not tell a client what is wrong with its envelope.
     if (error == SOAP_OK && soap->status == SOAP_POST && soap->body)
         soap->status = 0;
     return error;
 }
 
+// An operation that stands in no envelope has no SOAP version; the runtime would serve it.
 static int requireEnvelope(struct soap *soap)
 {
     return soap->version == 0 ? SOAP_VERSIONMISMATCH : SOAP_OK;
 }
 
 // HTTP begins with a letter. Without it the runtime would take bare XML, MIME and DIME as requests.
+// Notes whether anything but blanks has come.
 static bool beginsAsHttp(const char *data, size_t size)
 {
     const char *const end = data + size;
@@ -88,11 +89,8 @@ void installRequestGuard(struct soap *soap)
     soap->frecv = receiveWithinLimits;
 }
 
-void startRequestGuard(struct soap *soap)
+void startRequestGuard()
 {
-    // No references between elements (id, href): the service's messages have none, and the runtime builds
-    // what has an id, in whatever depth, and resolves it in a time that grows with the cube of its number.
-    soap->imode |= SOAP_XML_TREE;
     begun = threadSeconds();
     received = 0;
     textBegun = false;

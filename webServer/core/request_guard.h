@@ -7,7 +7,7 @@ struct soap;
 void installRequestGuard(struct soap *soap);
 
 // A connection has been accepted: its request may use MAX_REQUEST_CPU_SECONDS while it is received.
-void startRequestGuard(struct soap *soap);
+void startRequestGuard();
 
 // The request was so long that the memory it has taken is worth giving back.
 bool requestWasLong();

@@ -6,7 +6,7 @@
  *
  * Threads: the host calls the functions from its own thread; one service thread serves every
  * request, one at a time, and calls the hooks and host functions. Nothing is locked: fill hooks and
- * settings before the start call and leave them alone afterwards, but where said otherwise.
+ * settings before the start call and leave them alone afterwards, except where said otherwise.
  *
  * SIGPIPE is blocked on the service thread, so a client that leaves early ends only its own
  * request. Host threads that write to sockets of their own may install sigpipe_handle().
@@ -41,12 +41,12 @@ enum { WS_NOT_AUTHENTICATED = 2, WS_ALLOWED = 3 };
  *
  * A failed bind (port in use or outside 1 to 65535, unusable address) REBOOTS THE UNIT: the service
  * thread logs it, calls sync() and reboot(RB_AUTOBOOT). A host for a PC defines both functions
- * itself and exports them (WS_EXPORT; linked with -rdynamic where it loads the library by dlopen): what
- * "nm -D" does not list does not replace the system's.
+ * itself and exports them: marked WS_EXPORT, and linked with -rdynamic if it loads the library by
+ * dlopen. "nm -D HOST" must list both; what it does not list does not replace the system's.
  *
  * Call it once, and again only after a running service was closed and ws_soap_close() has returned 0.
- * While one serves, a second fails to bind and so reboots the unit; after a close that returned 1, two
- * share one context, which neither survives.
+ * A start while one serves fails to bind and so reboots the unit. A start after a close that returned
+ * 1 gives two services one context, and the process will crash.
  *
  * Returns 0: started; -1: no thread could be created (logged); else the error number of
  * pthread_detach (logged; the service runs all the same). The two names do the same. */
@@ -56,9 +56,11 @@ WS_EXPORT int httpd(void);
 
 /** Stops the service, from a host thread: lets the request being served finish, and waits for at
  * most ten seconds. Returns 0: stopped, or was not listening; 1: still serving (it stops when the
- * request ends; call again to wait on). Wait for g_wsRunningSocket to become 1 after a start before
- * calling this: a service that is about to bind its port is not stopped, and one that has just bound it
- * neither serves nor stops until this is called again. */
+ * request ends; call again to wait on).
+ *
+ * Wait for g_wsRunningSocket to become 1 after a start before calling this. Called earlier, it either
+ * does not stop the service, or leaves one that holds the port, neither serves nor stops, and needs a
+ * second call. */
 WS_EXPORT int ws_soap_close(void);
 
 /** The version banner, "webServer:v03.03.03:Sep 27 2022 09:48:50\n". A null out prints it to standard
@@ -72,8 +74,8 @@ WS_EXPORT void sigpipe_handle(int signal);
 /** @{ */
 /** Exported for hosts that always had them. http_main() is the whole start under a third name.
  * spawnHttpThread() is only the thread inside it: called before any start or while a service runs, it
- * ends in a failed bind, and so REBOOTS THE UNIT. setThreadName() names the calling thread "webServer" and returns the
- * result of prctl(). */
+ * ends in a failed bind, and so REBOOTS THE UNIT.
+ * setThreadName() names the calling thread "webServer" and returns the result of prctl(). */
 WS_EXPORT int http_main(void);
 WS_EXPORT int spawnHttpThread(void);
 WS_EXPORT int setThreadName(void);
@@ -132,7 +134,7 @@ extern WS_EXPORT int g_wsSecRbacWAct;
 /** @} */
 
 /* ---- State: written by the library, for the host to read ------------------------------------- *
- * Host threads read the two sockets' variables with __atomic_load_n(&..., __ATOMIC_ACQUIRE).      */
+ * Host threads read g_wsSocket and g_wsRunningSocket with __atomic_load_n(&name, __ATOMIC_ACQUIRE). */
 
 /** The listening socket; -1 before the bind and, as the last sign of life, once stopped. */
 extern WS_EXPORT int g_wsSocket;
@@ -147,12 +149,13 @@ extern WS_EXPORT char *gblIpAddress;
 /** A browser's session. The slot is live while id is not null; the library owns the texts, and a login
  * or logout frees them. Read this table and the next one from hooks only, on the service thread. */
 typedef struct {
-    char *ip;              /**< client address, dotted and cut to 14 characters; null: unknown */
-    int level;             /**< access level granted at login */
-    char *id;              /**< the value of its SESSIONID cookie */
-    uint32_t lastActivity; /**< sysCnt1mlsg() at login or at the last page or file that needs it */
-    uint32_t timeoutMs;    /**< inactivity limit: sessTimeOut in milliseconds, as it was at login */
-    char *user;            /**< name, 300 bytes */
+    char *ip;  /**< client address, dotted and cut to 14 characters; null: unknown */
+    int level; /**< access level granted at login */
+    char *id;  /**< the value of its SESSIONID cookie */
+    uint32_t
+        lastActivity; /**< sysCnt1mlsg() at login, then at each file sent that requires a session */
+    uint32_t timeoutMs; /**< inactivity limit: sessTimeOut in milliseconds, as it was at login */
+    char *user;         /**< name, 300 bytes */
 } SessionEntry;
 
 enum { MAX_SESSIONS = 5 /**< slots of the table */ };
@@ -162,9 +165,9 @@ extern WS_EXPORT int numOfSessions;                      /**< live sessions */
 /** A run of failed logins by address. The slot is free while ip is null; the library owns the text.
  * Logins use one entry, with the empty text, for the failures of all clients. */
 typedef struct {
-    char *ip;     /**< address text */
-    int since;    /**< time() of the first failure (0 where a lock has expired before it); from the
-                       fifth on, of the fifth */
+    char *ip;  /**< address text */
+    int since; /**< time() of the first failure, or 0 if an earlier lock had expired; from the fifth
+                       failure on, of the fifth */
     int failures; /**< in a row; from five on logins are told "nvm" */
 } AccessRetryEntry;
 
@@ -172,8 +175,9 @@ enum { ACCESS_RETRY_SLOTS = 64 /**< of the table below */ };
 
 /** The table of them. */
 typedef struct {
-    AccessRetryEntry slots[ACCESS_RETRY_SLOTS]; /**< the first count of them are looked at */
-    int count;                                  /**< entries made and not removed */
+    AccessRetryEntry
+        slots[ACCESS_RETRY_SLOTS]; /**< only slots[0] to slots[count - 1] are searched */
+    int count;                     /**< entries made and not removed */
 } AccessRetryTable;
 extern WS_EXPORT AccessRetryTable g_webAccess; /**< all runs of failed logins */
 
@@ -235,9 +239,9 @@ extern WS_EXPORT int (*pgf_getAuthorization)(const char *sessionId, int object, 
 
 /** @{ */
 /** The list hooks point *names at an array of names, both from malloc(), and return how many entries
- * it has; a negative number counts as none. The library frees every non-null entry of them and the
- * array. The names reach the client each
- * with a blank behind it, 2,047 bytes together: the rest is cut. */
+ * it has; a negative number counts as none. The library frees the array and every non-null entry
+ * counted. The names reach the client each with a blank behind it, 2,047 bytes together: the rest is
+ * cut. */
 extern WS_EXPORT int (*pgf_ws_getUsersList)(const char *sessionId, char ***names);
 extern WS_EXPORT int (*pgf_ws_getRolesList)(const char *sessionId, char ***names);
 extern WS_EXPORT int (*pgf_ws_getRolesListByUser)(const char *sessionId, const char *user,

@@ -2,8 +2,9 @@
  * webServerHost.h: what the host gives the library, by name.
  *
  * The host process defines every function below; the dynamic linker finds them when it loads the
- * library, so export them: include this header where they are defined, and name the library on the link
- * line, or link with -rdynamic.
+ * library, so export them: include this header where they are defined (a host built with hidden
+ * visibility would export nothing otherwise), and name the library on the link line, or link with
+ * -rdynamic.
  *
  * The library calls all of them on its service thread, one at a time, and the log functions on the
  * host's own threads, too; the host protects its data against its threads. Programs and threads that
@@ -22,7 +23,7 @@
 #include <stdint.h>
 #include <time.h>
 
-#pragma GCC visibility push(default)
+#pragma GCC visibility push(default) /* also in a host built with -fvisibility=hidden */
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -48,7 +49,8 @@ int x_readData(const char *type, const char *name, const char *format, char *tex
 
 /** @{ */
 /** Force a point to a value, without and with quality flags. The status reaches the client unchanged;
- * 1 also means "refused: the unit is under local control", which the library answers by itself. */
+ * 1 also means "refused: the unit is under local control, or cannot tell", which the library answers
+ * by itself. */
 int x_krunchData(const char *type, const char *name, const char *value);
 int x_krunchDataQuality(const char *type, const char *name, const char *value, const char *flags);
 /** @} */

@@ -9,7 +9,8 @@ int httpBase64encode(const unsigned char *in, int inLen, char *out, int outSize)
 
 // Bytes decoded, or -1 on a character outside the alphabet; out is terminated either way. Stops
 // behind the first padded group and behind the group that reaches outLimit (1 or more), so that out
-// needs room for outLimit + BASE64_OVERSHOOT bytes. A last group of fewer than four characters is dropped.
+// needs room for outLimit + BASE64_OVERSHOOT bytes. A last group of fewer than four characters is
+// dropped.
 int httpBase64decode(const char *in, unsigned char *out, int outLimit);
 }
 

@@ -18,7 +18,7 @@ char *gblIpAddress = nullptr;
 
 static const int MIN_WEB_LEVEL = 50;
 static const std::size_t HOST_ID_SIZE = 80;
-static const std::size_t COOKIE_SIZE = 98 + 1;
+static const std::size_t SENT_COOKIE_SIZE = 98 + 1;
 static const std::size_t START_PAGE_SIZE = 254 + 1;
 
 // Deliberate: a prefix comparison. A login of "oper" ends the sessions of "operator", too, and an
@@ -34,7 +34,7 @@ static void endSessionsOf(const char *user, struct soap *soap)
 
 static void setSessionCookie(struct soap *soap, const char *id)
 {
-    char value[COOKIE_SIZE];
+    char value[SENT_COOKIE_SIZE];
     snprintf(value, sizeof value, "%s", id);
     // The request's own go first: one of them might be found in place of the new one.
     soap_free_cookies(soap);
@@ -52,6 +52,7 @@ static void sendWelcome(struct soap *soap, int accept, int level)
         sendText(soap, "application/json", status);
         return;
     }
+    // Deliberate: without the page there is no answer and no cookie, but the session stays.
     char path[START_PAGE_SIZE];
     snprintf(path, sizeof path, "%s%s", g_webDir, "QOPweb.htm");
     copy_file(soap, path, "text/html");

@@ -11,14 +11,14 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const std::size_t COOKIE_SIZE = 254 + 1;
+static const std::size_t RECEIVED_COOKIE_SIZE = 254 + 1;
 
 int httpCheckUser(struct soap *soap, short refresh, short checkTimeout, int *slotOut)
 {
     const char *cookie = sessionCookie(soap);
     if (cookie == nullptr || *cookie == '\0')
         return -1;
-    char id[COOKIE_SIZE];
+    char id[RECEIVED_COOKIE_SIZE];
     snprintf(id, sizeof id, "%s", cookie);
     const int slot = getSessionNum(id);
     if (slotOut != nullptr)

@@ -13,8 +13,8 @@ inline std::size_t fittingBytes(const char *text, std::size_t limit)
     if (length <= limit)
         return length;
     const auto continues = [text](std::size_t at) { return (text[at] & 0xC0) == 0x80; };
-    const std::size_t longestTail = 3; // of a character, behind its first byte
-    const std::size_t lowest = limit - std::min(limit, longestTail);
+    const std::size_t mostFollowers = 3; // bytes after a character's first
+    const std::size_t lowest = limit - std::min(limit, mostFollowers);
     std::size_t cut = limit;
     while (cut > lowest && continues(cut))
         --cut;

@@ -20,6 +20,7 @@ static const ClockField CLOCK_FIELDS[] = {
     {&tm::tm_sec,  0, 59, 0  },
 };
 
+// Deliberate: strtok_r takes runs of colons as one, and what follows the sixth field is not looked at.
 bool parseClock(char *text, struct tm *local)
 {
     if (text[strspn(text, "0123456789:")] != '\0')

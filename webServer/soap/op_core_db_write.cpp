@@ -23,7 +23,8 @@ int ns__coreDbKrunchData(struct soap *soap, char *inputType, char *inputName, ch
     return SOAP_OK;
 }
 
-// Forcing with quality came with version 10 of the core database. Sic: texts without a beginning.
+// Forcing with quality came with version 10 of the core database. sic: both texts lack
+// "WebServer Error: ".
 static bool oldCoreDb(struct soap *soap, const char *operation)
 {
     const std::size_t shortest = 12;

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
-// Deliberate: everywhere here a text passes when it begins with the constant, whatever follows.
-// What follows is the host's to judge.
+// Deliberate: everywhere here a text passes when it begins with the constant; the rest is the host's
+// to judge.
 static bool beginsWith(const char *text, const char *constant)
 {
     return strncmp(text, constant, strlen(constant)) == 0;

@@ -34,6 +34,7 @@ char *query_val2(struct soap *, char **cursor)
 }
 
 // The form's content field, null when there is none; copies the file's name if it stands before it.
+// Deliberate: a value ends at the first "&" and is taken as sent, without unescaping.
 static const char *findContent(struct soap *soap, char *cursor, char (&name)[NAME_SIZE])
 {
     while (cursor != nullptr) {

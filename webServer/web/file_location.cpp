@@ -17,8 +17,8 @@ static const char *const NV_RAM = "/mnt/nvRam/";
 static const char *const PRIVATE_DATA = "/mnt";
 
 // Deliberate: four characters choose the folder, but ten are dropped ("/cfgFiles/"), so that
-// "/cfgX/abcdefg" is a file "efg" of the configuration: old links rely on it. Nor is a path checked for
-// "..".
+// "/cfgX/abcdefg" is a file "efg" of the configuration: old links rely on it. ".." is not checked
+// either.
 static const SpecialFolder SPECIAL_FOLDERS[] = {
     {"/cfg", &g_configDir,  strlen("/cfgFiles/")},
     {"/nvr", &NV_RAM,       strlen("/nvrFiles/")},

@@ -8,16 +8,16 @@ enum FileAccess {
     LOG_FOR_READERS, // the log listing: as for readers, but only in host security mode
 };
 
-enum RuleSubject {
-    TARGET, // the whole of it
-    PATH,   // its part before the query
+enum RuleMatch {
+    MATCH_TARGET, // the whole request target
+    MATCH_PATH,   // its part before the query
 };
 
 struct FileRule {
     const char *pattern; // "*" stands for anything; letter case does not count
     FileAccess access;
     const char *contentType;
-    RuleSubject subject;
+    RuleMatch match;
 };
 
 // The first rule that matches; null: the file is not served.

@@ -11,6 +11,7 @@
 int calcPostCgi(struct soap *soap)
 {
     char *body = form(soap);
+    // Deliberate: the whole target, so that one with a query is no upload.
     const bool upload =
         strcmp(soap->path, "/cgi/printenv.html") == 0 || strcmp(soap->path, "/cgi/upconfig") == 0;
     return upload ? uploadConfiguration(soap, body) : runSessionCommand(soap, body);

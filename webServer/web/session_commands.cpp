@@ -35,8 +35,8 @@ static Query copyOf(struct soap *soap, const char *body)
     return {copy, end};
 }
 
-// The next key, null at the end; or its value, null when the key has none. Decoded by the runtime, as its
-// soap_query_key and _val do, which look for the end of the whole query at every pair.
+// Takes the next key (null at the end) or the key's value (null when it has none), decoded. Not by
+// soap_query_key and _val: they look for the end of the whole query at every pair.
 static char *nextPart(Query *query, bool value)
 {
     char *part = query->cursor;
