@@ -255,6 +255,7 @@ TEST(Service, DropsWhatIsNoRequestAndWhatCostsTooMuch)
     EXPECT_EQ("",
               talk(service.port(), "HTTP/1.1 302 Found\r\nContent-Length: 1900000000\r\n\r\nA"));
     EXPECT_EQ("", talk(service.port(), "x\r\n\r\n" + envelope("getRTU")));
+    EXPECT_THAT(talk(service.port(), "FETCH / HTTP/1.1\r\n\r\n"), HasSubstr("HTTP/1.1 405"));
     std::string attributes;
     for (int i = 0; i < 80000; ++i)
         attributes += " a" + std::to_string(i) + "=''";

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <link.h>
 #include <string>
+#include <vector>
 
 #include "core/config.h"
 #include "core/hooks.h"
@@ -72,6 +73,15 @@ TEST(Configuration, PortAndRemoteFlagFollowTheirOwnRules)
         EXPECT_EQ(row.expectedPort, g_serverPort) << row.port;
         EXPECT_EQ(row.expectedRemote, g_webRemote) << row.remote;
     }
+}
+
+// Before any test or start has changed them.
+static const std::vector<int> AT_LOAD = {g_csEnabled, g_highLevel, sessTimeOut, g_lowLevel,
+                                         g_wsSocket,  g_webRemote, g_serverPort};
+
+TEST(Settings, HaveTheirDefaultsAtLoad)
+{
+    EXPECT_EQ((std::vector<int>{0, 200, 900, 0, -1, 0, 0}), AT_LOAD);
 }
 
 TEST(Hooks, DefaultsReplaceTheHostsOnlyWhenItsSecurityIsOff)
