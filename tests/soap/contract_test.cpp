@@ -5,6 +5,7 @@
 #include "support/fake_host.h"
 #include "support/wire.h"
 
+using namespace std::string_literals;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -73,7 +74,9 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
     std::string foreign = envelope("getRTU");
     foreign.replace(foreign.find("xmlsoap"), 7, "example");
     for (const std::string &noEnvelope :
-         {foreign, std::string("<n:getRTU xmlns:n='urn:soapServ'/>")})
+         {foreign, "<n:getRTU xmlns:n='urn:soapServ'/>"s,
+          "<E:Body E:encodingStyle='' xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'>"
+          "<getRTU xmlns='urn:soapServ'/></E:Body></x>"s})
         EXPECT_THAT(service.post(noEnvelope), HasSubstr("<faultcode>SOAP-ENV:VersionMismatch<"));
     EXPECT_THAT(service.post("no XML at all"), HasSubstr("<faultcode>SOAP-ENV:Client<"));
 }

@@ -6,8 +6,8 @@
 //                              {id@ADDRESS} another client's
 //   header TEXT                for the next request only; type TEXT: its content type; verb TEXT;
 //   length N, chunked          how the next form is announced; hang: and cut off after it
-//   file PATH TEXT             writes a file; "fifo PATH" makes one, "hold PATH" opens it without ever
-//                              reading; "folder PATH", "remove PATH"
+//   file PATH TEXT             writes a file; "fifo PATH" makes one, "folder PATH", "remove PATH";
+//                              "small PATH": a folder with next to no room
 //   GET TARGET, POST PATH BODY, SOAP OPERATION, login USER PASSWORD, logout, keepAlive -> EXPECTED:
 //     nothing                  no byte
 //     CODE TYPE BODY           of the one reply; a BODY of "@PATH" is the content of that file
@@ -18,12 +18,12 @@
 //   sends N                    system calls that the last reply took
 //   sessions N, content PATH TEXT, calls F(A) G()   what must be so now
 #include <algorithm>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <map>
 #include <sstream>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -221,7 +221,7 @@ class WebCase : public testing::Test {
                  write(path, expanded(rest));
              }},
             {"fifo", [&] { EXPECT_EQ(0, mkfifo(rest.c_str(), 0600)); }},
-            {"hold", [&] { EXPECT_NE(-1, open(rest.c_str(), O_RDWR)); }},
+            {"small", [&] { EXPECT_EQ(0, mount("tmpfs", rest.c_str(), "tmpfs", 0, "size=16k")); }},
             {"folder", [&] { fs::create_directories(rest); }},
             {"remove", [&] { fs::remove_all(rest); }},
             {"failures",

@@ -1,6 +1,7 @@
 // core/request_guard.cpp: keeps a request within its limits where the runtime would go further.
 #include "core/request_guard.h"
 
+#include <algorithm>
 #include <cctype>
 #include <ctime>
 #include <stdsoap2.h>
@@ -10,6 +11,8 @@
 // The runtime compares every attribute of an element with all before it: half a megabyte of them
 // would keep the one service thread busy for a minute, and each further megabyte for much longer.
 static const double MAX_REQUEST_CPU_SECONDS = 2;
+static const std::size_t PIECE_BYTES = 4096;
+
 // The runtime counts the bytes of a request, but not those between its chunks.
 static const std::size_t MAX_BYTES_WITH_CHUNKS = 2 * MAX_FORM_BYTES;
 static const std::size_t LONG_REQUEST_BYTES = 0x100000; // 1 MiB
@@ -51,10 +54,11 @@ static int parseRequest(struct soap *soap)
     return error;
 }
 
-// An operation that stands in no envelope has no SOAP version; the runtime would serve it.
+// The runtime would serve an operation that stands in no envelope. Without one there is no version, or,
+// where an attribute has told one, no open element.
 static int requireEnvelope(struct soap *soap)
 {
-    return soap->version == 0 ? SOAP_VERSIONMISMATCH : SOAP_OK;
+    return soap->version == 0 || soap->level == 0 ? SOAP_VERSIONMISMATCH : SOAP_OK;
 }
 
 // HTTP begins with a letter. Without it the runtime would take bare XML, MIME and DIME as requests.
@@ -68,12 +72,13 @@ static bool beginsAsHttp(const char *data, size_t size)
     return !textBegun || isalpha(static_cast<unsigned char>(*data));
 }
 
-// Receives for the runtime, to which 0 says that the client has hung up.
+// Receives for the runtime, to which 0 says that the client has hung up. In small pieces: the clock is
+// looked at between them.
 static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 {
     if (received > MAX_BYTES_WITH_CHUNKS || threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS)
         return 0;
-    const size_t length = receive(soap, to, size);
+    const size_t length = receive(soap, to, std::min(size, PIECE_BYTES));
     received += length;
     return textBegun || beginsAsHttp(to, length) ? length : 0;
 }

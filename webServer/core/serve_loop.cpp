@@ -29,16 +29,11 @@ int g_wsRunningSocket = 0;
 // for it. Without SOAP_IO_KEEPALIVE each connection carries one request.
 static const soap_mode CONTEXT_MODE = 0x2000000;
 
-// No references between elements (id, href, ref): the service's messages have none, and the runtime
-// would build whatever has an id, however deep, and resolve n references in a time of n cubed.
-static const soap_mode INPUT_MODE = CONTEXT_MODE | SOAP_XML_TREE;
-
 static const int ACCEPT_TIMEOUT_SECONDS = 0; // waits without limit
 static const int STALL_TIMEOUT_SECONDS = 60;
 static const int MAX_KEEP_ALIVE = 100; // only a bound: keep-alive is never on
 static const int BACKLOG = 100;
-// A second line: without references nothing of the service nests, and 10,000 levels, the runtime's
-// limit, would overrun the thread's stack.
+// The runtime's 10,000 would overrun the thread's stack. What is skipped does not count.
 static const unsigned MAX_XML_DEPTH = 100;
 static const int MAX_COOKIES = 256; // browsers send a unit's cookies to every port of its address
 static const ULONG64 MAX_REQUEST_BYTES = MAX_FORM_BYTES; // the runtime's 2 GB would end the unit
@@ -63,7 +58,6 @@ void ws_soap_initiate(struct soap *soap)
 
 static void configure(struct soap *soap)
 {
-    soap->imode = INPUT_MODE;
     soap->cookie_domain = "";
     soap->cookie_path = "";
     soap->cookie_max = MAX_COOKIES;
@@ -162,8 +156,7 @@ static void forgetRequest(struct soap *soap)
     soap->origin = soap->proxy_from = nullptr;
     soap->cors_origin = soap->cors_method = soap->cors_header = nullptr;
     soap->cors_methods = soap->cors_headers = nullptr;
-    soap->imode = INPUT_MODE;
-    soap->omode = CONTEXT_MODE; // a sent file has changed it
+    soap->imode = soap->omode = CONTEXT_MODE; // a sent file has changed it
     gblIpAddress = nullptr;
     if (requestWasLong())
         malloc_trim(0);

@@ -25,7 +25,8 @@ int soap_putheader(struct soap *);
 extern "C" {
 extern struct Namespace namespaces[];
 void soap_markelement(struct soap *, const void *, int);
-void *soap_getelement(struct soap *, const char *, int *);
+void *soap_getelement(struct soap *, const char *, int *)
+    __attribute__((weak)); // stray_elements.cpp has the one that counts
 int soap_putelement(struct soap *, const void *, const char *, int, int);
 void *soap_dupelement(struct soap *, const void *, int);
 void soap_delelement(const void *, int);

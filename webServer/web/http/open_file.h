@@ -11,6 +11,6 @@ using File = std::unique_ptr<FILE, CloseFile>;
 
 enum FileUse { FOR_READING, FOR_WRITING };
 
-// Opens a file, emptied or made when for writing. Null when that fails, for devices, and for all below
-// /proc and /sys. A FIFO never blocks, and programs that the host starts do not inherit the file.
+// Opens a file, emptied or made when for writing. Null when that fails, for devices and pipes, and for
+// what is below /proc and /sys. Never blocks, and programs that the host starts do not inherit the file.
 File openFile(const char *path, FileUse use);
