@@ -75,8 +75,8 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
     foreign.replace(foreign.find("xmlsoap"), 7, "example");
     for (const std::string &noEnvelope :
          {foreign, "<n:getRTU xmlns:n='urn:soapServ'/>"s,
-          "<E:Body E:encodingStyle='' xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'>"
-          "<getRTU xmlns='urn:soapServ'/></E:Body></x>"s})
+          "<E:Header E:encodingStyle='' xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'>"
+          "<E:Body><getRTU xmlns='urn:soapServ'/></E:Body></E:Header>"s})
         EXPECT_THAT(service.post(noEnvelope), HasSubstr("<faultcode>SOAP-ENV:VersionMismatch<"));
     EXPECT_THAT(service.post("no XML at all"), HasSubstr("<faultcode>SOAP-ENV:Client<"));
 }

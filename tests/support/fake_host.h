@@ -43,6 +43,7 @@ public:
     int createError = 0;            // of a thread; 0: it works
     int detachError = 0;            // although it works
     bool noTime = false;            // mktime cannot tell the time
+    int cpuSecondsPerLook = 0;      // that the thread's processor-time clock moves by itself
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry
     int namesCount = 0;

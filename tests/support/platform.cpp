@@ -82,6 +82,11 @@ time_t mktime(struct tm *local)
 
 int clock_gettime(clockid_t clock, struct timespec *time)
 {
+    if (clock == CLOCK_THREAD_CPUTIME_ID && hostExists() && host().cpuSecondsPerLook != 0) {
+        static time_t seconds;
+        *time = {seconds += host().cpuSecondsPerLook, 0};
+        return 0;
+    }
     if (clock != CLOCK_REALTIME || !hostExists() || host().now == 0)
         return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
     *time = {host().now, 0};

@@ -8,10 +8,12 @@
 
 #include "web/http/form_plugin.h"
 
-// The runtime compares every attribute of an element with all before it: half a megabyte of them
-// would keep the one service thread busy for a minute, and each further megabyte for much longer.
 static const double MAX_REQUEST_CPU_SECONDS = 2;
 static const std::size_t PIECE_BYTES = 4096;
+
+// The runtime keeps the name of every attribute of a request, and compares each with all before it: half
+// a megabyte of them would keep the one service thread busy for a minute.
+static const int MAX_ATTRIBUTE_NAMES = 1000;
 
 // The runtime counts the bytes of a request, but not those between its chunks.
 static const std::size_t MAX_BYTES_WITH_CHUNKS = 2 * MAX_FORM_BYTES;
@@ -54,13 +56,6 @@ static int parseRequest(struct soap *soap)
     return error;
 }
 
-// The runtime would serve an operation that stands in no envelope. Without one there is no version, or,
-// where an attribute has told one, no open element.
-static int requireEnvelope(struct soap *soap)
-{
-    return soap->version == 0 || soap->level == 0 ? SOAP_VERSIONMISMATCH : SOAP_OK;
-}
-
 // HTTP begins with a letter. Without it the runtime would take bare XML, MIME and DIME as requests.
 // Notes whether anything but blanks has come.
 static bool beginsAsHttp(const char *data, size_t size)
@@ -72,11 +67,20 @@ static bool beginsAsHttp(const char *data, size_t size)
     return !textBegun || isalpha(static_cast<unsigned char>(*data));
 }
 
-// Receives for the runtime, to which 0 says that the client has hung up. In small pieces: the clock is
-// looked at between them.
+static bool hasTooManyAttributes(const struct soap *soap)
+{
+    int names = 0;
+    for (const struct soap_attribute *next = soap->attributes; next != nullptr; next = next->next)
+        ++names;
+    return names > MAX_ATTRIBUTE_NAMES;
+}
+
+// Receives for the runtime, to which 0 says that the client has hung up. In small pieces, to look at the
+// limits often.
 static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 {
-    if (received > MAX_BYTES_WITH_CHUNKS || threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS)
+    if (received > MAX_BYTES_WITH_CHUNKS || hasTooManyAttributes(soap)
+        || threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS)
         return 0;
     const size_t length = receive(soap, to, std::min(size, PIECE_BYTES));
     received += length;
@@ -89,7 +93,6 @@ void installRequestGuard(struct soap *soap)
 {
     parseHttp = soap->fparse;
     soap->fparse = parseRequest;
-    soap->fheader = requireEnvelope;
     receive = soap->frecv;
     soap->frecv = receiveWithinLimits;
 }

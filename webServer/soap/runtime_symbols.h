@@ -19,14 +19,13 @@ void soap_serializefault(struct soap *);
 int soap_getfault(struct soap *);
 int soap_putfault(struct soap *);
 void soap_serializeheader(struct soap *);
-int soap_getheader(struct soap *);
+int soap_getheader(struct soap *) __attribute__((weak)); // envelope.cpp has the one that counts
 int soap_putheader(struct soap *);
 
 extern "C" {
 extern struct Namespace namespaces[];
 void soap_markelement(struct soap *, const void *, int);
-void *soap_getelement(struct soap *, const char *, int *)
-    __attribute__((weak)); // stray_elements.cpp has the one that counts
+void *soap_getelement(struct soap *, const char *, int *) __attribute__((weak)); // as above
 int soap_putelement(struct soap *, const void *, const char *, int, int);
 void *soap_dupelement(struct soap *, const void *, int);
 void soap_delelement(const void *, int);
