@@ -110,8 +110,8 @@ std::vector<Exchange> makeExchanges(const std::string &folder)
     add("upload", form(upload, cookie, "/cgi/upconfig"), "200 OK");
     add("upload refused", form(upload, cookie, "/cgi/upconfig"), "", WS_NOT_AUTHENTICATED);
     add("configuration file", get("/cfgFiles/site.xml", cookie), "<site name");
-    add("log listing", get("/log/cslog.log", cookie),
-        "text/plain"); // of a folder that is not there
+    // Of a folder that is not there.
+    add("log listing", get("/log/cslog.log", cookie), "text/plain");
     add("getUserAuth, session", soap11(envelope("getUserAuth"), cookie), "getUserAuthResponse");
     add("keep-alive", form(keepAlive, cookie), "204 No Content");
     add("long form, upload", form(upload + padding, cookie, "/cgi/upconfig"), "200 OK");

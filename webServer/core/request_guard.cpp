@@ -8,11 +8,12 @@
 
 #include "web/http/form_plugin.h"
 
+// The last resort: not all work of the runtime that grows faster than a request has its own limit.
 static const double MAX_REQUEST_CPU_SECONDS = 2;
-static const std::size_t PIECE_BYTES = 4096;
+static const std::size_t PIECE_BYTES = 4096; // after which the limits are looked at again
 
-// The runtime keeps the name of every attribute of a request, and compares each with all before it: half
-// a megabyte of them would keep the one service thread busy for a minute.
+// The runtime keeps the name of every attribute of a request, and compares each with all before it:
+// half a megabyte of them would keep the one service thread busy for a minute.
 static const int MAX_ATTRIBUTE_NAMES = 1000;
 
 // The runtime counts the bytes of a request, but not those between its chunks.
@@ -41,8 +42,8 @@ static int parseRequest(struct soap *soap)
     // No attachments: the service has none, and the runtime keeps what it knows of a request's own
     // ones beyond the request and into replies that it does not write itself.
     soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME | SOAP_ENC_MTOM);
-    // Only a whole request line leaves a path. Otherwise the runtime would also take a response's first
-    // line (as a client does, of any length), a form of an unknown method, and no HTTP at all.
+    // Only a whole request line leaves a path. Otherwise the runtime would also take a response's
+    // first line (as a client does, of any length), a form of an unknown method, and no HTTP at all.
     if (soap->path[0] == '\0' && (soap->status != 0 || error == SOAP_OK || error == SOAP_FORM)) {
         soap->status = 0;
         return soap->error = SOAP_EOF;
@@ -75,8 +76,7 @@ static bool hasTooManyAttributes(const struct soap *soap)
     return names > MAX_ATTRIBUTE_NAMES;
 }
 
-// Receives for the runtime, to which 0 says that the client has hung up. In small pieces, to look at the
-// limits often.
+// Receives for the runtime, to which 0 says that the client has hung up.
 static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 {
     if (received > MAX_BYTES_WITH_CHUNKS || hasTooManyAttributes(soap)

@@ -33,7 +33,7 @@ static const int ACCEPT_TIMEOUT_SECONDS = 0; // waits without limit
 static const int STALL_TIMEOUT_SECONDS = 60;
 static const int MAX_KEEP_ALIVE = 100; // only a bound: keep-alive is never on
 static const int BACKLOG = 100;
-// The runtime's 10,000 would overrun the thread's stack. What is skipped does not count.
+// Of elements that are read, not skipped: the runtime's 10,000 are for a larger stack.
 static const unsigned MAX_XML_DEPTH = 100;
 static const int MAX_COOKIES = 256; // browsers send a unit's cookies to every port of its address
 static const ULONG64 MAX_REQUEST_BYTES = MAX_FORM_BYTES; // the runtime's 2 GB would end the unit

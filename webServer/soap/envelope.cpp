@@ -1,11 +1,11 @@
-// soap/envelope.cpp: what of a request's envelope is read: its header, and the fields of its operation.
+// soap/envelope.cpp: of a request's envelope, header and fields of the operation are read, no more.
 // These two functions replace generated ones, which would read more.
 #include <soapH.h>
 
 #pragma GCC visibility push(default) // the runtime calls them
 
-// Reads the header, and is called before anything else of the envelope. Where no element is open yet,
-// there is none, and the runtime would go on to serve an operation that stands by itself.
+// Reads the header, if there is one. Called when the envelope has been opened: where no element is
+// open there is none, and the runtime would go on to serve an operation that stands by itself.
 int soap_getheader(struct soap *soap)
 {
     if (soap->level == 0)
@@ -16,9 +16,9 @@ int soap_getheader(struct soap *soap)
     return soap->header == nullptr;
 }
 
-// Called for elements that have an id, or stand behind the operation. What it knew of them it would
-// build, however deep, for others to refer to; the runtime then resolves n references in a time of n
-// cubed. The service's messages have none.
+// Builds nothing. Called for elements that are no field and have an id, or stand behind the operation.
+// The generated function builds those of a known type, however deep, for others to refer to, and the
+// runtime then resolves n references in a time of n cubed. The service's messages have none.
 extern "C" void *soap_getelement(struct soap *soap, const char *, int *)
 {
     soap->error = SOAP_TAG_MISMATCH;
