@@ -8,15 +8,15 @@
 #include <stdsoap2.h>
 #include <string>
 
-#include "session/base64.h"
-#include "session/client_info.h"
+#include "base/base64.h"
+#include "base/text.h"
+#include "http/client_info.h"
+#include "http/form_plugin.h"
+#include "http/send_file.h"
 #include "session/lockout.h"
 #include "session/request_check.h"
 #include "session/session_table.h"
-#include "session/text.h"
 #include "support/fake_host.h"
-#include "web/http/form_plugin.h"
-#include "web/http/send_file.h"
 
 TEST(Base64, EncodesGroupsOfThreeAndKnowsItsRoom)
 {

@@ -27,10 +27,10 @@
 #include <sys/stat.h>
 #include <thread>
 
+#include "base/base64.h"
 #include "core/config.h"
 #include "core/hooks.h"
 #include "core/serve_loop.h"
-#include "session/base64.h"
 #include "session/lockout.h"
 #include "session/session_table.h"
 #include "support/cases.h"

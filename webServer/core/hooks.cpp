@@ -1,7 +1,7 @@
 // core/hooks.cpp: the hook pointers that the host fills, and what start-up puts in their place.
 #include "core/hooks.h"
 
-#include "session/thread_shared.h"
+#include "base/thread_shared.h"
 #include "webServer.h"
 #include "webServerHost.h"
 

@@ -14,10 +14,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "core/request_guard.h"
-#include "session/thread_shared.h"
+#include "base/thread_shared.h"
+#include "gsoap/limits.h"
+#include "http/form_plugin.h"
 #include "web/get_handler.h"
-#include "web/http/form_plugin.h"
 #include "web/post_handler.h"
 #include "webServer.h"
 #include "webServerHost.h"
@@ -36,7 +36,6 @@ static const int BACKLOG = 100;
 // Of elements that are read, not skipped: the runtime's 10,000 are for a larger stack.
 static const unsigned MAX_XML_DEPTH = 100;
 static const int MAX_COOKIES = 256; // browsers send a unit's cookies to every port of its address
-static const ULONG64 MAX_REQUEST_BYTES = MAX_FORM_BYTES; // the runtime's 2 GB would end the unit
 static const int ACCEPT_RETRY_MILLISECONDS = 100; // a lack of descriptors would flood the log
 static const int MAX_PORT = 65535;
 static const int MAX_CLOSE_WAITS = 10; // of one second

@@ -1,7 +1,7 @@
 // session/gate.cpp: asks the host whether the caller of a request may act.
 #include "session/gate.h"
 
-#include "session/thread_shared.h"
+#include "base/thread_shared.h"
 #include "webServer.h"
 
 int askGate(struct soap *soap, int level)

@@ -5,13 +5,13 @@
 #include <cstring>
 #include <stdsoap2.h>
 
-#include "session/client_info.h"
-#include "session/cookie.h"
+#include "base/thread_shared.h"
+#include "http/client_info.h"
+#include "http/cookies.h"
+#include "http/send_file.h"
 #include "session/lockout.h"
 #include "session/relogin.h"
 #include "session/session_table.h"
-#include "session/thread_shared.h"
-#include "web/http/send_file.h"
 #include "webServer.h"
 
 char *gblIpAddress = nullptr;

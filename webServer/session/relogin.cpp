@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "web/http/send_file.h"
+#include "http/send_file.h"
 
 static const std::size_t TARGET_SIZE = 30 + 1;
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "session/client_info.h"
-#include "session/cookie.h"
+#include "http/client_info.h"
+#include "http/cookies.h"
 #include "session/relogin.h"
 #include "session/session_table.h"
 #include "webServer.h"

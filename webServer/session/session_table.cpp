@@ -7,9 +7,9 @@
 #include <cstring>
 #include <stdsoap2.h>
 
-#include "session/base64.h"
-#include "session/client_info.h"
-#include "session/thread_shared.h"
+#include "base/base64.h"
+#include "base/thread_shared.h"
+#include "http/client_info.h"
 #include "webServer.h"
 #include "webServerHost.h"
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "session/text.h"
+#include "base/text.h"
 
 static const std::size_t DETAIL_BYTES = 1023;
 static const std::size_t LONGEST_ESCAPE = sizeof "&amp;" - 1;

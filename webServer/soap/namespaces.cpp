@@ -1,4 +1,4 @@
 // soap/namespaces.cpp: the XML namespaces of the service; the table is generated.
-#include "soap/runtime_symbols.h"
+#include "gsoap/symbols.h"
 
 #include <soapServ.nsmap>

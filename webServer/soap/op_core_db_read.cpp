@@ -1,7 +1,7 @@
 // soap/op_core_db_read.cpp: operations that read points of the real-time database.
 #include <cstring>
 
-#include "session/text.h"
+#include "base/text.h"
 #include "soap/checks.h"
 #include "soap/fault_detail.h"
 #include "webServer.h"

@@ -1,5 +1,5 @@
 // soap/op_device.cpp: calls into function containers, reboot, and what the unit is.
-#include "session/text.h"
+#include "base/text.h"
 #include "soap/checks.h"
 #include "webServer.h"
 #include "webServerHost.h"

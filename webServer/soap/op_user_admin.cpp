@@ -1,8 +1,8 @@
 // soap/op_user_admin.cpp: forwards the administration of users, roles and locks to the host's hooks.
 #include <cstdlib>
 
-#include "session/cookie.h"
-#include "session/text.h"
+#include "base/text.h"
+#include "http/cookies.h"
 #include "soap/checks.h"
 #include "webServer.h"
 

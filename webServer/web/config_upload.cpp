@@ -5,9 +5,9 @@
 #include <cstring>
 #include <stdsoap2.h>
 
+#include "http/open_file.h"
+#include "http/send_file.h"
 #include "session/gate.h"
-#include "web/http/open_file.h"
-#include "web/http/send_file.h"
 #include "webServer.h"
 
 static const std::size_t NAME_SIZE = 128;

@@ -5,11 +5,11 @@
 #include <cstring>
 #include <stdsoap2.h>
 
+#include "http/send_file.h"
 #include "session/gate.h"
 #include "session/request_check.h"
 #include "web/file_location.h"
 #include "web/file_rules.h"
-#include "web/http/send_file.h"
 #include "web/path_utils.h"
 #include "webServer.h"
 

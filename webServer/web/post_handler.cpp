@@ -4,8 +4,8 @@
 #include <cstring>
 #include <stdsoap2.h>
 
+#include "http/form_plugin.h"
 #include "web/config_upload.h"
-#include "web/http/form_plugin.h"
 #include "web/session_commands.h"
 
 int calcPostCgi(struct soap *soap)

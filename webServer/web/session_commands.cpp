@@ -4,7 +4,7 @@
 #include <cstring>
 #include <stdsoap2.h>
 
-#include "session/base64.h"
+#include "base/base64.h"
 #include "session/gate.h"
 #include "session/login.h"
 #include "web/path_utils.h"

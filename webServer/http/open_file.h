@@ -1,4 +1,4 @@
-// web/http/open_file.h: opens files whose names come from clients.
+// http/open_file.h: opens files whose names come from clients.
 #pragma once
 
 #include <cstdio>

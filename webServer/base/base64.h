@@ -1,4 +1,4 @@
-// session/base64.h: Base64 with the standard alphabet of RFC 4648, "=" padding and no line breaks.
+// base/base64.h: Base64 with the standard alphabet of RFC 4648, "=" padding and no line breaks.
 #pragma once
 
 extern "C" {

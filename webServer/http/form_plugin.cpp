@@ -1,8 +1,10 @@
-// web/http/form_plugin.cpp: hands form POSTs to a handler, and keeps each request's Accept header.
-#include "web/http/form_plugin.h"
+// http/form_plugin.cpp: hands form POSTs to a handler, and keeps each request's Accept header.
+#include "http/form_plugin.h"
 
 #include <cstdlib>
 #include <stdsoap2.h>
+
+#include "gsoap/limits.h"
 
 static const char ID[] = "webServer-form";
 
@@ -97,14 +99,14 @@ static char *readBody(struct soap *soap, bool chunked)
 {
     // A chunked form announces no length: the runtime must stop reading by itself, a buffer later.
     const ULONG64 usualLimit = soap->recv_maxlength;
-    soap->recv_maxlength = soap->count + MAX_FORM_BYTES + sizeof soap->buf;
+    soap->recv_maxlength = soap->count + MAX_REQUEST_BYTES + sizeof soap->buf;
     receive = soap->frecv;
     soap->frecv = receiveForm;
     endedEarly = false;
     soap->error = SOAP_OK;
     const ULONG64 before = soap->count;
     char *body = soap_http_get_form(soap);
-    const bool tooLong = chunked && soap->count - before > MAX_FORM_BYTES;
+    const bool tooLong = chunked && soap->count - before > MAX_REQUEST_BYTES;
     soap->frecv = receive;
     soap->recv_maxlength = usualLimit;
     return endedEarly || tooLong || soap->error != SOAP_OK ? nullptr : body;
@@ -115,7 +117,7 @@ char *form(struct soap *soap)
     const bool chunked = (soap->mode & SOAP_IO) == SOAP_IO_CHUNK;
     if (chunked)
         soap->length = 0; // the runtime would believe a length that is announced beside the chunks
-    const bool readable = chunked || (soap->length > 0 && soap->length <= MAX_FORM_BYTES);
+    const bool readable = chunked || (soap->length > 0 && soap->length <= MAX_REQUEST_BYTES);
     char *body = readable ? readBody(soap, chunked) : nullptr;
     soap->error = SOAP_OK;
     if (body == nullptr) // and no further wait for a body that is refused

@@ -1,5 +1,5 @@
-// web/http/open_file.cpp: opens files whose names come from clients.
-#include "web/http/open_file.h"
+// http/open_file.cpp: opens files whose names come from clients.
+#include "http/open_file.h"
 
 #include <cerrno>
 #include <climits>

@@ -1,4 +1,4 @@
-// session/client_info.h: what a request tells of its client: address, wished answer.
+// http/client_info.h: what a request tells of its client: address, wished answer.
 #pragma once
 
 struct soap;

@@ -1,4 +1,4 @@
-// session/text.h: bounded text. What does not fit is cut between characters; every result is
+// base/text.h: bounded text. What does not fit is cut between characters; every result is
 // terminated.
 #pragma once
 

@@ -1,12 +1,12 @@
-// session/client_info.cpp: what a request tells of its client: address, wished answer, verb.
-#include "session/client_info.h"
+// http/client_info.cpp: what a request tells of its client: address, wished answer, verb.
+#include "http/client_info.h"
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <stdsoap2.h>
 
-#include "web/http/form_plugin.h"
+#include "http/form_plugin.h"
 #include "webServer.h"
 
 char *httpGetIp(struct soap *soap)

@@ -1,12 +1,10 @@
-// core/request_guard.cpp: keeps a request within its limits where the runtime would go further.
-#include "core/request_guard.h"
+// gsoap/limits.cpp: keeps a request within its limits where the runtime would go further.
+#include "gsoap/limits.h"
 
 #include <algorithm>
 #include <cctype>
 #include <ctime>
 #include <stdsoap2.h>
-
-#include "web/http/form_plugin.h"
 
 // The last resort: not all work of the runtime that grows faster than a request has its own limit.
 static const double MAX_REQUEST_CPU_SECONDS = 2;
@@ -17,7 +15,7 @@ static const std::size_t PIECE_BYTES = 4096; // after which the limits are looke
 static const int MAX_ATTRIBUTE_NAMES = 1000;
 
 // The runtime counts the bytes of a request, but not those between its chunks.
-static const std::size_t MAX_BYTES_WITH_CHUNKS = 2 * MAX_FORM_BYTES;
+static const std::size_t MAX_BYTES_WITH_CHUNKS = 2 * MAX_REQUEST_BYTES;
 static const std::size_t LONG_REQUEST_BYTES = 0x100000; // 1 MiB
 
 // Of the request being served. Service thread only.

@@ -1,4 +1,4 @@
-// session/cookie.h: the cookie that names a caller's session.
+// http/cookies.h: the cookie that names a caller's session.
 #pragma once
 
 struct soap;

@@ -1,4 +1,4 @@
-// session/thread_shared.h: access to the plain variables that the host's thread and the service
+// base/thread_shared.h: access to the plain variables that the host's thread and the service
 // thread both touch. Whoever reads a value also sees what was written before it.
 #pragma once
 

@@ -1,4 +1,4 @@
-// web/http/send_file.h: sends texts, files and folders as HTTP response bodies.
+// http/send_file.h: sends texts, files and folders as HTTP response bodies.
 #pragma once
 
 struct soap;

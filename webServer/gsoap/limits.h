@@ -1,5 +1,7 @@
-// core/request_guard.h: keeps a request within its limits where the runtime would go further.
+// gsoap/limits.h: keeps a request within its limits where the runtime would go further.
 #pragma once
+
+#include <cstdint>
 
 struct soap;
 
@@ -11,3 +13,5 @@ void startRequestGuard();
 
 // The request was so long that the memory it has taken is worth giving back.
 bool requestWasLong();
+
+static const uint64_t MAX_REQUEST_BYTES = 0x1000000; // 16 MiB

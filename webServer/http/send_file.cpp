@@ -1,12 +1,12 @@
-// web/http/send_file.cpp: sends texts, files and folders as HTTP response bodies.
-#include "web/http/send_file.h"
+// http/send_file.cpp: sends texts, files and folders as HTTP response bodies.
+#include "http/send_file.h"
 
 #include <cstdio>
 #include <cstring>
 #include <dirent.h>
 #include <stdsoap2.h>
 
-#include "web/http/open_file.h"
+#include "http/open_file.h"
 #include "webServer.h"
 
 static const std::size_t CHUNK_BYTES = 1024;

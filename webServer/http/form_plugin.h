@@ -1,7 +1,5 @@
-// web/http/form_plugin.h: hands form POSTs to a handler, and keeps each request's Accept header.
+// http/form_plugin.h: hands form POSTs to a handler, and keeps each request's Accept header.
 #pragma once
-
-#include <cstdint>
 
 struct soap;
 struct soap_plugin;
@@ -11,11 +9,9 @@ struct soap_plugin;
 extern "C" int http_form(struct soap *soap, struct soap_plugin *plugin, void *handler);
 
 // The body of a form request with a "?" in front, which belongs to the request; then ends its
-// receipt. Null when there is no body, when it is longer than MAX_FORM_BYTES or shorter than
+// receipt. Null when there is no body, when it is longer than MAX_REQUEST_BYTES or shorter than
 // announced, or when reading it fails.
 extern "C" char *form(struct soap *soap);
-
-static const uint64_t MAX_FORM_BYTES = 0x1000000; // 16 MiB
 
 // The Accept header of this request; null when it has none.
 const char *acceptHeader(struct soap *soap);

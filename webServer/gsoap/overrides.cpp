@@ -1,4 +1,4 @@
-// soap/envelope.cpp: of a request's envelope, header and fields of the operation are read, no more.
+// gsoap/overrides.cpp: of a request's envelope, header and fields of the operation are read, no more.
 // These two functions replace generated ones, which would read more.
 #include <soapH.h>
 

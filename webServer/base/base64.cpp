@@ -1,5 +1,5 @@
-// session/base64.cpp: Base64 with the standard alphabet of RFC 4648, "=" padding and no line breaks.
-#include "session/base64.h"
+// base/base64.cpp: Base64 with the standard alphabet of RFC 4648, "=" padding and no line breaks.
+#include "base/base64.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,5 +1,5 @@
-// session/cookie.cpp: the cookie that names a caller's session.
-#include "session/cookie.h"
+// http/cookies.cpp: the cookie that names a caller's session.
+#include "http/cookies.h"
 
 #include <cstring>
 #include <stdsoap2.h>

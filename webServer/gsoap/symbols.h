@@ -1,4 +1,4 @@
-// soap/runtime_symbols.h: what the shared gSOAP runtime finds in this library by name. The runtime
+// gsoap/symbols.h: what the shared gSOAP runtime finds in this library by name. The runtime
 // calls generated code for header, faults and elements: these names, and only these, stay visible.
 // To be included before gSOAP's own headers.
 #pragma once
