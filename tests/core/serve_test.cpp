@@ -14,6 +14,7 @@
 
 #include "core/config.h"
 #include "core/serve_loop.h"
+#include "core/service_thread.h"
 #include "http/cookies.h"
 #include "support/fake_host.h"
 #include "support/wire.h"

@@ -10,7 +10,8 @@
 
 #include "base/base64.h"
 #include "base/text.h"
-#include "http/client_info.h"
+#include "http/accept.h"
+#include "http/client_address.h"
 #include "http/form_plugin.h"
 #include "http/send_file.h"
 #include "session/lockout.h"
@@ -149,7 +150,7 @@ TEST(SessionTable, MakesIdsFromTheGeneratorAndTheTime)
     EXPECT_EQ(-1, createSession(soap.get())) << "full";
     EXPECT_EQ(MAX_SESSIONS, numOfSessions);
     for (int slot = 0; slot < MAX_SESSIONS; ++slot)
-        freeSession(slot);
+        clearSession(slot, soap.get());
     soap_end(soap.get());
 }
 

@@ -31,6 +31,7 @@
 #include "core/config.h"
 #include "core/hooks.h"
 #include "core/serve_loop.h"
+#include "core/service_thread.h"
 #include "session/lockout.h"
 #include "session/session_table.h"
 #include "support/cases.h"

@@ -3,14 +3,13 @@
 
 extern "C" {
 
-// 0, or -1 when out (outSize bytes, the terminator included) is too small. Of inLen only the lower 16
-// bits count.
+// Encodes and terminates. Returns 0; -1 when out, of outSize bytes, is too small. Only the lower 16 bits
+// of inLen count.
 int httpBase64encode(const unsigned char *in, int inLen, char *out, int outSize);
 
-// Bytes decoded, or -1 on a character outside the alphabet; out is terminated either way. Stops
-// behind the first padded group and behind the group that reaches outLimit (1 or more), so that out
-// needs room for outLimit + BASE64_OVERSHOOT bytes. A last group of fewer than four characters is
-// dropped.
+// Decodes and terminates. Returns the number of bytes; -1 at a character outside the alphabet. Stops
+// after the first padded group and after the group that reaches outLimit (1 or more), so out needs room
+// for outLimit + BASE64_OVERSHOOT bytes. Drops a last group of fewer than four characters.
 int httpBase64decode(const char *in, unsigned char *out, int outLimit);
 }
 

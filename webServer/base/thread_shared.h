@@ -1,5 +1,5 @@
-// base/thread_shared.h: access to the plain variables that the host's thread and the service
-// thread both touch. Whoever reads a value also sees what was written before it.
+// base/thread_shared.h: access to the plain variables that a host thread and the service thread both
+// use. A thread that reads a value also sees everything that was written before it.
 #pragma once
 
 template <typename T> T readShared(const T &variable)

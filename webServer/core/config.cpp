@@ -15,7 +15,7 @@ const char *g_serverAddr = nullptr;
 int g_serverPort = 0;
 int g_webRemote = 0;
 
-static const int DEFAULT_PORT = 33080;
+static constexpr int DEFAULT_PORT = 33080;
 
 enum TextKind { IS_FOLDER, IS_TEXT };
 
@@ -26,7 +26,7 @@ struct TextSetting {
     TextKind kind;        // a folder gets a trailing separator
 };
 
-static const TextSetting TEXT_SETTINGS[] = {
+static constexpr TextSetting TEXT_SETTINGS[] = {
     {"WEB_DIR",     &g_webDir,     "/mnt/bf/webFiles/",    IS_FOLDER},
     {"CONFIG_DIR",  &g_configDir,  "/mnt/flash/cfgFiles/", IS_FOLDER},
     {"SSL_DIR",     &g_sslDir,     "/mnt/bf/ssl/",         IS_FOLDER},
@@ -34,8 +34,8 @@ static const TextSetting TEXT_SETTINGS[] = {
     {"SERVER_ADDR", &g_serverAddr, "127.0.0.1",            IS_TEXT  },
 };
 
-// The environment's own storage is not ours to write to, so a folder is extended in a copy. It is
-// never freed: the host may hold the pointer for as long as the process lives.
+// The environment's storage must not be written to, so a folder is extended in a copy. The copy is never
+// freed: the host may hold the pointer for as long as the process lives.
 static const char *withSeparator(const char *folder)
 {
     const char last = folder[strlen(folder) - 1];

@@ -1,4 +1,4 @@
-// core/hooks.cpp: the hook pointers that the host fills, and what start-up puts in their place.
+// core/hooks.cpp: the hook pointers that the host fills, and the defaults that the start installs.
 #include "core/hooks.h"
 
 #include "base/thread_shared.h"
@@ -40,8 +40,8 @@ void installDefaultHooks()
     pgf_ws_setUserLock = nullptr;
     // Deliberate: pgf_ws_getLockedUsers stays as the host set it; hosts read it back.
 
-    // The service thread is already running and may be reading these two; the others it leaves alone
-    // while the host's security is off.
+    // The service thread is already running and may be reading these two. It does not read the others
+    // while g_csEnabled is 0.
     writeShared(pgf_parseAuth, parseAuth);
     writeShared(pgf_appUserVerify, appUserVerify);
 }

@@ -3,8 +3,8 @@
 
 struct soap;
 
-// Installs the library's own security when the host has not turned on its own.
+// Installs the library's own security when g_csEnabled is 0; otherwise leaves the host's hooks alone.
 void installDefaultHooks();
 
-// The library's own gate: allows everything.
+// The default gate. Returns WS_ALLOWED for every request.
 extern "C" int parseAuth(struct soap *soap, int level);

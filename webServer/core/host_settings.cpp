@@ -4,6 +4,7 @@
 int g_csEnabled = 0;
 int g_highLevel = 200;
 int g_lowLevel = 0;
+int sessTimeOut = 900;
 
 int g_wsWritePriv = 0;
 int g_wsObject = 0;

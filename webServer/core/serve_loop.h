@@ -1,20 +1,14 @@
-// core/serve_loop.h: the gSOAP context's life: settings, bind, accept and serve, release.
+// core/serve_loop.h: accepts and serves, one connection at a time, until the service is closed.
 #pragma once
 
 #include <stdsoap2.h>
 
-extern "C" {
+// Serves until ws_soap_close() and releases the context. Returns what close() of the listening socket
+// returned or, when the port could not be bound and the reboot failed, what reboot() returned.
+extern "C" int ws_soap_main(struct soap *soap);
 
-// Names the calling thread, blocks SIGPIPE on it and initialises the context.
-void ws_soap_initiate(struct soap *soap);
-
-// Serves until ws_soap_close() and releases the context. Returns what close() of the listening
-// socket gave, or, when the port cannot be bound and the unit refuses to reboot, what reboot() gave.
-int ws_soap_main(struct soap *soap);
-}
-
-// The steps of ws_soap_main. Applies the settings, registers the plug-ins and binds: the listening
-// socket, or -1 with the reason as the context's fault.
+// The first and the repeated step of ws_soap_main. openService applies the settings, registers the
+// plug-ins and binds: it returns the listening socket, or -1 with the reason as the context's fault.
 int openService(struct soap *soap);
 
 // Accepts one connection, serves its request and forgets it.

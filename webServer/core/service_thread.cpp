@@ -1,18 +1,40 @@
-// core/service_thread.cpp: the one thread that serves requests, and the SIGPIPE handler for hosts.
+// core/service_thread.cpp: the one thread that serves requests: made, named, shielded from SIGPIPE.
+#include "core/service_thread.h"
+
+#include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <pthread.h>
+#include <stdsoap2.h>
 #include <sys/prctl.h>
 
 #include "core/serve_loop.h"
+#include "gsoap/context.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const std::size_t STACK_BYTES = 128 * 1024 + 20000;
+// More than seven times the deepest stack that scripts/figures has seen.
+static constexpr std::size_t STACK_BYTES = 128 * 1024 + 20000;
 
-// The memory of the one gSOAP context: static, because it is larger than the service thread's stack;
-// bare, because it must not be destroyed under the service thread when the host exits.
+// The memory of the one gSOAP context. Static, because it is larger than the service thread's stack.
+// Raw, because an object would be destroyed when the host exits, while the thread still uses it.
 alignas(struct soap) static unsigned char contextMemory[sizeof(struct soap)];
+
+// A client that leaves early must not end the process of a host without a handler for SIGPIPE.
+static void blockSigpipe()
+{
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+}
+
+void ws_soap_initiate(struct soap *soap)
+{
+    setThreadName();
+    blockSigpipe();
+    initContext(soap);
+}
 
 static void *mainThread(void *)
 {
@@ -43,10 +65,7 @@ int spawnHttpThread()
 
 int setThreadName()
 {
-    char name[17];
-    strncpy(name, "webServer", 16);
-    name[16] = '\0';
-    return prctl(PR_SET_NAME, name);
+    return prctl(PR_SET_NAME, "webServer"); // the kernel keeps at most 15 characters
 }
 
 void sigpipe_handle(int) {}

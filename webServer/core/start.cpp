@@ -7,7 +7,8 @@ int http_main()
 {
     readConfiguration();
     const int result = spawnHttpThread();
-    // Deliberate: after the thread, as hosts have always seen it; the gate refuses until then.
+    // Deliberate: after the thread has started, an order that hosts rely on. Until the default gate is
+    // installed, every caller is refused.
     installDefaultHooks();
     return result;
 }

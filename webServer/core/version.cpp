@@ -3,16 +3,17 @@
 
 #include "webServer.h"
 
-// One record, so that the arrays lie one after another between the markers; writable and marked
-// used, so that the compiler neither moves nor drops what it believes to be constant.
+// One structure, so that the arrays lie one after another between the markers. Writable and marked as
+// used, so that the compiler neither moves nor drops what it would take for constants. The build defines
+// the two version texts from the project's version.
 __attribute__((used)) static struct {
     char sm_markBeginVer[sizeof "markBeginVer"];
-    char sm_webServerCurrentVer[sizeof "v03"];
-    char sm_webServerCurrentSubVer[sizeof ".03.03"];
+    char sm_webServerCurrentVer[sizeof WEBSERVER_VERSION];
+    char sm_webServerCurrentSubVer[sizeof WEBSERVER_SUB_VERSION];
     char sm_webServerCompilationDate[sizeof __DATE__];
     char sm_webServerCompilationTime[sizeof __TIME__];
     char sm_markEndVer[sizeof "markEndVer"];
-} versionRecord = {"markBeginVer", "v03", ".03.03", __DATE__, __TIME__, "markEndVer"};
+} versionRecord = {"markBeginVer", WEBSERVER_VERSION, WEBSERVER_SUB_VERSION, __DATE__, __TIME__, "markEndVer"};
 
 static char sm_webServerVerString[256];
 

@@ -1,4 +1,4 @@
-// gsoap/limits.cpp: keeps a request within its limits where the runtime would go further.
+// gsoap/limits.cpp: refuses requests that gSOAP would accept, or work on for too long.
 #include "gsoap/limits.h"
 
 #include <algorithm>
@@ -6,64 +6,37 @@
 #include <ctime>
 #include <stdsoap2.h>
 
-// The last resort: not all work of the runtime that grows faster than a request has its own limit.
-static const double MAX_REQUEST_CPU_SECONDS = 2;
-static const std::size_t PIECE_BYTES = 4096; // after which the limits are looked at again
+// Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
+// processor time of a request is capped as well.
+static constexpr double MAX_RECEIVE_CPU_SECONDS = 2;
+static constexpr std::size_t LOOK_BYTES = 4096; // bytes received between two looks at the limits
 
-// The runtime keeps the name of every attribute of a request, and compares each with all before it:
-// half a megabyte of them would keep the one service thread busy for a minute.
-static const int MAX_ATTRIBUTE_NAMES = 1000;
+// gSOAP keeps every attribute name of a request and compares each new one with all before it. Half a
+// megabyte of different names would keep the service thread busy for a minute.
+static constexpr int MAX_ATTRIBUTE_NAMES = 1000;
 
-// The runtime counts the bytes of a request, but not those between its chunks.
-static const std::size_t MAX_BYTES_WITH_CHUNKS = 2 * MAX_REQUEST_BYTES;
-static const std::size_t LONG_REQUEST_BYTES = 0x100000; // 1 MiB
+// gSOAP's recv_maxlength does not count the lines between chunks, which may be as long as the chunks.
+static constexpr std::size_t MAX_RECEIVED_BYTES = 2 * MAX_REQUEST_BYTES;
+static constexpr std::size_t LONG_REQUEST_BYTES = 1024 * 1024; // shorter ones leave little behind
 
-// Of the request being served. Service thread only.
-static double begun;
-static std::size_t received;
-static bool textBegun;
+// What has been received of the request that is being served. Service thread only.
+struct Progress {
+    double cpuSecondsAtStart;
+    std::size_t bytes;
+    bool begun;   // something other than white space has come
+    bool nothing; // the last attempt to receive gave nothing
+};
+static Progress progress;
+
+// gSOAP's own callbacks, which the two hooks below call.
 static int (*parseHttp)(struct soap *);
 static size_t (*receive)(struct soap *, char *, size_t);
 
-static double threadSeconds()
+static double threadCpuSeconds()
 {
     struct timespec used = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
     return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
-}
-
-extern "C" {
-
-static int parseRequest(struct soap *soap)
-{
-    const int error = parseHttp(soap);
-    // No attachments: the service has none, and the runtime keeps what it knows of a request's own
-    // ones beyond the request and into replies that it does not write itself.
-    soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME | SOAP_ENC_MTOM);
-    // Only a whole request line leaves a path. Otherwise the runtime would also take a response's
-    // first line (as a client does, of any length), a form of an unknown method, and no HTTP at all.
-    if (soap->path[0] == '\0' && (soap->status != 0 || error == SOAP_OK || error == SOAP_FORM)) {
-        soap->status = 0;
-        return soap->error = SOAP_EOF;
-    }
-    // A cookie that came twice counts as changed: the runtime would set it in the reply.
-    for (struct soap_cookie *cookie = soap->cookies; cookie != nullptr; cookie = cookie->next)
-        cookie->modified = 0;
-    // With the status of a POST the runtime would not tell a client what is wrong with its envelope.
-    if (error == SOAP_OK && soap->status == SOAP_POST && soap->body)
-        soap->status = 0;
-    return error;
-}
-
-// HTTP begins with a letter. Without it the runtime would take bare XML, MIME and DIME as requests.
-// Notes whether anything but blanks has come.
-static bool beginsAsHttp(const char *data, size_t size)
-{
-    const char *const end = data + size;
-    while (data < end && isspace(static_cast<unsigned char>(*data)))
-        ++data;
-    textBegun = data < end;
-    return !textBegun || isalpha(static_cast<unsigned char>(*data));
 }
 
 static bool hasTooManyAttributes(const struct soap *soap)
@@ -74,20 +47,65 @@ static bool hasTooManyAttributes(const struct soap *soap)
     return names > MAX_ATTRIBUTE_NAMES;
 }
 
-// Receives for the runtime, to which 0 says that the client has hung up.
+static bool isOverLimit(const struct soap *soap)
+{
+    return progress.bytes > MAX_RECEIVED_BYTES || hasTooManyAttributes(soap)
+           || threadCpuSeconds() - progress.cpuSecondsAtStart > MAX_RECEIVE_CPU_SECONDS;
+}
+
+static const char *skipSpace(const char *text, const char *end)
+{
+    return std::find_if(text, end, [](unsigned char c) { return isspace(c) == 0; });
+}
+
+// A cookie that the client sent twice is marked as modified, and gSOAP would echo it in Set-Cookie.
+static void keepCookiesOutOfReply(const struct soap *soap)
+{
+    for (struct soap_cookie *cookie = soap->cookies; cookie != nullptr; cookie = cookie->next)
+        cookie->modified = 0;
+}
+
+extern "C" {
+
+// The fparse callback: gSOAP's, and then what it lets pass or leaves behind.
+static int parseRequest(struct soap *soap)
+{
+    const int error = parseHttp(soap);
+    // Attachments off: no operation takes any, and gSOAP would keep those of this request for the next
+    // one and would try to send them with replies.
+    soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME | SOAP_ENC_MTOM);
+    // gSOAP sets the path only for a whole request line with a method that it knows. Without one it
+    // still goes on for the first line of a response, a form of an unknown method, and bare XML.
+    if (soap->path[0] == '\0' && (soap->status != 0 || error == SOAP_OK || error == SOAP_FORM)) {
+        soap->status = 0;
+        return soap->error = SOAP_EOF;
+    }
+    keepCookiesOutOfReply(soap);
+    // With the status of a POST, gSOAP would answer a malformed envelope with silence, not a fault.
+    if (error == SOAP_OK && soap->status == SOAP_POST && soap->body)
+        soap->status = 0;
+    return error;
+}
+
+// The frecv callback. Returns the bytes received; 0, which gSOAP takes for the client's end, once a
+// limit is passed or when what came first cannot be HTTP.
 static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 {
-    if (received > MAX_BYTES_WITH_CHUNKS || hasTooManyAttributes(soap)
-        || threadSeconds() - begun > MAX_REQUEST_CPU_SECONDS)
-        return 0;
-    const size_t length = receive(soap, to, std::min(size, PIECE_BYTES));
-    received += length;
-    return textBegun || beginsAsHttp(to, length) ? length : 0;
+    const std::size_t length =
+        isOverLimit(soap) ? 0 : receive(soap, to, std::min(size, LOOK_BYTES));
+    progress.bytes += length;
+    progress.nothing = length == 0;
+    if (progress.begun)
+        return length;
+    const char *const text = skipSpace(to, to + length);
+    progress.begun = text < to + length;
+    // HTTP begins with a letter; gSOAP would also serve bare XML, MIME and DIME.
+    return progress.begun && isalpha(static_cast<unsigned char>(*text)) == 0 ? 0 : length;
 }
 
 } // extern "C"
 
-void installRequestGuard(struct soap *soap)
+void installLimits(struct soap *soap)
 {
     parseHttp = soap->fparse;
     soap->fparse = parseRequest;
@@ -95,14 +113,18 @@ void installRequestGuard(struct soap *soap)
     soap->frecv = receiveWithinLimits;
 }
 
-void startRequestGuard()
+void startRequest()
 {
-    begun = threadSeconds();
-    received = 0;
-    textBegun = false;
+    progress = {};
+    progress.cpuSecondsAtStart = threadCpuSeconds();
 }
 
 bool requestWasLong()
 {
-    return received > LONG_REQUEST_BYTES;
+    return progress.bytes > LONG_REQUEST_BYTES;
+}
+
+bool receivedNothing()
+{
+    return progress.nothing;
 }

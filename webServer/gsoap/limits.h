@@ -1,17 +1,23 @@
-// gsoap/limits.h: keeps a request within its limits where the runtime would go further.
+// gsoap/limits.h: refuses requests that gSOAP would accept, or work on for too long.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 struct soap;
 
-// Hooks into the context, behind the plug-ins.
-void installRequestGuard(struct soap *soap);
+constexpr uint64_t MAX_REQUEST_BYTES = 16 * 1024 * 1024; // of a body; the unit has little memory
 
-// A connection has been accepted: its request may use MAX_REQUEST_CPU_SECONDS while it is received.
-void startRequestGuard();
+// Puts the limits between gSOAP and its own parser and receiver. Call it once, after the plug-ins are
+// registered: they take gSOAP's parser for the one to call.
+void installLimits(struct soap *soap);
 
-// The request was so long that the memory it has taken is worth giving back.
+// Starts the count of bytes and processor time. Call it when a connection has been accepted.
+void startRequest();
+
+// Returns true when the request was so long that its memory is worth giving back to the system.
 bool requestWasLong();
 
-static const uint64_t MAX_REQUEST_BYTES = 0x1000000; // 16 MiB
+// Returns true when the last attempt to receive gave nothing: the client has stopped sending, or the
+// request has passed a limit.
+bool receivedNothing();

@@ -1,11 +1,11 @@
-// gsoap/overrides.cpp: of a request's envelope, header and fields of the operation are read, no more.
-// These two functions replace generated ones, which would read more.
+// gsoap/overrides.cpp: replaces two functions that soapcpp2 generates. Of a request's envelope, ours
+// read the header and the fields of the operation, and nothing else.
 #include <soapH.h>
 
-#pragma GCC visibility push(default) // the runtime calls them
+#pragma GCC visibility push(default) // the shared gSOAP library calls them by name
 
-// Reads the header, if there is one. Called when the envelope has been opened: where no element is
-// open there is none, and the runtime would go on to serve an operation that stands by itself.
+// Reads the header, if there is one. gSOAP calls this after it has opened the envelope. Without an open
+// element the request has no envelope, and gSOAP would go on to serve an operation that stands alone.
 int soap_getheader(struct soap *soap)
 {
     if (soap->level == 0)
@@ -16,9 +16,9 @@ int soap_getheader(struct soap *soap)
     return soap->header == nullptr;
 }
 
-// Builds nothing. Called for elements that are no field and have an id, or stand behind the operation.
-// The generated function builds those of a known type, however deep, for others to refer to, and the
-// runtime then resolves n references in a time of n cubed. The service's messages have none.
+// Always refuses. gSOAP calls this for elements after the operation, and for unknown elements with an
+// id. The generated function would build each one, however deep, in case a field refers to it: that
+// overruns the thread's stack, and n references take n^3 steps to resolve.
 extern "C" void *soap_getelement(struct soap *soap, const char *, int *)
 {
     soap->error = SOAP_TAG_MISMATCH;

@@ -1,6 +1,6 @@
-// gsoap/symbols.h: what the shared gSOAP runtime finds in this library by name. The runtime
-// calls generated code for header, faults and elements: these names, and only these, stay visible.
-// To be included before gSOAP's own headers.
+// gsoap/symbols.h: the names that the shared gSOAP library looks up in this library. It calls generated
+// code for header, faults and elements, so these names stay visible and no other generated ones do.
+// Include this before gSOAP's headers: the first declaration sets the visibility.
 #pragma once
 
 struct soap;
@@ -19,7 +19,7 @@ void soap_serializefault(struct soap *);
 int soap_getfault(struct soap *);
 int soap_putfault(struct soap *);
 void soap_serializeheader(struct soap *);
-int soap_getheader(struct soap *) __attribute__((weak)); // envelope.cpp has the one that counts
+int soap_getheader(struct soap *) __attribute__((weak)); // overrides.cpp has the one that counts
 int soap_putheader(struct soap *);
 
 extern "C" {

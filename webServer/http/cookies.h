@@ -1,7 +1,12 @@
-// http/cookies.h: the cookie that names a caller's session.
+// http/cookies.h: the SESSIONID cookie, which names a caller's session.
 #pragma once
 
 struct soap;
 
-// The value of the request's SESSIONID cookie, null when it has none. Belongs to the request.
+// Returns the value of the request's SESSIONID cookie, or null when it has none. The text belongs to
+// the request.
 const char *sessionCookie(const struct soap *soap);
+
+// Makes the reply set SESSIONID to id, of which at most 98 characters are sent. Forgets the request's
+// cookies.
+void setSessionCookie(struct soap *soap, const char *id);

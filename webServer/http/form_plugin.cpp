@@ -4,12 +4,10 @@
 #include <cstdlib>
 #include <stdsoap2.h>
 
-#include "gsoap/limits.h"
-
-static const char ID[] = "webServer-form";
+static constexpr char ID[] = "webServer-form";
 
 struct FormPlugin {
-    int (*prepare)(struct soap *); // the context's own before us; never called
+    int (*prepare)(struct soap *); // Deliberate: saved but never called; it has nothing to do here.
     int (*parseHeader)(struct soap *, const char *, const char *);
     int (*handler)(struct soap *);
     const char *accept;
@@ -41,7 +39,7 @@ static int http_form_parse_header(struct soap *soap, const char *key, const char
     if (soap->error != SOAP_OK)
         return soap->error;
     if (soap_tag_cmp(key, "Content-Type") == 0) {
-        // Deliberate: with "; charset=..." behind it, it is no form.
+        // Deliberate: the whole value must match, so a type with "; charset=..." is not a form.
         if (soap_tag_cmp(value, "application/x-www-form-urlencoded") == 0
             || soap_tag_cmp(value, "multipart/form-data*") == 0) {
             soap->fform = plugin->handler;
@@ -79,52 +77,7 @@ int http_form(struct soap *soap, struct soap_plugin *plugin, void *handler)
     return SOAP_OK;
 }
 
-// Reads for the runtime while a form is read, to see a client that stops before it has sent all it
-// announced: the runtime does not tell. Service thread only.
-static bool endedEarly;
-static size_t (*receive)(struct soap *, char *, size_t);
-
-static size_t receiveForm(struct soap *soap, char *to, size_t size)
-{
-    const size_t length = receive(soap, to, size);
-    endedEarly = length == 0;
-    return length;
-}
-
 } // extern "C"
-
-// The body of a request that has one, as the runtime reads it once core/request_guard has taken its
-// attachments away; null when that fails.
-static char *readBody(struct soap *soap, bool chunked)
-{
-    // A chunked form announces no length: the runtime must stop reading by itself, a buffer later.
-    const ULONG64 usualLimit = soap->recv_maxlength;
-    soap->recv_maxlength = soap->count + MAX_REQUEST_BYTES + sizeof soap->buf;
-    receive = soap->frecv;
-    soap->frecv = receiveForm;
-    endedEarly = false;
-    soap->error = SOAP_OK;
-    const ULONG64 before = soap->count;
-    char *body = soap_http_get_form(soap);
-    const bool tooLong = chunked && soap->count - before > MAX_REQUEST_BYTES;
-    soap->frecv = receive;
-    soap->recv_maxlength = usualLimit;
-    return endedEarly || tooLong || soap->error != SOAP_OK ? nullptr : body;
-}
-
-char *form(struct soap *soap)
-{
-    const bool chunked = (soap->mode & SOAP_IO) == SOAP_IO_CHUNK;
-    if (chunked)
-        soap->length = 0; // the runtime would believe a length that is announced beside the chunks
-    const bool readable = chunked || (soap->length > 0 && soap->length <= MAX_REQUEST_BYTES);
-    char *body = readable ? readBody(soap, chunked) : nullptr;
-    soap->error = SOAP_OK;
-    if (body == nullptr) // and no further wait for a body that is refused
-        return nullptr;
-    soap_end_recv(soap);
-    return body[1] == '\0' ? nullptr : body;
-}
 
 const char *acceptHeader(struct soap *soap)
 {

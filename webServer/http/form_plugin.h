@@ -4,14 +4,9 @@
 struct soap;
 struct soap_plugin;
 
-// The plug-in, for soap_register_plugin_arg; handler is an int (*)(struct soap *). It registers even
-// without memory for its record: forms are then parsed as SOAP.
+// The plug-in, for soap_register_plugin_arg; handler is an int (*)(struct soap *). Registers even when
+// there is no memory for its record: forms are then parsed as SOAP, and answered with a fault.
 extern "C" int http_form(struct soap *soap, struct soap_plugin *plugin, void *handler);
 
-// The body of a form request with a "?" in front, which belongs to the request; then ends its
-// receipt. Null when there is no body, when it is longer than MAX_REQUEST_BYTES or shorter than
-// announced, or when reading it fails.
-extern "C" char *form(struct soap *soap);
-
-// The Accept header of this request; null when it has none.
+// Returns the request's Accept header, or null when it has none. The text belongs to the request.
 const char *acceptHeader(struct soap *soap);

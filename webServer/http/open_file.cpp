@@ -9,16 +9,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-static const int WITHOUT_BLOCKING = O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-static const int EVERYBODY_READS_AND_WRITES = 0666; // less the process's mask, as fopen does
+static constexpr int SAFELY = O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+static constexpr int EVERYONE_READS_AND_WRITES = 0666; // less the process's mask, as fopen does
 
-// Files and folders only, and none of the kernel's: to open a device may already act (a watchdog
-// restarts the unit), a pipe is another program's, and what never ends would take all memory.
+// Only files and folders, and none of the kernel's. Merely opening a device may act (a watchdog then
+// restarts the unit), a pipe belongs to another program, and some files of /proc and /sys never end.
 static bool mayBeOpened(const char *path)
 {
     struct stat status;
     if (stat(path, &status) != 0)
-        return errno == ENOENT; // it may be made
+        return errno == ENOENT; // a file that does not exist may be created
     char place[PATH_MAX];
     return (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) && realpath(path, place) != nullptr
            && strncmp(place, "/proc/", 6) != 0 && strncmp(place, "/sys/", 5) != 0;
@@ -29,7 +29,7 @@ File openFile(const char *path, FileUse use)
     if (!mayBeOpened(path))
         return nullptr;
     const int flags = use == FOR_READING ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
-    const int descriptor = open(path, flags | WITHOUT_BLOCKING, EVERYBODY_READS_AND_WRITES);
+    const int descriptor = open(path, flags | SAFELY, EVERYONE_READS_AND_WRITES);
     if (descriptor == -1)
         return nullptr;
     File file(fdopen(descriptor, use == FOR_READING ? "rb" : "w"));

@@ -11,6 +11,7 @@ using File = std::unique_ptr<FILE, CloseFile>;
 
 enum FileUse { FOR_READING, FOR_WRITING };
 
-// Opens a file, emptied or made when for writing. Null when that fails, for devices and pipes, and for
-// what is below /proc and /sys. Never blocks, and programs that the host starts do not inherit the file.
+// Opens a file; for writing, empties it or creates it. Never blocks, and keeps the descriptor from
+// programs that the host starts. Returns null when that fails, for devices and pipes, and for anything
+// below /proc and /sys.
 File openFile(const char *path, FileUse use);

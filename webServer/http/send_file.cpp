@@ -6,39 +6,24 @@
 #include <dirent.h>
 #include <stdsoap2.h>
 
+#include "gsoap/reply.h"
 #include "http/open_file.h"
 #include "webServer.h"
 
-static const std::size_t CHUNK_BYTES = 1024;
-static const std::size_t PATH_SIZE = 299;
+static constexpr std::size_t BLOCK_BYTES = 1024;
+static constexpr std::size_t PATH_SIZE = 298 + 1;
 
-// Adds a file to the response, which the runtime collects; stops at the first failure if asked to.
-// Returns the number of chunks. The chunk is our own memory: the context's buffer is the runtime's.
-static int sendChunks(struct soap *soap, FILE *file, bool stopOnFailure)
+// Adds a file to the response, which gSOAP collects. Stops at the first failure if asked to. Returns
+// the number of blocks. The block is our own memory: the context's buffer holds the end of what gSOAP
+// has collected so far.
+static int sendBlocks(struct soap *soap, FILE *file, bool stopOnFailure)
 {
-    char chunk[CHUNK_BYTES];
-    int chunks = 0;
-    for (std::size_t length; (length = fread(chunk, 1, sizeof chunk, file)) > 0; ++chunks)
-        if (soap_send_raw(soap, chunk, length) != SOAP_OK && stopOnFailure)
+    char block[BLOCK_BYTES];
+    int blocks = 0;
+    for (std::size_t length; (length = fread(block, 1, sizeof block, file)) > 0; ++blocks)
+        if (soap_send_raw(soap, block, length) != SOAP_OK && stopOnFailure)
             break;
-    return chunks;
-}
-
-// Ends a response that was never started. The runtime would otherwise end the chunks of a request
-// that came in chunks.
-static int sendNothing(struct soap *soap)
-{
-    soap->mode &= ~static_cast<soap_mode>(SOAP_IO);
-    return soap_end_send(soap);
-}
-
-int endReply(struct soap *soap)
-{
-    const int error = soap->error;
-    if (error == SOAP_OK)
-        return soap_end_send(soap);
-    sendNothing(soap);
-    return error;
+    return blocks;
 }
 
 int copy_file(struct soap *soap, const char *path, const char *contentType)
@@ -47,8 +32,8 @@ int copy_file(struct soap *soap, const char *path, const char *contentType)
     if (file == nullptr)
         return sendNothing(soap); // Deliberate: pages take "no answer" for "not there".
     if (soap_response(soap, SOAP_FILE) == SOAP_OK) {
-        soap->http_content = contentType; // in time: the headers are written at the end
-        sendChunks(soap, file.get(), true);
+        soap->http_content = contentType; // gSOAP writes the headers at the end
+        sendBlocks(soap, file.get(), true);
     }
     return endReply(soap);
 }
@@ -69,7 +54,7 @@ int copy_folder(struct soap *soap, const char *directory, const char *nameFilter
         const File file = openFile(path, FOR_READING);
         if (file == nullptr)
             break;
-        if (sendChunks(soap, file.get(), false) > 0)
+        if (sendBlocks(soap, file.get(), false) > 0)
             result = 0;
     }
     closedir(folder);

@@ -5,18 +5,14 @@ struct soap;
 
 extern "C" {
 
-// Sends a file with status 200: the result of soap_end_send, or the context's error. A file that
-// cannot be opened is answered with nothing at all.
+// Sends a file with status 200. Sends nothing at all when the file cannot be opened. Returns the result
+// of soap_end_send, or the context's error.
 int copy_file(struct soap *soap, const char *path, const char *contentType);
 
-// Sends the contents of all entries whose name contains nameFilter, in the folder's own order, into
-// a response that has been started: 0 when anything was sent, else -1.
+// Sends the contents of all entries whose name contains nameFilter, in the folder's own order, as part
+// of a response that has been started. Returns 0 when it sent anything, else -1.
 int copy_folder(struct soap *soap, const char *directory, const char *nameFilter);
 }
-
-// Ends a reply that soap_response has started: the result of soap_end_send, or, when it could not be
-// started or collected, the context's error; nothing of it is sent then.
-int endReply(struct soap *soap);
 
 // Sends a text with status 200.
 void sendText(struct soap *soap, const char *contentType, const char *text);

@@ -6,7 +6,8 @@
 
 int askGate(struct soap *soap, int level)
 {
-    // The start installs the default gate after the thread, so that a request can come before it.
+    // The start installs the default gate after it has started the service thread, so a request can
+    // arrive in between.
     const auto gate = readShared(pgf_parseAuth);
     return gate == nullptr ? WS_NOT_AUTHENTICATED : gate(soap, level);
 }

@@ -3,5 +3,6 @@
 
 struct soap;
 
-// The gate's answer (webServer.h); WS_NOT_AUTHENTICATED while no gate is installed.
+// Returns the answer of the host's gate for this level, WS_LEVEL_...; WS_NOT_AUTHENTICATED while no
+// gate is installed.
 int askGate(struct soap *soap, int level);

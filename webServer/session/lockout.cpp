@@ -1,4 +1,4 @@
-// session/lockout.cpp: who may not try to log in again.
+// session/lockout.cpp: counts failed logins by address, and locks an address out.
 #include "session/lockout.h"
 
 #include <cstddef>
@@ -11,19 +11,19 @@
 
 AccessRetryTable g_webAccess = {};
 
-// Hosts read the table.
-static_assert(offsetof(AccessRetryEntry, since) == sizeof(void *), "behind ip");
-static_assert(sizeof(AccessRetryEntry) == sizeof(void *) + 8, "since and failures");
+// Hosts read the table, so the order of the fields is fixed.
+static_assert(offsetof(AccessRetryEntry, since) == sizeof(void *), "since follows ip");
+static_assert(sizeof(AccessRetryEntry) == sizeof(void *) + 8, "failures follows since");
 static_assert(offsetof(AccessRetryTable, count) == 64 * sizeof(AccessRetryEntry),
-              "behind the slots");
+              "count follows the slots");
 
 static char ms_first = 1;
 
-static const int LOGIN_FAILURE_LIMIT = 5;
-static const int LOCKOUT_SECONDS = 900;
-static const int MOST_ENTRIES = ACCESS_RETRY_SLOTS - 1; // Deliberate: the last slot stays free.
+static constexpr int LOGIN_FAILURE_LIMIT = 5;
+static constexpr int LOCKOUT_SECONDS = 900;
+static constexpr int MAX_ENTRIES = ACCESS_RETRY_SLOTS - 1; // Deliberate: the last slot stays free.
 
-static int now()
+static int now() // hosts read the time as an int
 {
     return static_cast<int>(time(nullptr));
 }
@@ -65,10 +65,11 @@ int createAccessRetry(char *ip)
 
 int insertAccessRetryIP(char *ip)
 {
-    if (ip == nullptr || g_webAccess.count == MOST_ENTRIES)
+    if (ip == nullptr || g_webAccess.count == MAX_ENTRIES)
         return -1;
     AccessRetryEntry &entry = g_webAccess.slots[g_webAccess.count];
-    // Deliberate: the key of an entry that a removal below has left here is overwritten, not freed.
+    // Deliberate: after a removal below the top an entry may still stand here. Its key is overwritten
+    // without being freed, since a host may hold the pointer.
     entry.ip = strdup(ip);
     if (entry.ip == nullptr)
         return -1;
@@ -112,7 +113,7 @@ void removeAccessRetry(const char *ip)
     const int index = getAccessRetry(ip);
     if (index == -1)
         return;
-    // Deliberate: the entries behind it stay where they are, and the last one is no longer counted.
+    // Deliberate: the entries after it stay where they are, so the last one is no longer counted.
     free(g_webAccess.slots[index].ip);
     g_webAccess.slots[index] = {};
     --g_webAccess.count;

@@ -1,12 +1,12 @@
-// session/login.cpp: form login and logout; both send their own reply.
+// session/login.cpp: form login and logout.
 #include "session/login.h"
 
 #include <cstdio>
-#include <cstring>
-#include <stdsoap2.h>
 
+#include "base/text.h"
 #include "base/thread_shared.h"
-#include "http/client_info.h"
+#include "http/accept.h"
+#include "http/client_address.h"
 #include "http/cookies.h"
 #include "http/send_file.h"
 #include "session/lockout.h"
@@ -16,111 +16,98 @@
 
 char *gblIpAddress = nullptr;
 
-static const int MIN_WEB_LEVEL = 50;
-static const std::size_t HOST_ID_SIZE = 80;
-static const std::size_t SENT_COOKIE_SIZE = 98 + 1;
-static const std::size_t START_PAGE_SIZE = 254 + 1;
+static constexpr int MIN_WEB_LEVEL = 50;
+static constexpr std::size_t HOST_ID_SIZE = 80; // promised to hosts
+static constexpr std::size_t STATUS_SIZE = 100;
+static constexpr std::size_t START_PAGE_SIZE = 254 + 1;
 
-// Deliberate: a prefix comparison. A login of "oper" ends the sessions of "operator", too, and an
-// empty name ends all; one user has at most one session.
-static void endSessionsOf(const char *user, struct soap *soap)
+struct Login {
+    int level;           // what logInUser returns
+    const char *refusal; // the reason code for the browser; null: the login succeeded
+    int slot;            // of the session, when there is one
+};
+
+static Login refused(int level, const char *code)
 {
-    for (int slot = 0; slot < MAX_SESSIONS; ++slot) {
-        const char *owner = g_accesstok[slot].user;
-        if (owner != nullptr && strncmp(owner, user, strlen(user)) == 0)
-            clearSession(slot, soap);
-    }
+    return {level, code, -1};
 }
 
-static void setSessionCookie(struct soap *soap, const char *id)
+// Decides about a login, without a reply. The order of the questions is behaviour.
+static Login tryLogin(struct soap *soap, const char *user, const char *password)
 {
-    char value[SENT_COOKIE_SIZE];
-    snprintf(value, sizeof value, "%s", id);
-    // The request's own go first: one of them might be found in place of the new one.
-    soap_free_cookies(soap);
-    // Deliberate: an empty domain, which the reply names as "Domain=".
-    soap_set_cookie(soap, "SESSIONID", value, "", "/");
-    soap_set_cookie_session(soap, "SESSIONID", "", "/"); // marks it for sending, too
+    initAccessRetry();
+    gblIpAddress = httpGetIp(soap);
+    const bool lockedOut = isWaitingAccess(gblIpAddress) != 0;
+    // Deliberate: from here on the address is the empty text. The failures of all clients count as one
+    // run and no client is ever locked out; a long run only changes the code to "nvm".
+    httpClearIp(gblIpAddress);
+    if (lockedOut)
+        return refused(-1, "nvm");
+
+    if (numOfSessions >= MAX_SESSIONS) {
+        removeInactiveSes(soap);
+        // Deliberate: the login that makes room is itself refused; the next one finds the free slot.
+        return refused(-1, "ms");
+    }
+
+    char hostId[HOST_ID_SIZE + 1] = ""; // one byte more, in case the host does not terminate its id
+    const auto verify = readShared(pgf_appUserVerify);
+    const int level =
+        verify == nullptr ? -1 : verify(user, password, g_csEnabled != 0 ? hostId : nullptr);
+    if (level < 0)
+        return refused(level, createAccessRetry(gblIpAddress) == 1 ? "nvm" : "nv");
+    if (level < MIN_WEB_LEVEL)
+        return refused(level, "ia");
+    if (g_csEnabled != 0 && *hostId == '\0')
+        return refused(level, "is");
+
+    endSessionsOf(user, soap);
+    const int slot = openSession(soap, user, level, hostId);
+    if (slot == -1)
+        return refused(level, "is");
+    removeAccessRetry(gblIpAddress);
+    return {level, nullptr, slot};
 }
 
 static void sendWelcome(struct soap *soap, int accept, int level)
 {
     if (accept == ACCEPT_JSON) {
-        char status[100];
+        char status[STATUS_SIZE];
         safe_sprintf(status, sizeof status, "{\"status\":\"success\", \"level\":\"%u\"}",
                      static_cast<unsigned>(level));
         sendText(soap, "application/json", status);
         return;
     }
-    // Deliberate: without the page there is no answer and no cookie, but the session stays.
+    // Deliberate: without the page there is no reply and no cookie, but the session stays.
     char path[START_PAGE_SIZE];
     snprintf(path, sizeof path, "%s%s", g_webDir, "QOPweb.htm");
     copy_file(soap, path, "text/html");
 }
 
-// The session's slot, or -1. hostId is the id that the host gave in host security mode.
-static int openSession(struct soap *soap, const char *user, int level, const char *hostId)
-{
-    const int slot = createSession(soap);
-    if (slot == -1)
-        return -1;
-    SessionEntry &session = g_accesstok[slot];
-    session.level = level;
-    removeAccessRetry(gblIpAddress);
-    if (g_csEnabled != 0)
-        session.id = strdup(hostId);
-    if (session.user != nullptr)
-        snprintf(session.user, SESSION_USER_SIZE, "%s", user);
-    if (session.id != nullptr)
-        return slot;
-    freeSession(slot); // no memory for the id
-    return -1;
-}
-
 int logInUser(struct soap *soap, const char *user, const char *password)
 {
     const int accept = handleHTTPAccept(soap);
-    initAccessRetry();
-    gblIpAddress = httpGetIp(soap);
-    const bool lockedOut = isWaitingAccess(gblIpAddress) != 0;
-    // Deliberate: from here on the address is the empty text, so failures of all clients count as
-    // one run and no client is ever locked out; the run only shows in the code "nvm".
-    httpClearIp(gblIpAddress);
-    if (lockedOut)
-        return refuseLogin(soap, "nvm", -1);
-
-    if (numOfSessions >= MAX_SESSIONS) {
-        removeInactiveSes(soap);
-        // Deliberate: the attempt that makes room is itself refused; the next one finds it.
-        return refuseLogin(soap, "ms", -1);
+    const Login login = tryLogin(soap, user, password);
+    if (login.refusal != nullptr) {
+        reLogin(soap, login.refusal);
+    } else {
+        setSessionCookie(soap, g_accesstok[login.slot].id);
+        sendWelcome(soap, accept, login.level);
     }
-
-    char hostId[HOST_ID_SIZE + 1] = ""; // one more, should the host fill it without a terminator
-    const auto verify = readShared(pgf_appUserVerify);
-    const int level =
-        verify == nullptr ? -1 : verify(user, password, g_csEnabled != 0 ? hostId : nullptr);
-    if (level < 0)
-        return refuseLogin(soap, createAccessRetry(gblIpAddress) == 1 ? "nvm" : "nv", level);
-    if (level < MIN_WEB_LEVEL)
-        return refuseLogin(soap, "ia", level);
-    if (g_csEnabled != 0 && *hostId == '\0')
-        return refuseLogin(soap, "is", level);
-
-    endSessionsOf(user, soap);
-    const int slot = openSession(soap, user, level, hostId);
-    if (slot == -1)
-        return refuseLogin(soap, "is", level);
-    setSessionCookie(soap, g_accesstok[slot].id);
-    sendWelcome(soap, accept, level);
-    return level;
+    return login.level;
 }
 
 int logOutUser(struct soap *soap)
 {
     const int slot = getSessionNum(sessionCookie(soap));
     if (slot == -1)
-        return 0; // Deliberate: and no answer.
-    // Deliberate: the browser keeps its cookie, which no longer counts.
+        return 0; // Deliberate: the caller decides whether there is a reply.
+    // Deliberate: the browser keeps its cookie, which names no session any more.
     clearSession(slot, soap);
     return reLogin(soap, nullptr);
+}
+
+void forgetLogin()
+{
+    gblIpAddress = nullptr;
 }

@@ -1,14 +1,18 @@
-// session/login.h: form login and logout; both send their own reply.
+// session/login.h: form login and logout.
 #pragma once
 
 struct soap;
 
 extern "C" {
 
-// Checks the user with the host and opens a session. Returns the level granted (50 or more), or what
-// the host answered (negative, or below 50), or -1.
+// Checks the user with the host, opens a session and sends the reply. Returns the level granted, 50 or
+// more; when refused, what the host answered (negative, or below 50), or -1.
 int logInUser(struct soap *soap, const char *user, const char *password);
 
-// Ends the request's session. Sends nothing when it has none. Always 0.
+// Ends the request's session and sends the reply; sends nothing when the request has no session.
+// Returns 0.
 int logOutUser(struct soap *soap);
 }
+
+// Forgets the address of the login in progress, whose text ends with its request.
+void forgetLogin();

@@ -1,26 +1,21 @@
-// session/relogin.cpp: sends a refused browser back to the login page.
+// session/relogin.cpp: sends a browser back to the login page.
 #include "session/relogin.h"
 
 #include <cstdio>
 
 #include "http/send_file.h"
 
-static const std::size_t TARGET_SIZE = 30 + 1;
+static constexpr std::size_t TARGET_SIZE = 30 + 1;
+static constexpr std::size_t REPLY_SIZE = 128; // the page around the longest target has 94 characters
 
 int reLogin(struct soap *soap, const char *code)
 {
     char target[TARGET_SIZE] = "/index.htm";
     if (code != nullptr)
         snprintf(target, sizeof target, "/index.htm?u=%s", code);
-    char page[128];
+    char page[REPLY_SIZE];
     snprintf(page, sizeof page,
              "<html>\n<body onLoad=window.location.href='%s'; > </body>\n</html>", target);
     sendText(soap, "text/html", page);
     return 0;
-}
-
-int refuseLogin(struct soap *soap, const char *code, int result)
-{
-    reLogin(soap, code);
-    return result;
 }

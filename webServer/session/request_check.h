@@ -3,8 +3,19 @@
 
 struct soap;
 
-// 0 when it does, else -1. A refusal has been sent to the browser, unless the request has no session
-// cookie, or an empty one. refresh 1 (and only 1) records the time as the session's last activity; a
-// non-zero checkTimeout tests its inactivity. slotOut, when not null, receives the slot or -1 as soon
-// as the id has been looked up.
+enum SessionVerdict {
+    SESSION_VALID,
+    SESSION_NOT_NAMED,     // the request has no session cookie, or an empty one
+    SESSION_UNKNOWN,       // no live session has this id
+    SESSION_OF_ANOTHER,    // the session was made from another address
+    SESSION_IDLE_FOR_LONG, // the session's inactivity limit has passed
+};
+
+// Checks a request without answering it. refresh 1, and only 1, records the time as the session's last
+// activity when the session is valid; a non-zero checkTimeout also tests its inactivity. Writes the
+// slot, or -1, to slotOut when that is not null and the request names a session.
+SessionVerdict checkSession(struct soap *soap, short refresh, short checkTimeout, int *slotOut);
+
+// Checks a request as checkSession does and returns 0 when its session is valid, else -1. Has then
+// sent the browser back to the login page, unless the request names no session.
 extern "C" int httpCheckUser(struct soap *soap, short refresh, short checkTimeout, int *slotOut);

@@ -1,6 +1,7 @@
 // session/session_table.cpp: who is logged in.
 #include "session/session_table.h"
 
+
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -9,24 +10,25 @@
 
 #include "base/base64.h"
 #include "base/thread_shared.h"
-#include "http/client_info.h"
+#include "http/client_address.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
 SessionEntry g_accesstok[MAX_SESSIONS] = {};
 int numOfSessions = 0;
-int sessTimeOut = 900;
 
-// Hosts read the table.
-static_assert(offsetof(SessionEntry, level) == sizeof(void *), "behind ip");
-static_assert(offsetof(SessionEntry, id) == 2 * sizeof(void *), "behind level");
-static_assert(offsetof(SessionEntry, timeoutMs) == 3 * sizeof(void *) + 4, "behind lastActivity");
-static_assert(offsetof(SessionEntry, user) == 3 * sizeof(void *) + 8, "behind timeoutMs");
+// Hosts read the table, so the order of the fields is fixed.
+static_assert(offsetof(SessionEntry, level) == sizeof(void *), "level follows ip");
+static_assert(offsetof(SessionEntry, id) == 2 * sizeof(void *), "id follows level");
+static_assert(offsetof(SessionEntry, timeoutMs) == 3 * sizeof(void *) + 4,
+              "timeoutMs follows lastActivity");
+static_assert(offsetof(SessionEntry, user) == 3 * sizeof(void *) + 8, "user follows timeoutMs");
 
-static const uint32_t MILLISECONDS_PER_SECOND = 1000;
+static constexpr std::size_t USER_SIZE = 300;
+static constexpr uint32_t MILLISECONDS_PER_SECOND = 1000;
 
-// Deliberate: the process's own generator, reseeded from itself and the time, so who knows when
-// sessions were made can guess an id. A page is sent only to the session's own address.
+// Deliberate: the process's common generator, reseeded from itself and the counter. Anyone who knows
+// when a session was made can guess its id, but a page is sent only to the session's own address.
 static char *newSessionId(uint32_t stamp)
 {
     const unsigned seed = static_cast<unsigned>(rand()) + stamp;
@@ -43,6 +45,16 @@ static void replaceText(char **text, char *by)
 {
     free(*text);
     *text = by;
+}
+
+static void freeSession(int slot)
+{
+    SessionEntry &session = g_accesstok[slot];
+    free(session.ip);
+    free(session.user);
+    free(session.id);
+    session = {};
+    --numOfSessions;
 }
 
 int createSession(struct soap *soap)
@@ -65,9 +77,31 @@ int createSession(struct soap *soap)
     session.lastActivity = stamp;
     session.timeoutMs = static_cast<uint32_t>(readShared(sessTimeOut)) * MILLISECONDS_PER_SECOND;
     session.level = 0;
-    replaceText(&session.user, static_cast<char *>(calloc(1, SESSION_USER_SIZE)));
+    replaceText(&session.user, static_cast<char *>(calloc(1, USER_SIZE)));
     soap->user = &session;
     return slot;
+}
+
+int openSession(struct soap *soap, const char *user, int level, const char *hostId)
+{
+    const int slot = createSession(soap);
+    if (slot == -1)
+        return -1;
+    SessionEntry &session = g_accesstok[slot];
+    session.level = level;
+    if (g_csEnabled != 0)
+        session.id = strdup(hostId);
+    if (session.user != nullptr)
+        snprintf(session.user, USER_SIZE, "%s", user);
+    if (session.id != nullptr)
+        return slot;
+    freeSession(slot); // there was no memory for the id
+    return -1;
+}
+
+void touchSession(int slot, uint32_t now)
+{
+    g_accesstok[slot].lastActivity = now;
 }
 
 int getSessionNum(const char *id)
@@ -85,8 +119,8 @@ int getSessionNum(const char *id)
     return -1;
 }
 
-// Deliberate: the slot is compared with the number of live sessions, not with the table's size, so
-// a session in a high slot of a thin table is not found.
+// Deliberate: compared with the number of live sessions, not with the size of the table, so a session
+// in a high slot of a sparse table is not found.
 static bool isListed(int slot)
 {
     return slot >= 0 && slot < numOfSessions;
@@ -110,27 +144,31 @@ void clearSession(int slot, struct soap *soap)
     soap_free_cookies(soap);
 }
 
-void freeSession(int slot)
-{
-    SessionEntry &session = g_accesstok[slot];
-    free(session.ip);
-    free(session.user);
-    free(session.id);
-    session = {};
-    --numOfSessions;
-}
-
 void removeInactiveSes(struct soap *soap)
 {
     const uint32_t now = sysCnt1mlsg();
-    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
-        if (diffTimestamp(now, g_accesstok[slot].lastActivity) > g_accesstok[slot].timeoutMs)
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot) {
+        const SessionEntry &session = g_accesstok[slot];
+        if (session.id != nullptr
+            && diffTimestamp(now, session.lastActivity) > session.timeoutMs)
             clearSession(slot, soap);
+    }
+}
+
+// Deliberate: a prefix comparison. A login of "oper" also ends the sessions of "operator", and an empty
+// name ends all. One user has at most one session.
+void endSessionsOf(const char *user, struct soap *soap)
+{
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot) {
+        const char *owner = g_accesstok[slot].user;
+        if (owner != nullptr && strncmp(owner, user, strlen(user)) == 0)
+            clearSession(slot, soap);
+    }
 }
 
 uint32_t diffTimestamp(uint32_t now, uint32_t then)
 {
     const uint32_t elapsed = now - then;
-    // Deliberate: one less when it reads as negative.
+    // Deliberate: 1 ms short when the difference reads as negative. Hosts and their tests expect it.
     return static_cast<int32_t>(elapsed) < 0 ? now + ~then : elapsed;
 }

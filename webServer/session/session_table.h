@@ -1,4 +1,5 @@
-// session/session_table.h: who is logged in. The table itself is in webServer.h.
+// session/session_table.h: who is logged in. The table itself is in webServer.h; only the functions
+// here write to it.
 #pragma once
 
 #include <cstdint>
@@ -7,28 +8,35 @@ struct soap;
 
 extern "C" {
 
-// Takes a free slot; -1 when there is none. The caller sets level, user name and, in host security
-// mode, the id.
+// Takes a free slot and returns it; returns -1 when there is none. The session's level is 0 and its
+// user name empty; in host security mode it has no id, and so the slot still counts as free.
 int createSession(struct soap *soap);
 
-// The slot of the session with this id, which in host security mode the host must still know; else
-// -1, also for null.
+// Returns the slot of the session with this id, which in host security mode the host must still know.
+// Returns -1 when there is none, and for null.
 int getSessionNum(const char *id);
 
-// The slot's level; -1 when the slot is not below numOfSessions.
+// Returns the slot's level; -1 when the slot is not below numOfSessions.
 int getSessionAccessLevel(int slot);
 
-// Ends the session in the slot: tells the host and drops the request's cookies.
+// Ends the session in the slot: reports it to the host, frees the slot and drops the request's cookies.
 void clearSession(int slot, struct soap *soap);
 
 // Ends every session that has been idle for longer than its limit.
 void removeInactiveSes(struct soap *soap);
 
-// Milliseconds from then to now, over the counter's wrap; one less from 2^31 on.
+// Returns the milliseconds from then to now, across the counter's wrap. From 2^31 ms on the result is
+// 1 ms short.
 uint32_t diffTimestamp(uint32_t now, uint32_t then);
 }
 
-// Frees a slot and what it owns.
-void freeSession(int slot);
+// Makes the session of a user who has been granted this level and returns its slot. hostId is the id
+// that the host chose; it counts in host security mode only. Returns -1, and leaves no session, when
+// all slots are taken or memory is short.
+int openSession(struct soap *soap, const char *user, int level, const char *hostId);
 
-enum { SESSION_USER_SIZE = 300 };
+// Records now, a value of sysCnt1mlsg(), as the session's last activity.
+void touchSession(int slot, uint32_t now);
+
+// Ends every session whose user name begins with user.
+void endSessionsOf(const char *user, struct soap *soap);

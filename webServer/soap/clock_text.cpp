@@ -20,7 +20,7 @@ static const ClockField CLOCK_FIELDS[] = {
     {&tm::tm_sec,  0, 59, 0  },
 };
 
-// Deliberate: strtok_r takes runs of colons as one, and what follows the sixth field is not looked at.
+// Deliberate: strtok_r takes a run of colons as one, and whatever follows the sixth field is ignored.
 bool parseClock(char *text, struct tm *local)
 {
     if (text[strspn(text, "0123456789:")] != '\0')

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <ctime>
 
-// Reads a clock text, which it changes. False when it is none: a character other than digits and
-// ":", fewer than six fields, a field out of range. Runs of ":" count as one, a seventh field is
+// Reads a clock text, which it changes. Returns false for a character other than digits and ":", for
+// fewer than six fields, and for a field out of range. A run of ":" counts as one, a seventh field is
 // ignored, and the day is not compared with the length of its month.
 bool parseClock(char *text, struct tm *local);
 

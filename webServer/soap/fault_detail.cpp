@@ -6,11 +6,12 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "gsoap/request_memory.h"
 
-static const std::size_t DETAIL_BYTES = 1023;
-static const std::size_t LONGEST_ESCAPE = sizeof "&amp;" - 1;
+static constexpr std::size_t DETAIL_SIZE = 1023 + 1;
+static constexpr std::size_t LONGEST_ESCAPE = sizeof "&amp;" - 1;
 
-// What stands for a character in XML text; null: the character itself.
+// Returns what to write for a character in XML text; null when it stands for itself.
 static const char *escapeOf(char character)
 {
     switch (character) {
@@ -25,22 +26,22 @@ static const char *escapeOf(char character)
     case '\t':
     case '\n':
         return nullptr;
-    default: // XML has no way to write the other control characters
+    default: // XML cannot carry the other control characters
         return static_cast<unsigned char>(character) < ' ' ? "?" : nullptr;
     }
 }
 
 const char *faultDetail(struct soap *soap, const char *format, ...)
 {
-    char plain[DETAIL_BYTES + 2]; // the byte behind the cut tells whether it splits a character
+    char plain[DETAIL_SIZE + 1]; // one byte more shows whether the cut would split a character
     va_list arguments;
     va_start(arguments, format);
     vsnprintf(plain, sizeof plain, format, arguments);
     va_end(arguments);
-    plain[fittingBytes(plain, DETAIL_BYTES)] = '\0';
+    plain[fittingBytes(plain, DETAIL_SIZE - 1)] = '\0';
 
     const std::size_t size = LONGEST_ESCAPE * strlen(plain) + 1;
-    char *escaped = static_cast<char *>(soap_malloc(soap, size));
+    char *escaped = requestText(soap, size);
     if (escaped == nullptr)
         return nullptr;
     TextWriter writer(escaped, size);

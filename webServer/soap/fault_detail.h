@@ -3,7 +3,7 @@
 
 #include <soapH.h>
 
-// Formats a detail, cuts it at 1,023 bytes and escapes it, since a detail goes out as raw XML.
-// Belongs to the request; null when there is no memory.
+// Formats a detail, cuts it at 1,023 bytes and escapes it, since gSOAP sends a detail as raw XML.
+// Returns a text that belongs to the request, or null when there is no memory.
 const char *faultDetail(struct soap *soap, const char *format, ...)
     __attribute__((format(printf, 2, 3)));

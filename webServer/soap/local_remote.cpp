@@ -1,4 +1,4 @@
-// soap/local_remote.cpp: the interlock that keeps the network's hands off a unit under local control.
+// soap/local_remote.cpp: the interlock that refuses commands from the network under local control.
 #include "soap/local_remote.h"
 
 #include <cstring>
@@ -8,11 +8,11 @@
 
 int checkLocalRemote(const char *inputType)
 {
-    // Deliberate: the whole word, while the validators accept longer types that begin with it.
+    // Deliberate: the whole word, though the validators accept longer types that begin with it.
     if (strcmp(inputType, "command") != 0 && strcmp(inputType, "setPoint") != 0)
         return 0;
 
-    // Deliberate: a question that fails lets the write through; 'U', unknown, does not.
+    // Deliberate: the interlock fails open when the question fails, but 'U', unknown, refuses.
     char answer[8] = "";
     if (fnPutS("coreDb", "", "getLR", "", answer, 1, 0) != 0)
         return 0;

@@ -1,5 +1,5 @@
-// soap/local_remote.h: the interlock that keeps the network's hands off a unit under local control.
+// soap/local_remote.h: the interlock that refuses commands from the network under local control.
 #pragma once
 
-// 1: a write of this type must be refused now; 0: it may go ahead.
+// Returns 1 when a write of this type must be refused now, 0 when it may go ahead. Asks the host.
 extern "C" int checkLocalRemote(const char *inputType);

@@ -1,12 +1,13 @@
 // soap/op_clock.cpp: operations that set and read the unit's clock.
 #include <ctime>
 
+#include "gsoap/request_memory.h"
 #include "soap/checks.h"
 #include "soap/clock_text.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const std::size_t CLOCK_TEXT_SIZE = 70;
+static constexpr std::size_t CLOCK_TEXT_SIZE = 70;
 
 static_assert(sizeof(struct timespec) == 2 * sizeof(long), "hosts read a time of two words");
 
@@ -18,7 +19,7 @@ int ns__thmSetTime(struct soap *soap, char *inputTime, int *result)
         return soap->error;
 
     const struct timespec time = {mktime(&local), 0};
-    const bool representable = time.tv_sec != -1; // a 32-bit time ends in 2038
+    const bool representable = time.tv_sec != -1; // a 32-bit time_t ends in 2038
     if (!representable || thmSetTime(&time, 0) == -1) {
         *result = 1;
         return soap_receiver_fault(soap, "WebServer Error: Set time error", "");
@@ -34,7 +35,7 @@ int ns__thmGetInfo(struct soap *soap, char **result)
     if (thmIsInit() == 0)
         return soap_receiver_fault(soap, "WebServer Error: thm module not initialized", "");
 
-    *result = static_cast<char *>(soap_malloc(soap, CLOCK_TEXT_SIZE));
+    *result = requestText(soap, CLOCK_TEXT_SIZE);
     struct timespec now;
     struct tm local = {};
     clock_gettime(CLOCK_REALTIME, &now);

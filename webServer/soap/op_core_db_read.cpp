@@ -2,15 +2,16 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "gsoap/request_memory.h"
 #include "soap/checks.h"
 #include "soap/fault_detail.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const std::size_t SINGLE_READ_SIZE = 1024;
-static const std::size_t MULTI_READ_SIZE = 312;     // of one point's text
-static const std::size_t MULTI_READ_PER_POINT = 64; // of the reply, on average
-static const int MAX_POINTS = 1000;
+static constexpr std::size_t SINGLE_READ_SIZE = 1024;
+static constexpr std::size_t MULTI_READ_SIZE = 312;     // promised to hosts, for one point's text
+static constexpr std::size_t MULTI_READ_PER_POINT = 64; // bytes of the reply; what does not fit is cut
+static constexpr int MAX_POINTS = 1000;
 
 enum ReadResult { READ = 0, NOT_FOUND = 1, READ_ERROR = 2, NO_SUCH_TYPE = 3 };
 
@@ -43,10 +44,9 @@ int ns__coreDbReadData(struct soap *soap, char *inputType, char *inputName, char
         || invalidText(soap, __func__, "inputFormat", inputFormat))
         return soap->error;
 
-    char *text = static_cast<char *>(soap_malloc(soap, SINGLE_READ_SIZE));
+    char *text = requestText(soap, SINGLE_READ_SIZE);
     if (text == nullptr)
         return soap_receiver_fault(soap, "WebServer Error: Unknown error", __func__);
-    memset(text, 0, SINGLE_READ_SIZE);
     const int outcome = x_readData(inputType, inputName, inputFormat, text);
     text[SINGLE_READ_SIZE - 1] = '\0';
     if (outcome != READ)
@@ -55,7 +55,8 @@ int ns__coreDbReadData(struct soap *soap, char *inputType, char *inputName, char
     return SOAP_OK;
 }
 
-// Takes the next "[name]" off the list: terminates the name in place. Null when there is none.
+// Takes the next "[name]" off the list and terminates the name in place. Returns null when the list does
+// not go on with one.
 static char *nextName(char **list)
 {
     if (**list != '[')
@@ -83,7 +84,7 @@ int ns__coreDbReadMultData(struct soap *soap, char *inputType, char *inputNames,
                                    nullptr);
 
     const std::size_t size = static_cast<std::size_t>(*inputNum) * MULTI_READ_PER_POINT;
-    *result = static_cast<char *>(soap_malloc(soap, size));
+    *result = requestText(soap, size);
     if (*result == nullptr) // sic: the text names the other operation
         return soap_receiver_fault(soap, "WebServer Error: coreDbReadData: soap_malloc error",
                                    nullptr);
@@ -93,7 +94,7 @@ int ns__coreDbReadMultData(struct soap *soap, char *inputType, char *inputNames,
         const char *name = nextName(&inputNames);
         if (name == nullptr)
             return soap_receiver_fault(soap, "WebServer Error: input string format error", nullptr);
-        // One byte more, should the host fill it without a terminator.
+        // One byte more, in case the host fills it without a terminator.
         char text[MULTI_READ_SIZE + 1] = "";
         const bool read = x_readData(inputType, name, inputFormat, text) == READ;
         writer.append("[");

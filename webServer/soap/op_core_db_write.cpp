@@ -7,8 +7,8 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-// Deliberate: under local control the two krunch operations answer 1 in an ordinary response, not with
-// a fault, and blocking a point goes ahead.
+// Deliberate: under local control the two krunch operations return 1 in an ordinary response, not a
+// fault. Blocking a point is not refused.
 int ns__coreDbKrunchData(struct soap *soap, char *inputType, char *inputName, char *value,
                          int *result)
 {

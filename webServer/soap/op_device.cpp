@@ -1,10 +1,11 @@
 // soap/op_device.cpp: calls into function containers, reboot, and what the unit is.
 #include "base/text.h"
+#include "gsoap/request_memory.h"
 #include "soap/checks.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const int ANSWER_SIZE = 128;
+static constexpr int ANSWER_SIZE = 128;
 
 int ns__fnPut(struct soap *soap, char *binContName, char *binName, char *function, char *arg,
               int *result)
@@ -18,14 +19,15 @@ int ns__fnPut(struct soap *soap, char *binContName, char *binName, char *functio
 int ns__fnPutS(struct soap *soap, char *binContName, char *binName, char *function, char *arg,
                int *timeout, char **result)
 {
-    // Deliberate: the gate first, unlike elsewhere: only who may call a function learns what it takes.
+    // Deliberate: the gate comes first, unlike elsewhere. Only a caller who may call functions learns
+    // what they need.
     if (denied(soap, __func__, WS_LEVEL_WRITE) || missing(soap, __func__, {timeout}))
         return soap->error;
 
-    char answer[ANSWER_SIZE + 1] = ""; // one more, should the host fill it without a terminator
+    char answer[ANSWER_SIZE + 1] = ""; // one byte more, in case the host does not terminate it
     if (fnPutS(binContName, binName, function, arg, answer, ANSWER_SIZE, *timeout) != 0)
         return soap_receiver_fault(soap, "WebServer Error: invalid returned value", __func__);
-    *result = static_cast<char *>(soap_malloc(soap, ANSWER_SIZE));
+    *result = requestText(soap, ANSWER_SIZE);
     if (*result != nullptr)
         TextWriter(*result, ANSWER_SIZE).append(answer);
     return SOAP_OK;
@@ -33,7 +35,7 @@ int ns__fnPutS(struct soap *soap, char *binContName, char *binName, char *functi
 
 int ns__rtuReboot(struct soap *soap, char *user, char *password, int *result)
 {
-    // Deliberate: the two must be there, but what they say is not read. The gate alone decides.
+    // Deliberate: both elements must be there, but their values are not read. The gate alone decides.
     if (missing(soap, __func__, {user, password}) || denied(soap, __func__, WS_LEVEL_REBOOT))
         return soap->error;
     *result = usrReboot();

@@ -1,4 +1,4 @@
-// soap/op_user_rights.cpp: operations that tell a caller its own rights.
+// soap/op_user_rights.cpp: operations that report a caller's own rights.
 #include "session/gate.h"
 #include "session/request_check.h"
 #include "session/session_table.h"
@@ -13,7 +13,7 @@ int ns__getUserAuth(struct soap *soap, int *result)
         *result = g_highLevel;
         return SOAP_OK;
     }
-    // Deliberate: a stale session's refusal writes its page first, and then the fault follows it.
+    // Deliberate: for a stale session the client receives a page first and then the fault.
     int session = -1;
     const int level =
         httpCheckUser(soap, 0, 0, &session) == 0 ? getSessionAccessLevel(session) : -1;

@@ -4,8 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
-// Deliberate: everywhere here a text passes when it begins with the constant; the rest is the host's
-// to judge.
+// Deliberate: everywhere here a text passes when it begins with the constant. The host judges the rest.
 static bool beginsWith(const char *text, const char *constant)
 {
     return strncmp(text, constant, strlen(constant)) == 0;
@@ -20,11 +19,11 @@ static bool beginsWithAny(const char *text, const char *const (&constants)[N])
     return false;
 }
 
-static const char *const OPERATIONS[] = {"ns__coreDbReadData", "ns__coreDbReadMultData",
+static constexpr const char *OPERATIONS[] = {"ns__coreDbReadData", "ns__coreDbReadMultData",
                                          "ns__coreDbKrunchData", "ns__coreDbKrunchDataQuality",
                                          "ns__coreDbBlockPoint"};
-static const char *const POINT_TYPES[] = {"status", "analog", "command", "setPoint"};
-static const char *const FORMATS[] = {"%d", "%u", "%g"}; // or empty: the host's own
+static constexpr const char *POINT_TYPES[] = {"status", "analog", "command", "setPoint"};
+static constexpr const char *FORMATS[] = {"%d", "%u", "%g"}; // or empty, for the host's own format
 
 int wsInputStringValidation(const char *operation, const char *field, const char *value)
 {

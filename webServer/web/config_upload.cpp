@@ -5,53 +5,30 @@
 #include <cstring>
 #include <stdsoap2.h>
 
+#include "gsoap/reply.h"
+#include "http/form_fields.h"
 #include "http/open_file.h"
-#include "http/send_file.h"
 #include "session/gate.h"
 #include "webServer.h"
 
-static const std::size_t NAME_SIZE = 128;
+static constexpr std::size_t NAME_SIZE = 127 + 1;
 
-static char *takeUntil(char separator, char **cursor)
+// Returns the form's content field, null when there is none, and copies the file's name if that comes
+// first. Deliberate: a value ends at the first "&" and is taken as sent, without unescaping.
+static const char *findContent(char *body, char (&name)[NAME_SIZE])
 {
-    char *part = *cursor;
-    if (*part == '\0')
-        return *cursor = nullptr;
-    *cursor = strchrnul(part, separator);
-    if (**cursor != '\0')
-        *(*cursor)++ = '\0';
-    return part;
-}
-
-char *query_key2(struct soap *, char **cursor)
-{
-    return takeUntil('=', cursor);
-}
-
-char *query_val2(struct soap *, char **cursor)
-{
-    return takeUntil('&', cursor);
-}
-
-// The form's content field, null when there is none; copies the file's name if it stands before it.
-// Deliberate: a value ends at the first "&" and is taken as sent, without unescaping.
-static const char *findContent(struct soap *soap, char *cursor, char (&name)[NAME_SIZE])
-{
-    while (cursor != nullptr) {
-        const char *key = query_key2(soap, &cursor);
-        const char *value = cursor == nullptr ? nullptr : query_val2(soap, &cursor);
-        if (key == nullptr || value == nullptr)
-            continue;
-        // Deliberate: substrings, since the first key carries the form's "?".
-        if (strstr(key, "fileName") != nullptr)
-            snprintf(name, sizeof name, "%s", value);
-        else if (strstr(key, "xmlString") != nullptr)
-            return value;
+    FormFields field(body, AS_SENT);
+    while (field.next()) {
+        // Deliberate: substrings, since the first key begins with the form's "?".
+        if (strstr(field.key, "fileName") != nullptr)
+            snprintf(name, sizeof name, "%s", field.value);
+        else if (strstr(field.key, "xmlString") != nullptr)
+            return field.value;
     }
     return nullptr;
 }
 
-// Deliberate: the name is taken as it is, ".." included; who may upload is trusted with it.
+// Deliberate: the name is taken as it is, ".." included. Anyone who may upload is trusted with that.
 static void writeFile(const char *name, const char *content)
 {
     const bool fixed = strcmp(name, "netConfig.xml") == 0 || strcmp(name, "userLogin.xml") == 0;
@@ -74,12 +51,12 @@ int uploadConfiguration(struct soap *soap, char *body)
         return -1;
     }
     char name[NAME_SIZE] = "";
-    const char *content = findContent(soap, body, name);
+    const char *content = findContent(body, name);
     if (content == nullptr)
-        return 0; // Deliberate: nothing is written, and nothing answered.
+        return 0; // Deliberate: nothing is written and no reply is sent.
     writeFile(name, content);
     // Deliberate: 200 whether or not the file could be written.
-    soap->http_content = "text/html"; // not the form's own
+    soap->http_content = "text/html"; // gSOAP would repeat the type of the form
     soap_response(soap, SOAP_FILE);
     return endReply(soap);
 }

@@ -10,16 +10,15 @@
 struct SpecialFolder {
     const char *prefix;        // of the request
     const char *const *folder; // of the file system
-    std::size_t dropped;       // characters of the path, which the folder stands for
+    std::size_t dropped;       // characters of the path that the folder replaces
 };
 
 static const char *const NV_RAM = "/mnt/nvRam/";
 static const char *const PRIVATE_DATA = "/mnt";
 
-// Deliberate: four characters choose the folder, but ten are dropped ("/cfgFiles/"), so that
-// "/cfgX/abcdefg" is a file "efg" of the configuration: old links rely on it. ".." is not checked
-// either.
-static const SpecialFolder SPECIAL_FOLDERS[] = {
+// Deliberate: four characters choose the folder, but ten are dropped ("/cfgFiles/"), so "/cfgX/abcdefg"
+// is the file "efg" of the configuration. Old links rely on it. ".." is not checked.
+static constexpr SpecialFolder SPECIAL_FOLDERS[] = {
     {"/cfg", &g_configDir,  strlen("/cfgFiles/")},
     {"/nvr", &NV_RAM,       strlen("/nvrFiles/")},
     {"/pri", &PRIVATE_DATA, 0                   },

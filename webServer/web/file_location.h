@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-enum { FILE_NAME_SIZE = 299 };
+constexpr std::size_t FILE_NAME_SIZE = 298 + 1;
 
-// Writes the file's name, cut to FILE_NAME_SIZE. target is the whole request path, path the part of
-// it before the query.
+// Writes the file's name, cut to the size of name. target is the whole request path, path its part
+// before the query.
 void locateFile(const char *target, const char *path, char (&name)[FILE_NAME_SIZE]);

@@ -4,8 +4,8 @@
 #include <stdsoap2.h>
 
 // Deliberate: only pages take a query; "site.css?x=1" matches nothing and is refused. Scripts and XML
-// go out as text/html: classic scripts run all the same, and pages parse XML by themselves.
-static const FileRule FILE_RULES[] = {
+// are sent as text/html: classic scripts run all the same, and pages parse XML themselves.
+static constexpr FileRule FILE_RULES[] = {
     {"*.json",       FOR_ANYONE,      "application/json",              MATCH_TARGET},
     {"*.js",         FOR_ANYONE,      "text/html",                     MATCH_TARGET},
     {"*.css",        FOR_ANYONE,      "text/css",                      MATCH_TARGET},

@@ -10,15 +10,16 @@ enum FileAccess {
 
 enum RuleMatch {
     MATCH_TARGET, // the whole request target
-    MATCH_PATH,   // its part before the query
+    MATCH_PATH,   // the part of it before the query
 };
 
 struct FileRule {
-    const char *pattern; // "*" stands for anything; letter case does not count
+    const char *pattern; // "*" stands for anything; upper and lower case are the same
     FileAccess access;
     const char *contentType;
     RuleMatch match;
 };
 
-// The first rule that matches; null: the file is not served.
+// Returns the first rule that matches; null when the file is not served. target is the whole request
+// path, path its part before the query.
 const FileRule *findFileRule(const char *target, const char *path);

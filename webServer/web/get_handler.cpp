@@ -5,6 +5,7 @@
 #include <cstring>
 #include <stdsoap2.h>
 
+#include "gsoap/reply.h"
 #include "http/send_file.h"
 #include "session/gate.h"
 #include "session/request_check.h"
@@ -14,18 +15,18 @@
 #include "webServer.h"
 
 static const char *const LOG_FOLDER = "/mnt/flash/log/";
-static const int REFUSED = -1; // Deliberate: the runtime then sends nothing.
+static constexpr int REFUSED = -1; // Deliberate: gSOAP then closes the connection without a reply.
 
-// Deliberate: five characters go wherever "/cgi/" stands, so "/x/cgi/y.png" becomes "i/y.png". Old
-// links begin with it.
+// Deliberate: drops the first five characters wherever "/cgi/" stands, so "/x/cgi/y.png" becomes
+// "i/y.png". Old links begin with "/cgi/".
 static void dropCgiPrefix(char *target)
 {
     if (strstr(target, "/cgi/") != nullptr)
         memmove(target, target + 5, strlen(target + 5) + 1);
 }
 
-// Deliberate: whatever follows the name, and ROOT_FILE is not asked: it is the one page that needs no
-// session, and refusals lead to it with a reason behind it.
+// Deliberate: whatever follows the name, since refusals lead here with a reason code, and whatever
+// ROOT_FILE says. This is the one page that needs no session.
 static bool isIndexPage(const char *target)
 {
     return strcmp(target, "/") == 0 || strncmp(target, "index.htm", 9) == 0
@@ -42,8 +43,8 @@ static bool mayRead(struct soap *soap)
     return askGate(soap, WS_LEVEL_READ) == WS_ALLOWED;
 }
 
-// Deliberate: a caller who may not see the log gets no answer, and that counts as answered: the log
-// page polls it.
+// Deliberate: a caller who may not see the log gets no reply, and the result is 0 all the same. Log pages
+// poll, and take silence for "not for you".
 static int sendLog(struct soap *soap, const char *contentType)
 {
     if (!hasSession(soap) || g_csEnabled == 0 || !mayRead(soap))
@@ -67,7 +68,7 @@ int http_get_handler(struct soap *soap)
 {
     char *target = soap->path;
     dropCgiPrefix(target);
-    char path[PATH_PART_SIZE], query[PATH_PART_SIZE];
+    char path[PATH_PART_SIZE], query[PATH_PART_SIZE]; // parseURL fills both; the query is not used
     parseURL(target, path, query);
 
     char name[FILE_NAME_SIZE];

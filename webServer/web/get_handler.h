@@ -3,5 +3,6 @@
 
 struct soap;
 
-// The callback of gSOAP's HTTP GET plug-in: 0 answered, -1 refused without sending anything.
+// The callback of gSOAP's HTTP GET plug-in. Returns 0 when the request is dealt with, -1 when it is
+// refused without a reply, otherwise a gSOAP error.
 extern "C" int http_get_handler(struct soap *soap);

@@ -7,7 +7,7 @@
 
 #include "webServer.h"
 
-// Copies up to size - 1 characters, but none of stop and behind; returns where it stopped.
+// Copies up to size - 1 characters and stops in front of stop. Returns where it stopped.
 static const char *copyUntil(const char *from, char stop, char *to, std::size_t size)
 {
     for (; size > 1 && *from != '\0' && *from != stop; --size)

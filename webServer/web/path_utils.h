@@ -1,17 +1,21 @@
-// web/path_utils.h: request paths: split, unescaped. More of its functions are in webServer.h.
+// web/path_utils.h: splits and unescapes request paths. webServer.h declares the functions of
+// path_utils.cpp that are for hosts.
 #pragma once
 
-enum { PATH_PART_SIZE = 300 + 1 }; // characters and terminator
+#include <cstddef>
+
+constexpr std::size_t PATH_PART_SIZE = 300 + 1;
 
 extern "C" {
 
-// Splits a request path at its first "?", which stays with the query. At most 300 characters go to
-// each buffer, whose size is PATH_PART_SIZE. Always 0; null leaves the buffers alone.
+// Splits a request path at its first "?", which stays with the query. Writes at most 300 characters and
+// a terminator to each buffer, whose size is PATH_PART_SIZE. Writes nothing for null. Returns 0.
 int parseURL(const char *url, char *path, char *query);
 
-// The byte that two hexadecimal digits stand for; other characters are not told apart from digits.
+// Returns the byte that two hexadecimal digits stand for. Does not check that they are digits.
 char x2c(const char *digits);
 
-// Replaces %xx by the byte it stands for, in place. A "%" without two characters behind it stays.
+// Replaces every %xx by the byte it stands for, in place. A "%" that fewer than two characters follow
+// stays.
 void unescape_url(char *text);
 }

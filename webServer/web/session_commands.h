@@ -3,5 +3,6 @@
 
 struct soap;
 
-// body is the form with a "?" in front, or null. Results as of calcPostCgi.
-int runSessionCommand(struct soap *soap, const char *body);
+// body is the form with a "?" in front, or null; it is decoded where it stands. Returns what calcPostCgi
+// returns.
+int runSessionCommand(struct soap *soap, char *body);

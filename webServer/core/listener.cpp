@@ -1,0 +1,53 @@
+// core/listener.cpp: the socket on which clients arrive.
+#include "core/listener.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <soapH.h>
+#include <unistd.h>
+
+static constexpr int MAX_PORT = 65535;
+static constexpr int BACKLOG = 100; // connections that the kernel holds while one is served
+
+// A program that the host starts must not inherit the socket: it would keep the port, and the next bind
+// would reboot the unit.
+static void keepFromPrograms(int descriptor)
+{
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
+// Descriptor 0, which bind returns in a process without standard input, means "stopped" to a host that
+// waits for the close. Returns the socket under another number, or -1 when there is none.
+static int movedFromZero(struct soap *soap)
+{
+    const int moved = fcntl(soap->master, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (moved == -1)
+        soap_receiver_fault(soap, strerror(errno), nullptr);
+    close(soap->master);
+    return moved;
+}
+
+int openListener(struct soap *soap, const char *address, int port)
+{
+    if (port < 1 || port > MAX_PORT) {
+        // gSOAP would bind the number modulo 65536, and so a port that nobody asked for.
+        soap_receiver_fault(soap, strerror(EINVAL), "port out of range");
+        return SOAP_INVALID_SOCKET;
+    }
+    if (!soap_valid_socket(soap_bind(soap, address, port, BACKLOG)))
+        return SOAP_INVALID_SOCKET;
+    if (soap->master == STDIN_FILENO)
+        soap->master = movedFromZero(soap);
+    else
+        keepFromPrograms(soap->master);
+    return soap->master;
+}
+
+bool acceptConnection(struct soap *soap)
+{
+    if (!soap_valid_socket(soap_accept(soap)))
+        return false;
+    keepFromPrograms(soap->socket);
+    return true;
+}

@@ -1,0 +1,81 @@
+// gsoap/context.cpp: the life of the one gSOAP context: set up, cleaned between requests, released.
+#include "gsoap/context.h"
+
+#include <malloc.h>
+#include <soapH.h>
+#include <sys/socket.h>
+
+#include "gsoap/limits.h"
+
+// Strings pass through unchanged, as UTF-8. Without SOAP_IO_KEEPALIVE each connection carries one
+// request.
+static constexpr soap_mode CONTEXT_MODE = SOAP_C_UTFSTRING;
+// gSOAP has renumbered its string modes before: under another number it would mangle what is not
+// Latin-1.
+static_assert(CONTEXT_MODE == 0x2000000, "the mode that passes UTF-8 through");
+
+static constexpr int ACCEPT_TIMEOUT_SECONDS = 0; // no limit: the service waits for clients
+static constexpr int STALL_TIMEOUT_SECONDS = 60; // a client that stands still for longer is dropped
+static constexpr int MAX_KEEP_ALIVE = 100;       // has no effect: keep-alive is never on
+static constexpr unsigned MAX_XML_DEPTH = 100;   // gSOAP's 10,000 would overrun the thread's stack
+static constexpr int MAX_COOKIES = 256; // browsers send the cookies of all ports of an address
+
+void initContext(struct soap *soap)
+{
+    soap_init2(soap, CONTEXT_MODE, CONTEXT_MODE);
+}
+
+void configureContext(struct soap *soap)
+{
+    soap->cookie_domain = "";
+    soap->cookie_path = "";
+    soap->cookie_max = MAX_COOKIES;
+    soap->accept_timeout = ACCEPT_TIMEOUT_SECONDS;
+    soap->send_timeout = STALL_TIMEOUT_SECONDS;
+    soap->recv_timeout = STALL_TIMEOUT_SECONDS;
+    soap->max_keep_alive = MAX_KEEP_ALIVE;
+    soap->bind_flags = SO_REUSEADDR;
+    soap->recv_maxlength = MAX_REQUEST_BYTES; // gSOAP's 2 GB would use up the unit's memory
+    soap->maxlevel = MAX_XML_DEPTH;
+    // gSOAP adds two headers by default. The first would let every page in the world call the unit
+    // from a browser; the second would keep the unit's pages out of a control room's frames.
+    soap->cors_allow = nullptr;
+    soap->x_frame_options = nullptr;
+}
+
+// The next request may be another client's, so nothing of this one may reach it. soap_end keeps the
+// texts and pointers below; those that point into the request's memory would dangle.
+void forgetRequest(struct soap *soap)
+{
+    soap_destroy(soap); // first: otherwise every fault leaks
+    soap_end(soap);
+    soap_free_cookies(soap);
+    soap->path[0] = '\0';
+    soap->msgbuf[0] = '\0';
+    soap->host[0] = '\0';
+    soap->endpoint[0] = '\0';
+    soap->tag[0] = '\0';
+    soap->dime.size = 0;
+    soap->user = nullptr;
+    soap->origin = soap->proxy_from = nullptr;
+    soap->cors_origin = soap->cors_method = soap->cors_header = nullptr;
+    soap->cors_methods = soap->cors_headers = nullptr;
+    soap->imode = soap->omode = CONTEXT_MODE; // sending a file changes the mode
+    if (requestWasLong())
+        malloc_trim(0);
+}
+
+void releaseContext(struct soap *soap)
+{
+    soap_destroy(soap);
+    soap_end(soap);
+    soap_done(soap);
+}
+
+// After a failed bind or accept the text is in the fault; msgbuf, where older versions of gSOAP put it,
+// stays empty.
+const char *failureText(struct soap *soap)
+{
+    const char *text = *soap_faultstring(soap);
+    return text == nullptr ? "" : text;
+}
