@@ -118,7 +118,9 @@ class Case : public testing::Test {
                     children = reversed ? child + children : children + child;
                 }
                 prepare(given);
-                check(operation, serve(envelope(operation, children, soap12)), soap12, expected);
+                const Reply reply = serve(envelope(operation, children, soap12));
+                recordReply(operation + " " + given, reply.text);
+                check(operation, reply, soap12, expected);
             }
     }
 

@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -101,4 +102,15 @@ std::string envelope(const std::string &operation, const std::string &children, 
            + " xmlns:i='http://www.w3.org/2001/XMLSchema-instance'>"
            + (header.empty() ? "" : "<E:Header>" + header + "</E:Header>") + "<E:Body><n:"
            + operation + ">" + children + "</n:" + operation + "></E:Body></E:Envelope>";
+}
+
+void recordReply(const std::string &request, const std::string &reply)
+{
+    const char *path = getenv("REPLIES");
+    if (path == nullptr)
+        return;
+    const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
+    std::ofstream(path, std::ios::app)
+        << "== " << test->test_suite_name() << '.' << test->name() << ": " << request << '\n'
+        << reply << '\n';
 }

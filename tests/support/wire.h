@@ -35,3 +35,7 @@ std::string talk(int port, const std::string &bytes, const std::string &from = "
 // <ns:operation>children</ns:operation> in an envelope of SOAP 1.1 or 1.2.
 std::string envelope(const std::string &operation, const std::string &children = "",
                      bool soap12 = false, const std::string &header = "");
+
+// Appends a reply to the file that the variable REPLIES names, if it is set. Two builds of the library
+// then show by a comparison of two files whether any case is answered differently.
+void recordReply(const std::string &request, const std::string &reply);

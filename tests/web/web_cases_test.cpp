@@ -204,7 +204,9 @@ class WebCase : public testing::Test {
         if (sides.size() == 2) {
             std::string what = expanded(sides[0]);
             firstWord(&what);
-            return check(send(word, what), expanded(sides[1]));
+            const std::string reply = send(word, what);
+            recordReply(sides[0], reply);
+            return check(reply, expanded(sides[1]));
         }
         const std::map<std::string, std::function<void()>> statements = {
             {"given", [&] { given(rest); }},
@@ -268,6 +270,7 @@ public:
 
     void SetUp() override
     {
+        srand(1); // session ids are then the same in every run
         setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
         readConfiguration();
         for (const auto &entry : fs::directory_iterator("/mnt"))
