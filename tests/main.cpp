@@ -12,8 +12,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-void registerSoapCases();
-void registerWebCases();
+#include "support/cases.h"
 
 static bool leaveMachine()
 {
@@ -45,8 +44,8 @@ static bool raiseLoopback()
 int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
-    registerSoapCases();
-    registerWebCases();
+    registerCases("soap", makeSoapDialect);
+    registerCases("web", makeWebDialect);
     if (!GTEST_FLAG_GET(list_tests) && (!leaveMachine() || !raiseLoopback())) {
         perror("no /mnt and no loopback network of the tests' own");
         return 1;

@@ -1,9 +1,14 @@
-// tests/support/cases.cpp: tests written as data.
+// tests/support/cases.cpp: reads and runs the tests that are written as data; CASES.md has the language.
 #include "support/cases.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
-#include <map>
+#include <gtest/gtest.h>
 #include <regex>
+#include <set>
+
+namespace fs = std::filesystem;
 
 Lines split(const std::string &text, const std::string &separator)
 {
@@ -16,97 +21,182 @@ Lines split(const std::string &text, const std::string &separator)
     return parts;
 }
 
-// From the last brace to the first, so that inner ones come before outer ones.
-std::string expanded(std::string text)
+std::string takeWord(std::string *text)
 {
-    for (std::size_t at = text.rfind('{'); at != std::string::npos;
-         at = at == 0 ? std::string::npos : text.rfind('{', at - 1)) {
-        const std::size_t end = text.find('}', at);
-        const std::size_t star = text.rfind('*', end);
-        if (end == std::string::npos || star == std::string::npos || star < at)
-            continue;
-        const std::string piece = text.substr(at + 1, star - at - 1);
-        std::string repeated;
-        for (int i = std::stoi(text.substr(star + 1)); i > 0; --i)
-            repeated += piece;
-        text.replace(at, end + 1 - at, repeated);
-    }
-    return text;
+    const std::size_t end = text->find(' ');
+    const std::string word = text->substr(0, end);
+    text->erase(0, end == std::string::npos ? end : end + 1);
+    return word;
 }
 
-Pairs pairs(const std::string &text, char separator)
+void replaceAll(std::string *text, const std::string &what, const std::string &by)
 {
-    Pairs result;
-    for (std::string part : split(text, " | ")) {
-        if (separator == '=')
-            part.erase(0, part.find_first_not_of(' '));
-        const std::size_t end = part.find(separator);
-        if (!part.empty())
-            result.emplace_back(part.substr(0, end),
-                                end == std::string::npos ? "" : expanded(part.substr(end + 1)));
+    for (std::size_t at = 0; (at = text->find(what, at)) != std::string::npos; at += by.size())
+        text->replace(at, what.size(), by);
+}
+
+void require(bool condition, const std::string &message)
+{
+    if (!condition)
+        throw WrongLine(message);
+}
+
+std::string shown(const std::string &text)
+{
+    const std::size_t most = 500;
+    std::string start = text.substr(0, most);
+    replaceAll(&start, "\r", "\\r");
+    replaceAll(&start, "\n", "\\n");
+    return '"' + start
+           + (text.size() > most ? "\"... (" + std::to_string(text.size()) + " bytes)" : "\"");
+}
+
+void requireSame(const std::string &what, const std::string &expected, const std::string &actual)
+{
+    require(expected == actual, what + ": expected " + shown(expected) + ", got " + shown(actual));
+}
+
+// Returns the text up to the brace that closes the group around `at`, or up to the end.
+static std::string expandedFrom(const std::string &text, const std::string &kept, std::size_t &at,
+                                bool inGroup)
+{
+    std::string result;
+    for (; at < text.size() && text[at] != '}'; ++at) {
+        if (text[at] != '{') {
+            result += text[at];
+            continue;
+        }
+        const std::size_t begin = ++at;
+        std::string inner = expandedFrom(text, kept, at, true);
+        const std::string source = text.substr(begin, at - begin);
+        const std::size_t star = source.rfind('*');
+        if (star != std::string::npos && source.find_first_of("{}", star) == std::string::npos) {
+            const int times = toNumber<int>(source.substr(star + 1));
+            inner.erase(inner.rfind('*'));
+            for (int i = 0; i < times; ++i)
+                result += inner;
+        } else {
+            require(source[0] == '"' || (!kept.empty() && source.rfind(kept, 0) == 0),
+                    "neither {TEXT*NUMBER} nor {\"...}: {" + source + "}");
+            result += '{' + inner + '}';
+        }
     }
+    require(inGroup == (at < text.size()), "braces without their other half");
     return result;
 }
 
-void apply(FakeHost &fake, const std::string &given)
+std::string expanded(const std::string &text, const std::string &kept)
 {
-    const std::map<std::string, std::function<void(const std::string &)>> set = {
-        {"verdict", [&](const auto &v) { fake.verdict = std::stoi(v); }},
-        {"no gate", [&](const auto &) { pgf_parseAuth = nullptr; }},
-        {"no hooks", [&](const auto &) { removeSecurityHooks(); }},
-        {"csEnabled", [&](const auto &v) { g_csEnabled = std::stoi(v); }},
-        {"highLevel", [&](const auto &v) { g_highLevel = std::stoi(v); }},
-        {"remote", [&](const auto &v) { g_webRemote = std::stoi(v); }},
-        {"status", [&](const auto &v) { fake.status = std::stoi(v); }},
-        {"read", [&](const auto &v) { fake.readResult = std::stoi(v); }},
-        {"point", [&](const auto &v) { fake.point = v; }},
-        {"answer", [&](const auto &v) { fake.answer = v; }},
-        {"answerStatus", [&](const auto &v) { fake.answerStatus = std::stoi(v); }},
-        {"coreDb", [&](const auto &v) { fake.coreDbVersion = v; }},
-        {"no coreDb", [&](const auto &) { fake.coreDbVersion.reset(); }},
-        {"timeModule", [&](const auto &v) { fake.timeModule = std::stoi(v); }},
-        {"timeSource", [&](const auto &v) { fake.timeSource = std::stoi(v); }},
-        {"now", [&](const auto &v) { fake.now = static_cast<time_t>(std::stoll(v)); }},
-        {"names", [&](const auto &v) { fake.names = split(v, ","); }},
-        {"timeout", [&](const auto &v) { sessTimeOut = std::stoi(v); }},
-        {"strdups", [&](const auto &v) { fake.strdups = std::stoi(v); }},
-        {"silent", [&](const auto &) { fake.silent = true; }},
-        {"no room", [&](const auto &v) { fake.noRoom = std::stoul(v); }},
-        {"no close", [&](const auto &) { pgf_closeSession = nullptr; }},
-        {"no time", [&](const auto &) { fake.noTime = true; }},
-        {"level", [&](const auto &v) { fake.level = std::stoi(v); }},
-        {"id", [&](const auto &v) { fake.sessionId = v; }},
-        {"sessionStatus", [&](const auto &v) { fake.sessionStatus = std::stoi(v); }},
-        {"ms", [&](const auto &v) { fake.milliseconds = static_cast<uint32_t>(std::stoul(v)); }},
-        {"count", [&](const auto &v) { fake.namesCount = std::stoi(v); }}};
-    for (const auto &[name, value] : pairs(given, '='))
-        set.at(name)(value);
+    std::size_t at = 0;
+    return expandedFrom(text, kept, at, false);
 }
 
-static void registerSection(const std::string &suite, const std::string &title, const Lines &lines,
-                            testing::Test *(*make)(const Lines &))
+static std::string testName(const std::string &title)
 {
-    const std::string name = std::regex_replace(title, std::regex("\\W+"), "_");
-    if (!lines.empty())
-        testing::RegisterTest(suite.c_str(), name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-                              [lines, make] { return make(lines); });
+    return std::regex_replace(title, std::regex("\\W+"), "_");
 }
 
-void registerCases(const std::string &path, testing::Test *(*make)(const Lines &))
+std::vector<Section> readSections(std::istream &file)
 {
-    const std::string suite = path.substr(path.find('/') + 1);
-    std::ifstream file(CASES_FOLDER "/" + path + ".cases");
-    if (!file)
-        abort(); // a file that is missing must not pass
-    std::string line, title;
-    Lines lines;
-    while (std::getline(file, line))
-        if (line[0] == '[') {
-            registerSection(suite, title, lines, make);
-            title = line.substr(1, line.size() - 2);
-            lines.clear();
-        } else if (!line.empty() && line[0] != '#') {
-            lines.push_back(line);
+    std::vector<Section> sections;
+    std::vector<Failure> early; // failures before the first title
+    std::set<std::string> names;
+    std::string text;
+    for (int number = 1; std::getline(file, text); ++number) {
+        std::string wrong;
+        if (!text.empty() && (text.back() == ' ' || iscntrl(text.back()) != 0))
+            wrong = "ends in a space or in a control character";
+        if (text[0] == '[') {
+            sections.push_back({text.substr(1, text.size() - 2), number, {}, {}});
+            if (text.back() != ']' || text.size() < 3)
+                wrong = "a title is written [Title]";
+            else if (!names.insert(testName(sections.back().title)).second)
+                wrong = "a second section of this title";
+        } else if (!text.empty() && text[0] != '#') {
+            if (sections.empty())
+                wrong = "a line before the first title";
+            else
+                sections.back().lines.push_back({number, text});
         }
-    registerSection(suite, title, lines, make);
+        if (!wrong.empty())
+            (sections.empty() ? early : sections.back().failures).push_back({number, wrong});
+    }
+    if (sections.empty())
+        sections.push_back({"file", 1, {}, {{1, "no section"}}});
+    const auto isRequest = [](const Line &line) {
+        return line.text.find(" -> ") != std::string::npos;
+    };
+    for (Section &section : sections)
+        if (section.failures.empty()
+            && std::none_of(section.lines.begin(), section.lines.end(), isRequest))
+            section.failures.push_back({section.line, "a section without a request"});
+    std::vector<Failure> &first = sections.front().failures;
+    first.insert(first.begin(), early.begin(), early.end());
+    return sections;
+}
+
+std::vector<Failure> run(const Section &section, const MakeDialect &make)
+{
+    std::vector<Failure> failures = section.failures;
+    const auto attempt = [&](int line, const Action &action) {
+        try {
+            action();
+        } catch (const std::exception &error) {
+            failures.push_back({line, error.what()});
+        }
+    };
+    std::unique_ptr<Dialect> dialect;
+    attempt(section.line, [&] { dialect = make(); });
+    std::vector<std::pair<int, Action>> actions;
+    if (dialect != nullptr)
+        for (const Line &line : section.lines)
+            attempt(line.number,
+                    [&] { actions.emplace_back(line.number, dialect->read(line.text)); });
+    if (!failures.empty())
+        return failures;
+    for (const auto &[line, action] : actions)
+        attempt(line, action);
+    attempt(section.lines.back().number, [&] { dialect->end(); });
+    return failures;
+}
+
+void report(const std::string &path, const std::vector<Failure> &failures)
+{
+    for (const Failure &failure : failures)
+        ADD_FAILURE_AT(path.c_str(), failure.line) << failure.message;
+}
+
+class CaseTest : public testing::Test {
+    std::string path_;
+    Section section_;
+    MakeDialect make_;
+
+public:
+    CaseTest(std::string path, Section section, MakeDialect make)
+        : path_(std::move(path)), section_(std::move(section)), make_(std::move(make))
+    {}
+
+    void TestBody() override { report(path_, run(section_, make_)); }
+};
+
+void registerCases(const std::string &folder, const MakeDialect &make)
+{
+    std::vector<fs::path> paths;
+    for (const auto &entry : fs::directory_iterator(CASES_FOLDER "/" + folder))
+        if (entry.path().extension() == ".cases")
+            paths.push_back(entry.path());
+    std::sort(paths.begin(), paths.end());
+    for (const fs::path &path : paths) {
+        std::ifstream file(path);
+        std::set<std::string> names;
+        for (const Section &section : readSections(file)) {
+            std::string name = testName(section.title);
+            if (!names.insert(name).second)
+                name += "_line_" + std::to_string(section.line);
+            testing::RegisterTest(
+                (folder + "_" + path.stem().string()).c_str(), name.c_str(), nullptr, nullptr,
+                path.c_str(), section.line,
+                [=]() -> testing::Test * { return new CaseTest(path, section, make); });
+        }
+    }
 }

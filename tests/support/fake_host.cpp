@@ -32,6 +32,7 @@ FakeHost::FakeHost()
     g_highLevel = 200;
     g_webRemote = 0;
     sessTimeOut = 900;
+    removeSecurityHooks();
     pgf_parseAuth = gate;
 }
 
@@ -153,6 +154,8 @@ void removeSecurityHooks()
     pgf_ws_getRolesListByUser = nullptr;
     pgf_ws_setUserRoles = pgf_ws_setUserPassword = nullptr;
     pgf_ws_setUserLock = nullptr;
+    pgf_ws_getUserLockState = nullptr;
+    pgf_getAuthorization = nullptr;
     pgf_getSessionStatus = nullptr;
     pgf_closeSession = nullptr;
     pgf_appUserVerify = nullptr;

@@ -49,7 +49,8 @@ public:
     int namesCount = 0;
 
     // What the library did.
-    int askedLevel = 0;
+    static constexpr int NOT_ASKED = -1;
+    int askedLevel = NOT_ASKED;             // of the gate, last
     std::vector<std::string> calls() const; // "x_readData(analog,A,%d)", in order
     std::string log() const;                // lines "E text", "W text", "I text"
     void forgetCalls();                     // and their memory

@@ -1,0 +1,269 @@
+// tests/soap/soap_cases.cpp: the operations' cases: every line is one request to one operation.
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <regex>
+#include <soapH.h>
+#include <sstream>
+
+#include "support/cases.h"
+#include "support/given.h"
+#include "support/wire.h"
+
+// The fields of every operation, as the library declares them.
+static const std::map<std::string, Lines> &operations()
+{
+    static const std::map<std::string, Lines> operations = [] {
+        std::ostringstream source;
+        source << std::ifstream(SOAP_INTERFACE).rdbuf();
+        const std::string text = source.str();
+        std::map<std::string, Lines> result;
+        const std::regex declaration(R"(int ns__(\w+)\(([^)]*)\))"), field(R"(\*(\w+))");
+        for (std::sregex_iterator at(text.begin(), text.end(), declaration), end; at != end; ++at) {
+            const std::string parameters = (*at)[2];
+            result[(*at)[1]] =
+                Lines(std::sregex_token_iterator(parameters.begin(), parameters.end(), field, 1),
+                      std::sregex_token_iterator());
+        }
+        return result;
+    }();
+    return operations;
+}
+
+static std::string escaped(std::string text)
+{
+    if (text.rfind("XML:", 0) == 0)
+        return text.substr(4);
+    replaceAll(&text, "&", "&amp;");
+    replaceAll(&text, "<", "&lt;");
+    replaceAll(&text, ">", "&gt;");
+    return text;
+}
+
+struct Request {
+    std::string operation;
+    Pairs fields;
+};
+
+static Request readRequest(std::string text)
+{
+    Request request;
+    request.operation = takeWord(&text);
+    const auto known = operations().find(request.operation);
+    require(known != operations().end(), "no operation: " + shown(request.operation));
+    if (text.empty())
+        return request;
+    for (const std::string &part : split(text, " | ")) {
+        const std::size_t end = part.find('=');
+        const std::string name = part.substr(0, end);
+        require(end != std::string::npos, "a field without a value: " + shown(part));
+        require(name != "return_"
+                    && std::count(known->second.begin(), known->second.end(), name) == 1,
+                request.operation + " has no field " + shown(name));
+        for (const auto &[earlier, value] : request.fields)
+            require(earlier != name, "a field given twice: " + name);
+        request.fields.emplace_back(name, expanded(part.substr(end + 1)));
+    }
+    return request;
+}
+
+struct Expected {
+    std::optional<std::string> result; // the content of the return element
+    std::string fault, detail, calls, quiet;
+    std::optional<int> asks;
+    bool refusals = false; // the request is repeated with every verdict that refuses
+};
+
+static Expected readExpected(const std::string &text)
+{
+    std::map<std::string, std::string> words;
+    for (std::string part : split(text, " | ")) {
+        const std::string word = part == "no return" ? part : takeWord(&part);
+        const bool alone = word == "no return";
+        require(words.emplace(word, alone ? "" : expanded(part)).second,
+                "expected twice: " + shown(word));
+        require(alone || word == "return" || !part.empty(), "expects nothing: " + shown(word));
+    }
+    const auto has = [&](const char *word) { return words.count(word) != 0; };
+    require(has("return") + has("no return") + has("fault") == 1,
+            "expects not exactly one of return, no return and fault");
+    require(has("fault") || !has("detail"), "a detail without a fault");
+    require(!has("fault") || !has("quiet"), "a quiet fault beside a sent one");
+    require(!has("asks") || !has("level"), "both asks and level");
+    Expected expected;
+    for (const auto &[word, value] : words)
+        if (word == "return")
+            expected.result =
+                value.empty() ? "<return/>" : "<return>" + escaped(value) + "</return>";
+        else if (word == "no return")
+            expected.result = "";
+        else if (word == "fault")
+            expected.fault = value;
+        else if (word == "detail")
+            expected.detail = value;
+        else if (word == "calls")
+            expected.calls = value;
+        else if (word == "quiet")
+            expected.quiet = value;
+        else if (word == "asks" || word == "level")
+            expected.asks = toNumber<int>(value);
+        else
+            throw WrongLine("no expectation: " + shown(word));
+    expected.refusals = has("level");
+    return expected;
+}
+
+struct Reply {
+    std::string text;     // the envelope
+    std::string recorded; // fault string, sent or not
+};
+
+// Serves an envelope without a socket.
+static Reply serve(const std::string &request)
+{
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    soap_init2(soap.get(), 0x2000000, 0x2000000);
+    std::istringstream in(request);
+    std::ostringstream out;
+    soap->is = &in;
+    soap->os = &out;
+    soap_serve(soap.get());
+    const char *fault = soap->fault == nullptr ? nullptr : *soap_faultstring(soap.get());
+    const Reply reply = {out.str(), fault == nullptr ? "" : fault};
+    soap_destroy(soap.get());
+    soap_end(soap.get());
+    soap_done(soap.get());
+    return reply;
+}
+
+// Returns what the reply has between the two tags, "(none)" without them.
+static std::string between(const std::string &reply, const std::string &open,
+                           const std::string &close)
+{
+    const std::size_t begin = reply.find(open);
+    const std::size_t end = begin == std::string::npos ? begin : reply.find(close, begin);
+    return end == std::string::npos ? "(none)"
+                                    : reply.substr(begin + open.size(), end - begin - open.size());
+}
+
+class SoapCases : public Dialect {
+    std::vector<std::function<void(FakeHost &)>> changes_; // since the section began
+
+    static void checkFault(const std::string &reply, bool soap12, const Expected &expected)
+    {
+        const std::string text = soap12 ? "<SOAP-ENV:Text xml:lang=\"en\">" : "<faultstring>";
+        requireSame("fault", expected.fault, between(reply, text, "</"));
+        requireSame("fault code", soap12 ? "SOAP-ENV:Receiver" : "SOAP-ENV:Server",
+                    soap12 ? between(reply, "<SOAP-ENV:Value>", "</")
+                           : between(reply, "<faultcode>", "</"));
+        requireSame("detail", expected.detail.empty() ? "(none)" : expected.detail,
+                    between(reply, soap12 ? "<SOAP-ENV:Detail>" : "<detail>", "</"));
+    }
+
+    static void check(const std::string &operation, const Reply &reply, bool soap12,
+                      const Expected &expected, const FakeHost &fake)
+    {
+        if (expected.result) {
+            const std::string element = "ns:" + operation + "Response>";
+            requireSame("return", *expected.result,
+                        between(reply.text, "<" + element, "</" + element));
+            requireSame("quiet", expected.quiet, reply.recorded);
+        } else {
+            checkFault(reply.text, soap12, expected);
+        }
+        std::string calls;
+        for (const std::string &call : fake.calls())
+            calls += (calls.empty() ? "" : " ") + call;
+        std::replace_if(calls.begin(), calls.end(), iscntrl, '?');
+        requireSame("calls", expected.calls, calls);
+        if (expected.asks)
+            requireSame("level asked", std::to_string(*expected.asks),
+                        std::to_string(fake.askedLevel));
+    }
+
+    // Sends the request in both versions, its fields in order and reversed among strangers. Every request
+    // meets a host of its own.
+    void send(const Request &request, const Expected &expected, const std::string &refusal) const
+    {
+        for (const bool soap12 : {false, true})
+            for (const bool reversed : {false, true}) {
+                std::string children = reversed ? "<stranger>x</stranger>" : "";
+                for (const auto &[name, value] : request.fields) {
+                    const std::string child = "<" + name + ">" + escaped(value) + "</" + name + ">";
+                    children = reversed ? child + children : children + child;
+                }
+                FakeHost fake;
+                installSecurityHooks();
+                for (const auto &change : changes_)
+                    change(fake);
+                if (!refusal.empty())
+                    for (const auto &change : readGiven(refusal).changes)
+                        change(fake);
+                const Reply reply = serve(envelope(request.operation, children, soap12));
+                const std::string variant = std::string(soap12 ? "SOAP 1.2, " : "SOAP 1.1, ")
+                                            + (reversed ? "reversed" : "in order")
+                                            + (refusal.empty() ? "" : ", given " + refusal);
+                recordReply(request.operation + " (" + variant + ")", reply.text);
+                try {
+                    check(request.operation, reply, soap12, expected, fake);
+                } catch (const WrongLine &wrong) {
+                    throw WrongLine(variant + ": " + wrong.what());
+                }
+            }
+    }
+
+    void sendRefused(const Request &request) const
+    {
+        for (const char *refusal :
+             {"verdict=2", "verdict=1", "verdict=0", "verdict=4", "verdict=-1", "no gate"}) {
+            const bool unknown = refusal == std::string("verdict=2") || *refusal == 'n';
+            Expected expected;
+            expected.fault =
+                unknown ? "WebServer Error: Authentication error" : "WebServer Error: Not allowed";
+            expected.detail = "ns__" + request.operation;
+            send(request, expected, refusal);
+        }
+    }
+
+    Action readGivenLine(const std::string &text)
+    {
+        return [this, given = readGiven(text)] {
+            if (given.fresh)
+                changes_.clear();
+            changes_.insert(changes_.end(), given.changes.begin(), given.changes.end());
+        };
+    }
+
+public:
+    SoapCases()
+    {
+        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+        tzset();
+    }
+    ~SoapCases() override
+    {
+        unsetenv("TZ");
+        tzset();
+    }
+    SoapCases(const SoapCases &) = delete;
+    SoapCases &operator=(const SoapCases &) = delete;
+
+    Action read(const std::string &line) override
+    {
+        if (line.rfind("given ", 0) == 0)
+            return readGivenLine(line.substr(6));
+        const Lines sides = split(line, " -> ");
+        require(sides.size() == 2, "neither given NAME nor REQUEST -> EXPECTED");
+        return [this, request = readRequest(sides[0]), expected = readExpected(sides[1])] {
+            send(request, expected, "");
+            if (expected.refusals)
+                sendRefused(request);
+        };
+    }
+};
+
+std::unique_ptr<Dialect> makeSoapDialect()
+{
+    return std::make_unique<SoapCases>();
+}
