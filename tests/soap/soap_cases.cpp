@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
-#include <optional>
 #include <regex>
 #include <soapH.h>
 #include <sstream>
@@ -68,49 +67,28 @@ static Request readRequest(std::string text)
     return request;
 }
 
-struct Expected {
-    std::optional<std::string> result; // the content of the return element
-    std::string fault, detail, calls, quiet;
-    std::optional<int> asks;
-    bool refusals = false; // the request is repeated with every verdict that refuses
-};
+using Expected = std::map<std::string, std::string>; // TEXT by word
 
 static Expected readExpected(const std::string &text)
 {
-    std::map<std::string, std::string> words;
+    static const Lines WORDS = {"return", "no return", "fault", "detail",
+                                "calls",  "quiet",     "asks",  "level"};
+    Expected expected;
     for (std::string part : split(text, " | ")) {
         const std::string word = part == "no return" ? part : takeWord(&part);
-        const bool alone = word == "no return";
-        require(words.emplace(word, alone ? "" : expanded(part)).second,
-                "expected twice: " + shown(word));
-        require(alone || word == "return" || !part.empty(), "expects nothing: " + shown(word));
+        require(std::count(WORDS.begin(), WORDS.end(), word) == 1,
+                "no expectation: " + shown(word));
+        require(!part.empty() || word == "return", "expects nothing: " + shown(word));
+        require(expected.emplace(word, expanded(part)).second, "expected twice: " + shown(word));
+        if (word == "asks" || word == "level")
+            toNumber<int>(part);
     }
-    const auto has = [&](const char *word) { return words.count(word) != 0; };
+    const auto has = [&](const char *word) { return expected.count(word); };
     require(has("return") + has("no return") + has("fault") == 1,
             "expects not exactly one of return, no return and fault");
-    require(has("fault") || !has("detail"), "a detail without a fault");
-    require(!has("fault") || !has("quiet"), "a quiet fault beside a sent one");
-    require(!has("asks") || !has("level"), "both asks and level");
-    Expected expected;
-    for (const auto &[word, value] : words)
-        if (word == "return")
-            expected.result =
-                value.empty() ? "<return/>" : "<return>" + escaped(value) + "</return>";
-        else if (word == "no return")
-            expected.result = "";
-        else if (word == "fault")
-            expected.fault = value;
-        else if (word == "detail")
-            expected.detail = value;
-        else if (word == "calls")
-            expected.calls = value;
-        else if (word == "quiet")
-            expected.quiet = value;
-        else if (word == "asks" || word == "level")
-            expected.asks = toNumber<int>(value);
-        else
-            throw WrongLine("no expectation: " + shown(word));
-    expected.refusals = has("level");
+    require(has("fault") >= has("detail"), "a detail without a fault");
+    require(has("fault") + has("quiet") < 2, "a quiet fault beside a sent one");
+    require(has("asks") + has("level") < 2, "both asks and level");
     return expected;
 }
 
@@ -150,36 +128,31 @@ static std::string between(const std::string &reply, const std::string &open,
 class SoapCases : public Dialect {
     std::vector<std::function<void(FakeHost &)>> changes_; // since the section began
 
-    static void checkFault(const std::string &reply, bool soap12, const Expected &expected)
-    {
-        const std::string text = soap12 ? "<SOAP-ENV:Text xml:lang=\"en\">" : "<faultstring>";
-        requireSame("fault", expected.fault, between(reply, text, "</"));
-        requireSame("fault code", soap12 ? "SOAP-ENV:Receiver" : "SOAP-ENV:Server",
-                    soap12 ? between(reply, "<SOAP-ENV:Value>", "</")
-                           : between(reply, "<faultcode>", "</"));
-        requireSame("detail", expected.detail.empty() ? "(none)" : expected.detail,
-                    between(reply, soap12 ? "<SOAP-ENV:Detail>" : "<detail>", "</"));
-    }
-
     static void check(const std::string &operation, const Reply &reply, bool soap12,
-                      const Expected &expected, const FakeHost &fake)
+                      Expected expected, const FakeHost &fake)
     {
-        if (expected.result) {
-            const std::string element = "ns:" + operation + "Response>";
-            requireSame("return", *expected.result,
-                        between(reply.text, "<" + element, "</" + element));
-            requireSame("quiet", expected.quiet, reply.recorded);
+        const auto in = [&](const std::string &open) { return between(reply.text, open, "</"); };
+        if (expected.count("fault") != 0) {
+            requireSame("fault", expected["fault"],
+                        in(soap12 ? "<SOAP-ENV:Text xml:lang=\"en\">" : "<faultstring>"));
+            requireSame("fault code", soap12 ? "SOAP-ENV:Receiver" : "SOAP-ENV:Server",
+                        in(soap12 ? "<SOAP-ENV:Value>" : "<faultcode>"));
+            requireSame("detail", expected.count("detail") != 0 ? expected["detail"] : "(none)",
+                        in(soap12 ? "<SOAP-ENV:Detail>" : "<detail>"));
         } else {
-            checkFault(reply.text, soap12, expected);
+            const std::string element = "ns:" + operation + "Response>";
+            std::string content = "<return>" + escaped(expected["return"]) + "</return>";
+            if (expected["return"].empty())
+                content = expected.count("no return") != 0 ? "" : "<return/>";
+            requireSame("return", content, between(reply.text, "<" + element, "</" + element));
+            requireSame("quiet", expected["quiet"], reply.recorded);
         }
-        std::string calls;
-        for (const std::string &call : fake.calls())
-            calls += (calls.empty() ? "" : " ") + call;
+        std::string calls = fake.callsText();
         std::replace_if(calls.begin(), calls.end(), iscntrl, '?');
-        requireSame("calls", expected.calls, calls);
-        if (expected.asks)
-            requireSame("level asked", std::to_string(*expected.asks),
-                        std::to_string(fake.askedLevel));
+        requireSame("calls", expected["calls"], calls);
+        for (const char *word : {"asks", "level"})
+            if (expected.count(word) != 0)
+                requireSame("level asked", expected[word], std::to_string(fake.askedLevel));
     }
 
     // Sends the request in both versions, its fields in order and reversed among strangers. Every request
@@ -218,10 +191,9 @@ class SoapCases : public Dialect {
         for (const char *refusal :
              {"verdict=2", "verdict=1", "verdict=0", "verdict=4", "verdict=-1", "no gate"}) {
             const bool unknown = refusal == std::string("verdict=2") || *refusal == 'n';
-            Expected expected;
-            expected.fault =
-                unknown ? "WebServer Error: Authentication error" : "WebServer Error: Not allowed";
-            expected.detail = "ns__" + request.operation;
+            const Expected expected = {{"fault", unknown ? "WebServer Error: Authentication error"
+                                                         : "WebServer Error: Not allowed"},
+                                       {"detail", "ns__" + request.operation}};
             send(request, expected, refusal);
         }
     }
@@ -257,7 +229,7 @@ public:
         require(sides.size() == 2, "neither given NAME nor REQUEST -> EXPECTED");
         return [this, request = readRequest(sides[0]), expected = readExpected(sides[1])] {
             send(request, expected, "");
-            if (expected.refusals)
+            if (expected.count("level") != 0)
                 sendRefused(request);
         };
     }

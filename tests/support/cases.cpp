@@ -96,33 +96,39 @@ static std::string testName(const std::string &title)
     return std::regex_replace(title, std::regex("\\W+"), "_");
 }
 
+static std::string faultOf(const std::string &text)
+{
+    if (!text.empty() && (text.back() == ' ' || iscntrl(text.back()) != 0))
+        return "ends in a space or in a control character";
+    return text[0] == '[' && (text.size() < 3 || text.back() != ']') ? "a title is written [Title]"
+                                                                     : "";
+}
+
 std::vector<Section> readSections(std::istream &file)
 {
     std::vector<Section> sections;
-    std::vector<Failure> early; // failures before the first title
+    Section start = {"file", 1, {}, {}}; // the lines before the first title
     std::set<std::string> names;
     std::string text;
     for (int number = 1; std::getline(file, text); ++number) {
-        std::string wrong;
-        if (!text.empty() && (text.back() == ' ' || iscntrl(text.back()) != 0))
-            wrong = "ends in a space or in a control character";
+        std::string fault = faultOf(text);
         if (text[0] == '[') {
-            sections.push_back({text.substr(1, text.size() - 2), number, {}, {}});
-            if (text.back() != ']' || text.size() < 3)
-                wrong = "a title is written [Title]";
-            else if (!names.insert(testName(sections.back().title)).second)
-                wrong = "a second section of this title";
-        } else if (!text.empty() && text[0] != '#') {
-            if (sections.empty())
-                wrong = "a line before the first title";
-            else
-                sections.back().lines.push_back({number, text});
+            sections.push_back(start);
+            sections.back().title = text.substr(1, text.size() - 2);
+            sections.back().line = number;
+            if (!names.insert(testName(sections.back().title)).second)
+                fault = "a second section of this title";
         }
-        if (!wrong.empty())
-            (sections.empty() ? early : sections.back().failures).push_back({number, wrong});
+        Section &section = sections.empty() ? start : sections.back();
+        if (!fault.empty())
+            section.failures.push_back({number, fault});
+        else if (!text.empty() && text[0] != '#' && text[0] != '[')
+            section.lines.push_back({number, text});
     }
-    if (sections.empty())
-        sections.push_back({"file", 1, {}, {{1, "no section"}}});
+    if (sections.empty()) {
+        start.failures.push_back({1, "no section"});
+        sections.push_back(start);
+    }
     const auto isRequest = [](const Line &line) {
         return line.text.find(" -> ") != std::string::npos;
     };
@@ -130,8 +136,6 @@ std::vector<Section> readSections(std::istream &file)
         if (section.failures.empty()
             && std::none_of(section.lines.begin(), section.lines.end(), isRequest))
             section.failures.push_back({section.line, "a section without a request"});
-    std::vector<Failure> &first = sections.front().failures;
-    first.insert(first.begin(), early.begin(), early.end());
     return sections;
 }
 
@@ -156,7 +160,8 @@ std::vector<Failure> run(const Section &section, const MakeDialect &make)
         return failures;
     for (const auto &[line, action] : actions)
         attempt(line, action);
-    attempt(section.lines.back().number, [&] { dialect->end(); });
+    if (failures.empty())
+        attempt(section.lines.back().number, [&] { dialect->end(); });
     return failures;
 }
 
@@ -191,8 +196,7 @@ void registerCases(const std::string &folder, const MakeDialect &make)
         std::set<std::string> names;
         for (const Section &section : readSections(file)) {
             std::string name = testName(section.title);
-            if (!names.insert(name).second)
-                name += "_line_" + std::to_string(section.line);
+            name += names.insert(name).second ? "" : "_again";
             testing::RegisterTest(
                 (folder + "_" + path.stem().string()).c_str(), name.c_str(), nullptr, nullptr,
                 path.c_str(), section.line,

@@ -25,7 +25,7 @@ public:
     // Returns what the line does; throws WrongLine when it is not in the language.
     virtual Action read(const std::string &line) = 0;
 
-    // Is called after the last line; throws WrongLine when a line had no effect.
+    // Is called when all lines have passed; throws WrongLine when one of them had no effect.
     virtual void end() {}
 };
 

@@ -47,6 +47,14 @@ std::vector<std::string> FakeHost::calls() const
     return calls_;
 }
 
+std::string FakeHost::callsText() const
+{
+    std::string text;
+    for (const std::string &call : calls())
+        text += (text.empty() ? "" : " ") + call;
+    return text;
+}
+
 std::string FakeHost::log() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);

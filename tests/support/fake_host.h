@@ -52,6 +52,7 @@ public:
     static constexpr int NOT_ASKED = -1;
     int askedLevel = NOT_ASKED;             // of the gate, last
     std::vector<std::string> calls() const; // "x_readData(analog,A,%d)", in order
+    std::string callsText() const;          // "f(a,b) g()"
     std::string log() const;                // lines "E text", "W text", "I text"
     void forgetCalls();                     // and their memory
 

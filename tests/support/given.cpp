@@ -16,7 +16,7 @@ template <typename Number> static auto sets(Number FakeHost::*member)
     };
 }
 
-static auto setsText(std::string FakeHost::*member)
+template <typename Text> static auto setsText(Text FakeHost::*member)
 {
     return [member](const std::string &text) -> Change {
         return [=](FakeHost &fake) { fake.*member = text; };
@@ -31,37 +31,35 @@ static auto setsGlobal(int *global)
     };
 }
 
-static const std::map<std::string, std::function<Change(const std::string &)>> &valueNames()
+using Names = std::map<std::string, std::function<Change(const std::string &value)>>;
+
+static const Names &valueNames()
 {
-    static const std::map<std::string, std::function<Change(const std::string &)>> names = {
-        {"answer", setsText(&FakeHost::answer)},
-        {"answerStatus", sets(&FakeHost::answerStatus)},
-        {"coreDb",
-         [](const std::string &text) -> Change {
-             return [=](FakeHost &fake) { fake.coreDbVersion = text; };
-         }},
-        {"count", sets(&FakeHost::namesCount)},
-        {"csEnabled", setsGlobal(&g_csEnabled)},
-        {"highLevel", setsGlobal(&g_highLevel)},
-        {"id", setsText(&FakeHost::sessionId)},
-        {"level", sets(&FakeHost::level)},
-        {"ms", sets(&FakeHost::milliseconds)},
-        {"names",
-         [](const std::string &text) -> Change {
-             return [=](FakeHost &fake) { fake.names = split(text, ","); };
-         }},
-        {"no room", sets(&FakeHost::noRoom)},
-        {"now", sets(&FakeHost::now)},
-        {"point", setsText(&FakeHost::point)},
-        {"read", sets(&FakeHost::readResult)},
-        {"remote", setsGlobal(&g_webRemote)},
-        {"sessionStatus", sets(&FakeHost::sessionStatus)},
-        {"status", sets(&FakeHost::status)},
-        {"strdups", sets(&FakeHost::strdups)},
-        {"timeModule", sets(&FakeHost::timeModule)},
-        {"timeSource", sets(&FakeHost::timeSource)},
-        {"timeout", setsGlobal(&sessTimeOut)},
-        {"verdict", sets(&FakeHost::verdict)}};
+    static const Names names = {{"answer", setsText(&FakeHost::answer)},
+                                {"answerStatus", sets(&FakeHost::answerStatus)},
+                                {"coreDb", setsText(&FakeHost::coreDbVersion)},
+                                {"count", sets(&FakeHost::namesCount)},
+                                {"csEnabled", setsGlobal(&g_csEnabled)},
+                                {"highLevel", setsGlobal(&g_highLevel)},
+                                {"id", setsText(&FakeHost::sessionId)},
+                                {"level", sets(&FakeHost::level)},
+                                {"ms", sets(&FakeHost::milliseconds)},
+                                {"names",
+                                 [](const std::string &text) -> Change {
+                                     return [=](FakeHost &fake) { fake.names = split(text, ","); };
+                                 }},
+                                {"no room", sets(&FakeHost::noRoom)},
+                                {"now", sets(&FakeHost::now)},
+                                {"point", setsText(&FakeHost::point)},
+                                {"read", sets(&FakeHost::readResult)},
+                                {"remote", setsGlobal(&g_webRemote)},
+                                {"sessionStatus", sets(&FakeHost::sessionStatus)},
+                                {"status", sets(&FakeHost::status)},
+                                {"strdups", sets(&FakeHost::strdups)},
+                                {"timeModule", sets(&FakeHost::timeModule)},
+                                {"timeSource", sets(&FakeHost::timeSource)},
+                                {"timeout", setsGlobal(&sessTimeOut)},
+                                {"verdict", sets(&FakeHost::verdict)}};
     return names;
 }
 
@@ -86,16 +84,16 @@ Given readGiven(const std::string &text)
         const std::size_t end = part.find('=');
         const std::string name = part.substr(0, end);
         require(seen.insert(name).second, "given twice: " + name);
-        if (name == "fresh" && end == std::string::npos) {
+        const bool plain = end == std::string::npos;
+        if (plain && name == "fresh") {
             require(seen.size() == 1, "fresh must come first");
             given.fresh = true;
-        } else if (end == std::string::npos) {
-            require(plainNames().count(name) != 0, "given does not know: " + shown(part));
-            given.changes.push_back(plainNames().at(name));
-        } else {
-            require(valueNames().count(name) != 0, "given does not know: " + shown(part));
-            given.changes.push_back(valueNames().at(name)(expanded(part.substr(end + 1))));
+            continue;
         }
+        require((plain ? plainNames().count(name) : valueNames().count(name)) != 0,
+                "given does not know: " + shown(part));
+        given.changes.push_back(plain ? plainNames().at(name)
+                                      : valueNames().at(name)(expanded(part.substr(end + 1))));
     }
     return given;
 }

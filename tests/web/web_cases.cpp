@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -65,37 +66,37 @@ static std::string unescaped(std::string text)
     return text;
 }
 
-// What a word takes: the word alone, one word, or a text.
+enum Takes { NOTHING, WORD, TEXT, COOKIE, NUMBER, ADDRESS, PATH, PATH_TEXT, WORD_TEXT, TWO_WORDS };
 
-static void readNothing(const std::string &text)
-{
-    require(text.empty(), "takes nothing: " + shown(text));
-}
+struct Arguments {
+    std::string first, second;
+};
 
-static std::string readText(const std::string &text)
+// Reads what follows a word; throws WrongLine unless that is what the word takes.
+static Arguments readArguments(Takes takes, std::string text)
 {
-    require(!text.empty(), "takes a text");
-    return expanded(text);
-}
-
-static std::string readWord(const std::string &text)
-{
-    require(!text.empty() && text.find(' ') == std::string::npos, "takes one word: " + shown(text));
-    return expanded(text);
-}
-
-static std::string readPath(const std::string &text)
-{
-    require(text.rfind("/mnt/", 0) == 0, "no path in /mnt: " + shown(text));
-    return readWord(text);
-}
-
-static std::string readAddress(const std::string &text)
-{
+    const bool isPath = takes == PATH || takes == PATH_TEXT;
+    const bool isPair = takes >= PATH_TEXT;
+    const std::string first = isPair ? takeWord(&text) : text;
+    const std::string &last = takes == TWO_WORDS ? text : first;
     struct in_addr address;
-    require(text.rfind("127.", 0) == 0 && inet_pton(AF_INET, text.c_str(), &address) == 1,
-            "no loopback address: " + shown(text));
-    return text;
+    require(takes != NOTHING || text.empty(), "takes nothing: " + shown(text));
+    require((takes != TEXT && takes != COOKIE) || !text.empty(), "takes a text");
+    require(!isPath || first.rfind("/mnt/", 0) == 0, "no path in /mnt: " + shown(first));
+    require(takes == NOTHING || takes == TEXT || takes == COOKIE
+                || (!last.empty() && last.find(' ') == std::string::npos),
+            "takes one word: " + shown(last));
+    require(takes != NUMBER || last.find_first_not_of("0123456789", last[0] == '-') > last.size(),
+            "no number: " + shown(last));
+    require(takes != ADDRESS
+                || (last.rfind("127.", 0) == 0 && inet_pton(AF_INET, last.c_str(), &address) == 1),
+            "no loopback address: " + shown(last));
+    return {expanded(first, takes == COOKIE ? "id" : ""), isPair ? expanded(text) : ""};
+}
+
+static void requireNumber(const std::string &what, const std::string &expected, int actual)
+{
+    requireSame(what, expected, std::to_string(actual));
 }
 
 static std::string reLoginPage(const std::string &code)
@@ -108,9 +109,10 @@ static std::string reLoginPage(const std::string &code)
 static Check readReply(const std::string &code, std::string text)
 {
     require(toNumber<int>(code) >= 100 && code.size() == 3, "no expectation: " + shown(code));
-    const std::string type = readWord(takeWord(&text));
+    const std::string type = readArguments(WORD, takeWord(&text)).first;
     const bool inFile = text[0] == '@';
-    const std::string wanted = inFile ? readPath(text.substr(1)) : unescaped(expanded(text));
+    const std::string wanted =
+        inFile ? readArguments(PATH, text.substr(1)).first : unescaped(expanded(text));
     return [=](const std::string &reply) {
         const std::size_t end = std::min(reply.find("\r\n\r\n"), reply.size());
         const std::string header = reply.substr(0, end) + "\r\n";
@@ -126,20 +128,20 @@ static Check readExpected(std::string text)
 {
     const std::string kind = takeWord(&text);
     if (kind == "nothing") {
-        readNothing(text);
+        readArguments(NOTHING, text);
         return [](const std::string &reply) { requireSame("reply", "", reply); };
     }
     if (kind == "raw")
-        return [wanted = unescaped(readText(text))](const std::string &reply) {
+        return [wanted = unescaped(readArguments(TEXT, text).first)](const std::string &reply) {
             requireSame("reply", wanted, reply);
         };
     if (kind == "has")
-        return [wanted = unescaped(readText(text))](const std::string &reply) {
+        return [wanted = unescaped(readArguments(TEXT, text).first)](const std::string &reply) {
             require(reply.find(wanted) != std::string::npos,
                     "expected " + shown(wanted) + " in " + shown(reply));
         };
     if (kind == "relogin")
-        return readReply("200", "text/html " + reLoginPage(text.empty() ? "" : readWord(text)));
+        return readReply("200", "text/html " + reLoginPage(text));
     return readReply(kind, text);
 }
 
@@ -219,30 +221,29 @@ class WebCases : public Dialect {
         return chunks.str();
     }
 
-    std::string get(const std::string &target)
+    std::string start(const std::string &verb, const std::string &target, const std::string &type)
     {
-        std::string text = "GET " + target + " HTTP/1.1\r\n" + cookieLine();
+        std::string text = verb + " " + target + " HTTP/1.1\r\n" + cookieLine();
         if (const auto line = take("header"))
             text += *line + "\r\n";
-        if (const auto type = take("type"))
-            text += "Content-Type: " + *type + "\r\n";
-        return exchange(text + "\r\n");
+        const std::string sent = take("type").value_or(type);
+        return text + (sent.empty() ? "" : "Content-Type: " + sent + "\r\n");
+    }
+
+    std::string get(const std::string &target)
+    {
+        return exchange(start("GET", target, "") + "\r\n");
     }
 
     std::string post(const std::string &path, const std::string &body, const std::string &type)
     {
-        std::string text =
-            take("verb").value_or("POST") + " " + path + " HTTP/1.1\r\n" + cookieLine();
-        if (const auto line = take("header"))
-            text += *line + "\r\n";
-        text += "Content-Type: " + take("type").value_or(type) + "\r\n";
+        std::string text = start(take("verb").value_or("POST"), path, type);
         const auto chunks = take("chunked"), length = take("length");
         if (length || !chunks)
             text += "Content-Length: " + length.value_or(std::to_string(body.size())) + "\r\n";
         if (!chunks)
             return exchange(text + "\r\n" + body);
-        return exchange(text + "Transfer-Encoding: chunked\r\n\r\n" + chunked(body)
-                        + (chunks->empty() ? "0\r\n\r\n" : ""));
+        return exchange(text + "Transfer-Encoding: chunked\r\n\r\n" + chunked(body) + *chunks);
     }
 
     std::string form(const std::string &body, const std::string &path = "/index.htm")
@@ -250,57 +251,24 @@ class WebCases : public Dialect {
         return post(path, body, "application/x-www-form-urlencoded");
     }
 
-    std::function<std::string()> readRequest(std::string text)
+    // What a page sends when its user asks for the command.
+    std::string command(const std::string &name, const std::string &arguments = "")
     {
-        const std::string verb = takeWord(&text);
-        if (verb == "GET")
-            return [this, target = readWord(text)] { return get(target); };
-        if (verb == "SOAP")
-            return [this, operation = readWord(text)] {
-                return post("/", envelope(operation), "text/xml");
-            };
-        if (verb == "POST") {
-            const std::string path = readWord(takeWord(&text));
-            return [this, path, body = expanded(text)] { return form(body, path); };
-        }
-        if (verb == "login") {
-            const std::string user = expanded(takeWord(&text));
-            return [this, user, password = readWord(text)] {
-                return form("cgiMethod=" + field("cgiLogin") + "&arg1=" + field(user)
-                            + "&arg2=" + field(password));
-            };
-        }
-        require(verb == "logout" || verb == "keepAlive", "no request: " + shown(verb));
-        readNothing(text);
-        return [this, method = verb == "logout" ? "cgiLogout" : "cgiKeepAlive"] {
-            return form("cgiMethod=" + field(method));
-        };
+        return form("cgiMethod=" + field(name) + arguments);
     }
 
-    Action setNext(const std::string &option, const std::string &text)
+    void setNext(const std::string &option, const std::string &text)
     {
-        return [=] {
-            require(next_.emplace(option, text).second, option + " has no effect: it comes twice");
-        };
-    }
-
-    Action expectNumber(const std::string &what, const std::string &text, const int &actual)
-    {
-        return [what, wanted = toNumber<int>(text), &actual] {
-            requireSame(what, std::to_string(wanted), std::to_string(actual));
-        };
+        require(next_.emplace(option, text).second, option + " has no effect: it comes twice");
     }
 
     void checkCalls(const std::string &wanted)
     {
-        std::string calls;
-        for (const std::string &call : fake_->calls())
-            calls += (calls.empty() ? "" : " ") + call;
-        requireSame("calls", wanted, calls);
+        requireSame("calls", wanted, fake_->callsText());
         fake_->forgetCalls();
     }
 
-    void start()
+    void freshHost()
     {
         fake_.reset();
         fake_ = std::make_unique<FakeHost>();
@@ -311,7 +279,7 @@ class WebCases : public Dialect {
     {
         return [this, given = readGiven(text)] {
             if (given.fresh)
-                start();
+                freshHost();
             for (const auto &change : given.changes)
                 change(*fake_);
         };
@@ -330,76 +298,29 @@ class WebCases : public Dialect {
             createAccessRetry(address.data());
     }
 
-    using Word = std::function<Action(std::string)>; // reads what follows the word
-    const std::map<std::string, Word> words_ = {
-        {"given", [this](auto text) { return readGivenLine(text); }},
-        {"client",
-         [this](auto text) { return [this, client = readAddress(text)] { client_ = client; }; }},
-        {"cookie",
-         [this](auto text) {
-             require(!text.empty(), "takes a text");
-             return [this, cookie = expanded(text, "id")] { cookies_[client_] = cookie; };
-         }},
-        {"header", [this](auto text) { return setNext("header", readText(text)); }},
-        {"verb", [this](auto text) { return setNext("verb", readWord(text)); }},
-        {"type", [this](auto text) { return setNext("type", readText(text)); }},
-        {"length",
-         [this](auto text) {
-             toNumber<uint64_t>(text);
-             return setNext("length", text);
-         }},
-        {"chunked",
-         [this](auto text) {
-             require(text.empty() || text == "without an end", "chunked knows: without an end");
-             return setNext("chunked", text);
-         }},
-        {"hang", [this](auto text) { return readNothing(text), setNext("hang", text); }},
-        {"file",
-         [](auto text) {
-             const std::string path = readPath(takeWord(&text));
-             return [path, content = expanded(text)] { write(path, content); };
-         }},
-        {"fifo",
-         [](auto text) {
-             return [path = readPath(text)] {
-                 require(mkfifo(path.c_str(), 0600) == 0, "cannot make a fifo");
-             };
-         }},
-        {"small",
-         [this](auto text) { return [this, path = readPath(text)] { mountSmall(path); }; }},
-        {"folder",
-         [](auto text) {
-             return [path = readPath(text)] {
-                 require(fs::create_directories(path), "the folder exists");
-             };
-         }},
-        {"remove",
-         [](auto text) {
-             return [path = readPath(text)] {
-                 require(fs::remove_all(path) > 0, "nothing to remove");
-             };
-         }},
-        {"failures", [](auto text) { return [address = readAddress(text)] { fail(address); }; }},
-        {"asks",
-         [this](auto text) {
-             return [this, wanted = toNumber<int>(text)] {
-                 requireSame("level asked", std::to_string(wanted),
-                             std::to_string(fake_->askedLevel));
-             };
-         }},
-        {"absent",
-         [](auto text) {
-             return [path = readPath(text)] { require(!fs::exists(path), path + " exists"); };
-         }},
-        {"sends", [this](auto text) { return expectNumber("sends", text, sends_); }},
-        {"sessions", [this](auto text) { return expectNumber("sessions", text, numOfSessions); }},
-        {"content",
-         [](auto text) {
-             const std::string path = readPath(takeWord(&text));
-             return [path, wanted = expanded(text)] { requireSame(path, wanted, content(path)); };
-         }},
-        {"calls",
-         [this](auto text) { return [this, calls = readText(text)] { checkCalls(calls); }; }}};
+    template <typename Result> struct Word {
+        const char *name;
+        Takes takes;
+        Result (*run)(WebCases &my, const Arguments &a);
+    };
+
+    static const std::vector<Word<std::string>> REQUESTS;
+    static const std::vector<Word<void>> STATEMENTS;
+
+    // Returns what the first word of the table does that the line begins with.
+    template <typename Result> std::function<Result()>
+    readLine(const std::vector<Word<Result>> &words, const std::string &line)
+    {
+        const std::string start = line + " ";
+        for (const Word<Result> &word : words)
+            if (start.rfind(word.name + std::string(" "), 0) == 0) {
+                const std::size_t length = std::min(line.size(), strlen(word.name) + 1);
+                return [this, &word, a = readArguments(word.takes, line.substr(length))] {
+                    return word.run(*this, a);
+                };
+            }
+        throw WrongLine("no such word: " + shown(line));
+    }
 
 public:
     WebCases()
@@ -409,7 +330,7 @@ public:
         readConfiguration();
         for (const auto &entry : fs::directory_iterator("/mnt"))
             fs::remove_all(entry);
-        start();
+        freshHost();
         initiate(soap_.get());
         require(openService(soap_.get()) != -1, "the service does not start");
         send_ = soap_->fsend;
@@ -421,7 +342,7 @@ public:
 
     ~WebCases() override
     {
-        start();
+        freshHost();
         for (int slot = 0; slot < MAX_SESSIONS; ++slot)
             if (g_accesstok[slot].id != nullptr)
                 clearSession(slot, soap_.get());
@@ -438,27 +359,63 @@ public:
 
     Action read(const std::string &line) override
     {
+        if (line.rfind("given ", 0) == 0)
+            return readGivenLine(line.substr(6));
         const Lines sides = split(line, " -> ");
         require(sides.size() <= 2, "more than one ->");
-        if (sides.size() == 2)
-            return [this, send = readRequest(sides[0]), check = readExpected(sides[1]),
-                    request = sides[0]] {
-                const std::string reply = send();
-                recordReply(request, reply);
-                check(reply);
-            };
-        if (line == "no cookie")
-            return [this] { cookies_[client_].clear(); };
-        if (line == "no calls")
-            return [this] { checkCalls(""); };
-        std::string text = line;
-        const std::string word = takeWord(&text);
-        require(words_.count(word) != 0, "no word: " + shown(word));
-        return words_.at(word)(text);
+        if (sides.size() == 1)
+            return readLine(STATEMENTS, line);
+        return [line = sides[0], request = readLine(REQUESTS, sides[0]),
+                check = readExpected(sides[1])] {
+            const std::string reply = request();
+            recordReply(line, reply);
+            check(reply);
+        };
     }
 
     void end() override { requireNoOption(); }
 };
+
+const std::vector<WebCases::Word<std::string>> WebCases::REQUESTS = {
+    {"GET", WORD, [](auto &my, auto &a) { return my.get(a.first); }},
+    {"POST", WORD_TEXT, [](auto &my, auto &a) { return my.form(a.second, a.first); }},
+    {"SOAP", WORD, [](auto &my, auto &a) { return my.post("/", envelope(a.first), "text/xml"); }},
+    {"login", TWO_WORDS,
+     [](auto &my, auto &a) {
+         return my.command("cgiLogin", "&arg1=" + field(a.first) + "&arg2=" + field(a.second));
+     }},
+    {"logout", NOTHING, [](auto &my, auto &) { return my.command("cgiLogout"); }},
+    {"keepAlive", NOTHING, [](auto &my, auto &) { return my.command("cgiKeepAlive"); }}};
+
+const std::vector<WebCases::Word<void>> WebCases::STATEMENTS = {
+    {"client", ADDRESS, [](auto &my, auto &a) { my.client_ = a.first; }},
+    {"cookie", COOKIE, [](auto &my, auto &a) { my.cookies_[my.client_] = a.first; }},
+    {"no cookie", NOTHING, [](auto &my, auto &) { my.cookies_.erase(my.client_); }},
+    {"header", TEXT, [](auto &my, auto &a) { my.setNext("header", a.first); }},
+    {"verb", WORD, [](auto &my, auto &a) { my.setNext("verb", a.first); }},
+    {"type", TEXT, [](auto &my, auto &a) { my.setNext("type", a.first); }},
+    {"length", NUMBER, [](auto &my, auto &a) { my.setNext("length", a.first); }},
+    {"chunked without an end", NOTHING, [](auto &my, auto &) { my.setNext("chunked", ""); }},
+    {"chunked", NOTHING, [](auto &my, auto &) { my.setNext("chunked", "0\r\n\r\n"); }},
+    {"hang", NOTHING, [](auto &my, auto &) { my.setNext("hang", ""); }},
+    {"file", PATH_TEXT, [](auto &, auto &a) { write(a.first, a.second); }},
+    {"fifo", PATH, [](auto &, auto &a) { require(mkfifo(a.first.c_str(), 0600) == 0, "no fifo"); }},
+    {"small", PATH, [](auto &my, auto &a) { my.mountSmall(a.first); }},
+    {"folder", PATH,
+     [](auto &, auto &a) { require(fs::create_directories(a.first), "the folder exists"); }},
+    {"remove", PATH,
+     [](auto &, auto &a) { require(fs::remove_all(a.first) > 0, "nothing to remove"); }},
+    {"failures", ADDRESS, [](auto &, auto &a) { fail(a.first); }},
+    {"absent", PATH, [](auto &, auto &a) { require(!fs::exists(a.first), a.first + " exists"); }},
+    {"content", PATH_TEXT,
+     [](auto &, auto &a) { requireSame(a.first, a.second, content(a.first)); }},
+    {"asks", NUMBER,
+     [](auto &my, auto &a) { requireNumber("level asked", a.first, my.fake_->askedLevel); }},
+    {"sends", NUMBER, [](auto &, auto &a) { requireNumber("sends", a.first, sends_); }},
+    {"sessions", NUMBER,
+     [](auto &, auto &a) { requireNumber("sessions", a.first, numOfSessions); }},
+    {"calls", TEXT, [](auto &my, auto &a) { my.checkCalls(a.first); }},
+    {"no calls", NOTHING, [](auto &my, auto &) { my.checkCalls(""); }}};
 
 std::unique_ptr<Dialect> makeWebDialect()
 {
