@@ -1,80 +1,99 @@
 /** @file
  * webServer.h: what the library gives the host, and what the host may set.
  *
- * A host process links libwebServer.so, provides the functions of webServerHost.h, fills the hooks
- * and settings below that it wants, and calls webServer_Web_Start() once.
+ * A host process links with libwebServer.so, defines the functions of webServerHost.h, sets the hooks
+ * and settings below that it needs, and calls webServer_Web_Start() once.
  *
- * Threads: the host calls the functions from its own thread; one service thread serves every
- * request, one at a time, and calls the hooks and host functions. Nothing is locked: fill hooks and
- * settings before the start call and leave them alone afterwards, except where said otherwise.
+ * Threads: the host calls the library from its own thread. The library has one service thread, which
+ * serves one request at a time and calls the gate, the hooks and the host functions. Nothing is
+ * locked. Set hooks and settings before the start and leave them alone afterwards, except where a
+ * comment below says otherwise.
  *
- * SIGPIPE is blocked on the service thread, so a client that leaves early ends only its own
- * request. Host threads that write to sockets of their own may install sigpipe_handle().
+ * SIGPIPE is blocked on the service thread, so a client that hangs up early ends only its own
+ * request. Host threads that write to sockets may install sigpipe_handle() for SIGPIPE.
  *
- * An int is 32 bits wide. Texts end in NUL and are UTF-8.
+ * An int has 32 bits. Texts are UTF-8 and end in NUL.
  */
 #ifndef WEB_SERVER_H
 #define WEB_SERVER_H
 
 #include <stdint.h>
 
-/** Visible outside, also in what is built with -fvisibility=hidden. */
+/** Exports a name, also from code that is compiled with -fvisibility=hidden. */
 #define WS_EXPORT __attribute__((visibility("default")))
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-struct soap; /* gSOAP's context of the request being served; see "The gate" below. */
+struct soap; /* gSOAP's context of the request that is being served; see "The gate" below */
 
-/** Levels that the library asks the gate for. */
-enum { WS_LEVEL_READ = 50, WS_LEVEL_WRITE = 200, WS_LEVEL_REBOOT = 250 };
+/** The levels that the library asks the gate for. */
+enum {
+    /** Read points, clock, versions and protected files; user administration. */
+    WS_LEVEL_READ = 50,
+    /** Force and block points, set the clock, call functions of containers, upload files. */
+    WS_LEVEL_WRITE = 200,
+    /** Reboot the unit. */
+    WS_LEVEL_REBOOT = 250
+};
 
-/** The gate's answers. Every other answer means: known, but not allowed. */
-enum { WS_NOT_AUTHENTICATED = 2, WS_ALLOWED = 3 };
+/** The gate's answers. Every other answer means: the caller is known, but may not act at this level. */
+enum {
+    /** The caller has not proved who it is. */
+    WS_NOT_AUTHENTICATED = 2,
+    /** The caller may act at this level. */
+    WS_ALLOWED = 3
+};
 
 /* ---- Start, stop, version -------------------------------------------------------------------- */
 
 /** @{ */
-/** Starts the service: reads the environment (see "Configuration"), starts the service thread, then
- * installs the default hooks if g_csEnabled is 0. Returns without waiting for the port to be bound.
+/** Starts the service. Reads the environment (see "Configuration"), starts the service thread, and
+ * then, if g_csEnabled is 0, installs the default hooks. Returns without waiting for the service thread
+ * to bind the port. The two names do the same.
  *
  * A failed bind (port in use or outside 1 to 65535, unusable address) REBOOTS THE UNIT: the service
- * thread logs it, calls sync() and reboot(RB_AUTOBOOT). A host for a PC defines both functions
- * itself and exports them: marked WS_EXPORT, and linked with -rdynamic if it loads the library by
- * dlopen. "nm -D HOST" must list both; what it does not list does not replace the system's.
+ * thread logs the reason and calls sync() and reboot(RB_AUTOBOOT). A host for a PC must therefore
+ * define both functions itself and export them: mark them WS_EXPORT, and link with -rdynamic if the
+ * host loads the library with dlopen. "nm -D HOST" must list both; a function that it does not list
+ * does not replace the system's.
  *
- * Call it once, and again only after a running service was closed and ws_soap_close() has returned 0.
- * A start while one serves fails to bind and so reboots the unit. A start after a close that returned
- * 1 gives two services one context, and the process will crash.
+ * Call it once. Call it again only after ws_soap_close() has returned 0 for a running service. A start
+ * while a service runs fails to bind and so reboots the unit. A start after a close that returned 1
+ * gives two services the same memory, and the process will crash.
  *
- * Returns 0: started; -1: no thread could be created (logged); else the error number of
- * pthread_detach (logged; the service runs all the same). The two names do the same. */
+ * Returns 0 on success; -1 if no thread could be created, and then nothing runs; otherwise the error
+ * number of pthread_detach, and the service runs all the same. Both errors are logged. */
 WS_EXPORT int webServer_Web_Start(void);
 WS_EXPORT int httpd(void);
 /** @} */
 
-/** Stops the service, from a host thread: lets the request being served finish, and waits for at
- * most ten seconds. Returns 0: stopped, or was not listening; 1: still serving (it stops when the
- * request ends; call again to wait on).
+/** Stops the service. Call it from a host thread, never from a hook. It lets the request that is being
+ * served finish, and waits up to ten seconds for that. Returns 0 if the service has stopped or was not
+ * listening. Returns 1 if it is still serving; it stops when that request ends, and another call waits
+ * for it again.
  *
- * Wait for g_wsRunningSocket to become 1 after a start before calling this. Called earlier, it either
- * does not stop the service, or leaves one that holds the port, neither serves nor stops, and needs a
- * second call. */
+ * After a start, wait until g_wsRunningSocket is 1 before you call this. A call before that may have no
+ * effect. It may also leave a service that holds the port but neither serves nor stops until a second
+ * call. */
 WS_EXPORT int ws_soap_close(void);
 
-/** The version banner, "webServer:v03.03.03:Sep 27 2022 09:48:50\n". A null out prints it to standard
- * output; otherwise *out is pointed at a text that the library owns. Always returns 0. */
+/** Tells the version, for example "webServer:v03.03.03:Sep 27 2022 09:48:50\n": name, version, date and
+ * time of the build. If out is null, prints the text to standard output; otherwise points *out at it.
+ * The library owns the text. Always returns 0. */
 WS_EXPORT int webServerShowVer(char **out);
 
-/** A signal handler that does nothing, for hosts to install for SIGPIPE. The library itself installs
- * no handler. */
+/** A signal handler that does nothing. Hosts may install it for SIGPIPE. The library itself installs
+ * no signal handler. */
 WS_EXPORT void sigpipe_handle(int signal);
 
 /** @{ */
-/** Exported for hosts that always had them. http_main() is the whole start under a third name.
- * spawnHttpThread() is only the thread inside it: called before any start or while a service runs, it
- * ends in a failed bind, and so REBOOTS THE UNIT.
+/** Exported because existing hosts use these names. http_main() is a third name for the start.
+ *
+ * spawnHttpThread() is only the part of the start that creates the thread, with the same result. Called
+ * before any start, or while a service runs, it ends in a failed bind and so REBOOTS THE UNIT.
+ *
  * setThreadName() names the calling thread "webServer" and returns the result of prctl(). */
 WS_EXPORT int http_main(void);
 WS_EXPORT int spawnHttpThread(void);
@@ -82,47 +101,53 @@ WS_EXPORT int setThreadName(void);
 /** @} */
 
 /* ---- Configuration: written at start from the environment, read-only afterwards -------------- *
- * An unset or empty variable means the default. The texts are never freed. Folders end in "/" (a "\"
- * at the end is kept as it is). */
+ * A variable that is unset or empty gets its default. The texts are never freed. The start appends "/"
+ * to a folder that does not end in "/" or "\". */
 
-/** WEB_DIR, default "/mnt/bf/webFiles/": the web root. */
+/** The web root: WEB_DIR, by default "/mnt/bf/webFiles/". */
 extern WS_EXPORT const char *g_webDir;
 
-/** CONFIG_DIR, default "/mnt/flash/cfgFiles/": the configuration files. */
+/** The folder of the configuration files: CONFIG_DIR, by default "/mnt/flash/cfgFiles/". */
 extern WS_EXPORT const char *g_configDir;
 
 /** @{ */
-/** SSL_DIR, default "/mnt/bf/ssl/", and ROOT_FILE, default "index.htm": for the host, not read here. */
+/** SSL_DIR, by default "/mnt/bf/ssl/", and ROOT_FILE, by default "index.htm". The library fills them for
+ * the host and does not use them. */
 extern WS_EXPORT const char *g_sslDir;
 extern WS_EXPORT const char *g_rootFile;
 /** @} */
 
-/** SERVER_ADDR, default "127.0.0.1": the IPv4 address to listen on. */
+/** The IPv4 address to listen on: SERVER_ADDR, by default "127.0.0.1". */
 extern WS_EXPORT const char *g_serverAddr;
 
-/** SERVER_PORT, default 33080, by atoi(); 0 means the default. Not checked here: see the start. */
+/** The TCP port to listen on: SERVER_PORT as atoi() reads it, by default 33080; 0 means the default.
+ * The range is checked at the bind; see webServer_Web_Start(). */
 extern WS_EXPORT int g_serverPort;
 
-/** WEB_IS_REMOTE: 1 if it is exactly "Y", else 0. With 1, a unit under local or unknown control refuses
- * commands and set points from the network. */
+/** 1 if WEB_IS_REMOTE is exactly "Y", else 0. With 1, clients count as remote: while the unit is under
+ * local control, or does not know, commands and set points from the network are refused. */
 extern WS_EXPORT int g_webRemote;
 
 /* ---- Settings: written by the host before the start ------------------------------------------ */
 
-/** Security mode. Non-zero: the host's security module decides, through the hooks. 0: the library's
- * own: every SOAP call is allowed and user administration is refused without a fault. Initially 0. */
+/** The security mode. Non-zero: the host's security module decides, through the hooks below. 0: the
+ * library's own security, which allows every SOAP call and every upload to everybody and refuses user
+ * administration without a fault. Initially 0. */
 extern WS_EXPORT int g_csEnabled;
 
-/** The level that getUserAuth reports in host security mode. Initially 200. A gate, which runs on the
- * service thread, may set it to the level of its caller, so that each is told his own. */
+/** The level that the operation getUserAuth reports if g_csEnabled is not 0. Initially 200. The gate may
+ * change it at any time, because it runs on the service thread: if it sets the level of its caller,
+ * every caller gets its own. */
 extern WS_EXPORT int g_highLevel;
 
-/** Inactivity limit of a browser session in seconds, taken when the session is made: it may change at
- * any time, for later sessions. Initially 900. */
+/** After how many seconds without activity a browser session counts as idle. A session takes the value
+ * when it is made, so a change, which any thread may make at any time, applies to later sessions.
+ * Initially 900. */
 extern WS_EXPORT int sessTimeOut;
 
 /** @{ */
-/** Storage for the host's hooks: levels, RBAC objects and actions. Initially 0, not read here. */
+/** Storage for the host's hooks: levels, RBAC objects and actions. Initially 0. The library does not
+ * use them. */
 extern WS_EXPORT int g_lowLevel;
 extern WS_EXPORT int g_wsWritePriv;
 extern WS_EXPORT int g_wsObject;
@@ -136,112 +161,140 @@ extern WS_EXPORT int g_wsSecRbacWAct;
 /* ---- State: written by the library, for the host to read ------------------------------------- *
  * Host threads read g_wsSocket and g_wsRunningSocket with __atomic_load_n(&name, __ATOMIC_ACQUIRE). */
 
-/** The listening socket; -1 before the bind and, as the last sign of life, once stopped. */
+/** The listening socket. -1 before the bind, and -1 again as the last thing that a stopping service
+ * does. */
 extern WS_EXPORT int g_wsSocket;
 
-/** 1 while serving; 0 before that and from the moment it is told to stop. */
+/** 1 while the service runs. 0 before that, and 0 again as soon as ws_soap_close() is called. */
 extern WS_EXPORT int g_wsRunningSocket;
 
-/** Address text of the login in progress, already emptied when a hook can look; null between requests.
- * Service thread only. */
+/** The client's address text during a login, null between requests. When a hook can read it, it is
+ * already an empty text. Belongs to the request. Service thread only. */
 extern WS_EXPORT char *gblIpAddress;
 
-/** A browser's session. The slot is live while id is not null; the library owns the texts, and a login
- * or logout frees them. Read this table and the next one from hooks only, on the service thread. */
+/** A browser's session. The slot is in use while id is not null. The library owns the texts; a login or
+ * logout frees them. Read this table and g_webAccess only from hooks, on the service thread. */
 typedef struct {
-    char *ip;  /**< client address, dotted and cut to 14 characters; null: unknown */
-    int level; /**< access level granted at login */
-    char *id;  /**< the value of its SESSIONID cookie */
-    uint32_t
-        lastActivity; /**< sysCnt1mlsg() at login, then at each file sent that requires a session */
-    uint32_t timeoutMs; /**< inactivity limit: sessTimeOut in milliseconds, as it was at login */
-    char *user;         /**< name, 300 bytes */
+    /** The client's IPv4 address in dotted form, cut to 14 characters; null if unknown. */
+    char *ip;
+    /** The access level that was granted at the login. */
+    int level;
+    /** The value of the session's SESSIONID cookie. */
+    char *id;
+    /** sysCnt1mlsg() at the login, and later at each request for a file that needs a session. */
+    uint32_t lastActivity;
+    /** When the session counts as idle, in milliseconds: sessTimeOut as it was at the login. */
+    uint32_t timeoutMs;
+    /** The user's name; the memory has 300 bytes. */
+    char *user;
 } SessionEntry;
 
-enum { MAX_SESSIONS = 5 /**< slots of the table */ };
-extern WS_EXPORT SessionEntry g_accesstok[MAX_SESSIONS]; /**< the sessions of browsers */
-extern WS_EXPORT int numOfSessions;                      /**< live sessions */
+enum {
+    /** Slots of g_accesstok. */
+    MAX_SESSIONS = 5
+};
+/** The browser sessions. */
+extern WS_EXPORT SessionEntry g_accesstok[MAX_SESSIONS];
+/** How many slots of g_accesstok are in use. */
+extern WS_EXPORT int numOfSessions;
 
-/** A run of failed logins by address. The slot is free while ip is null; the library owns the text.
- * Logins use one entry, with the empty text, for the failures of all clients. */
+/** A run of failed logins from one address. The slot is free while ip is null; the library owns the
+ * text. The login uses a single entry, with the empty text as its address, for the failures of all
+ * clients. */
 typedef struct {
-    char *ip;  /**< address text */
-    int since; /**< time() of the first failure, or 0 if an earlier lock had expired; from the fifth
-                       failure on, of the fifth */
-    int failures; /**< in a row; from five on logins are told "nvm" */
+    /** The address text. */
+    char *ip;
+    /** time() of the first failure of the run, or 0 if the run follows an expired lock; from the fifth
+     * failure on, time() of the fifth. */
+    int since;
+    /** Failures in a row. From five on, refused logins get the code "nvm". */
+    int failures;
 } AccessRetryEntry;
 
-enum { ACCESS_RETRY_SLOTS = 64 /**< of the table below */ };
+enum {
+    /** Slots of g_webAccess. */
+    ACCESS_RETRY_SLOTS = 64
+};
 
-/** The table of them. */
+/** All runs of failed logins. */
 typedef struct {
-    AccessRetryEntry
-        slots[ACCESS_RETRY_SLOTS]; /**< only slots[0] to slots[count - 1] are searched */
-    int count;                     /**< entries made and not removed */
+    /** The runs. The library looks only at slots[0] to slots[count - 1]. */
+    AccessRetryEntry slots[ACCESS_RETRY_SLOTS];
+    /** Entries made and not removed, at most 63. */
+    int count;
 } AccessRetryTable;
-extern WS_EXPORT AccessRetryTable g_webAccess; /**< all runs of failed logins */
+/** The runs of failed logins. */
+extern WS_EXPORT AccessRetryTable g_webAccess;
 
 /* ---- The gate -------------------------------------------------------------------------------- */
 
-/** May the caller of this request act at this level (WS_LEVEL_...)? Returns WS_NOT_AUTHENTICATED,
- * WS_ALLOWED or anything else for "known, but not allowed". getRbacPerm passes 1, 2 and 3 to the
- * client. The user-administration operations ask for the read level even where they change data:
- * the hooks below apply the host's own rule.
+/** Decides whether the caller of this request may act at this level (one of WS_LEVEL_...). Returns
+ * WS_ALLOWED, WS_NOT_AUTHENTICATED, or any other number for "known, but not allowed". The operation
+ * getRbacPerm passes 1, 2 and 3 on to the client. The user-administration operations ask for
+ * WS_LEVEL_READ even where they change data: there the hooks below must apply the host's own rule.
  *
- * With g_csEnabled 0 the start installs a gate that allows everything. With g_csEnabled non-zero
- * the host installs its own before the start; while there is none, callers are refused as not
- * authenticated.
+ * If g_csEnabled is 0, the start installs a gate that allows everything. Otherwise the host installs its
+ * own before the start; without one, every caller is refused as not authenticated.
  *
- * To look into the request, compile the gate as C++ with gSOAP's <stdsoap2.h> of the version and
- * with the macros that built the library (2.8.124; -DWITH_IPV6 -DWITH_COOKIES -DWITH_DOM, as
- * "pkg-config --cflags gsoapck++" prints them): the layout of struct soap depends on them.
+ * A gate that looks into the request must be compiled as C++ with gSOAP's stdsoap2.h of the version and
+ * with the macros that built the library, because the layout of struct soap depends on them: 2.8.124,
+ * and -DWITH_IPV6 -DWITH_COOKIES -DWITH_DOM, as "pkg-config --cflags gsoapck++" prints them. It may
+ * read:
  *
  *   struct SOAP_ENV__Header { char *Authentication; };
- *   request->header                   null, or the SOAP header that the client sent
- *   request->header->Authentication   null, or the text of its Authentication element
- *   request->cookies                  what the client sent: a list (next) of name and value; look
- *                                     for the name "SESSIONID" and leave domain and path alone
- *   request->ip                       client address as a number: 0x7F000001 is 127.0.0.1
- *   request->origin                   null, or the site of the page that sends the request:
- *                                     "http://host:port" as a browser tells it, or "null"
- *   request->endpoint                 "http://", the Host that the client sent, and the path; without
- *                                     a Host the path alone
+ *   request->header                   the SOAP header that the client sent, or null
+ *   request->header->Authentication   the text of its Authentication element, or null
+ *   request->cookies                  the cookies that the client sent, a list (next) of name and
+ *                                     value. Look for the name "SESSIONID"; ignore domain and path.
+ *   request->ip                       the client's address as a number: 127.0.0.1 is 0x7F000001
+ *   request->origin                   the site of the page that sends the request, as the browser
+ *                                     names it: "http://host:port" or "null"; null if not sent
+ *   request->endpoint                 "http://", the Host header that the client sent, and the path;
+ *                                     only the path if there was no Host
  *
- * Browsers send their cookies for pages of other sites, too: a gate that trusts cookies must look at
- * request->origin, and refuse one that is not the unit's own.
+ * Browsers send their cookies also with requests from pages of other sites. A gate that accepts cookies
+ * must therefore look at request->origin and refuse a site that is not the unit's own.
  *
- * All of it belongs to the request and is gone when the request ends. A host that serves or calls
- * SOAP by itself keeps the names that gSOAP generates (namespaces, soap_getheader, ...) out of its
- * dynamic symbols: the runtime would otherwise find them in place of the library's. */
+ * All of this belongs to the request and is gone when the request ends. A host that uses gSOAP itself
+ * must keep the names that gSOAP generates (namespaces, soap_getheader, ...) out of its dynamic
+ * symbols: gSOAP would otherwise find them in place of the library's. */
 extern WS_EXPORT int (*pgf_parseAuth)(struct soap *request, int level);
 
-/* ---- Hooks of the browser login: null at load ------------------------------------------------ */
+/* ---- Hooks of the browser login: null at load ------------------------------------------------ *
+ * Called on the service thread. The texts that they get end with the call. */
 
-/** Checks a user name and password. Returns the access level granted; negative: refused; below 50:
- * known, but not for web pages. In host security mode sessionId points at 80 zeroed bytes that
- * receive the new session's id as text; otherwise it is null. With g_csEnabled 0 the start installs
- * appUserVerify() of webServerHost.h here. */
+/** Checks a user name and a password, both unchecked text from the client. Returns the access level
+ * that is granted: negative if the login is refused; below 50 if the user is known, but may not use web
+ * pages. While the hook is null, every login is refused.
+ *
+ * If g_csEnabled is not 0, sessionId points at 80 zeroed bytes, and the hook writes the new session's id
+ * there as text; a login without an id is refused. If g_csEnabled is 0, sessionId is null, and the start
+ * installs appUserVerify() of webServerHost.h as this hook. */
 extern WS_EXPORT int (*pgf_appUserVerify)(const char *user, const char *password, char *sessionId);
 
-/** Is this session id still valid? Negative: no. Asked in host security mode only. */
+/** Says whether a session id is still valid. Returns a negative number if it is not. Called only if
+ * g_csEnabled is not 0; while the hook is then null, no session is valid. */
 extern WS_EXPORT int (*pgf_getSessionStatus)(const char *sessionId);
 
-/** The session ends (logout, replaced, expired). Called in host security mode only. */
+/** Is called when a session ends: by a logout, by a new login of its user, or because it was idle and
+ * the table was full. The library ignores the result. Called only if g_csEnabled is not 0. */
 extern WS_EXPORT int (*pgf_closeSession)(const char *sessionId, struct soap *request);
 
-/** For the host's own use: not called by the library, but nulled at start with the others. */
+/** For the host's own use. The library does not call it, but sets it to null at the start, as it does
+ * with the two hooks above, if g_csEnabled is 0. */
 extern WS_EXPORT int (*pgf_getAuthorization)(const char *sessionId, int object, int action);
 
 /* ---- Hooks of user administration: null at load ---------------------------------------------- *
- * Called in host security mode only (with g_csEnabled 0 the start nulls all of them but
- * pgf_ws_getLockedUsers); an operation whose hook is null answers as with g_csEnabled 0.
- * sessionId is the caller's SESSIONID cookie, or null; user names come from the client unchecked. */
+ * Called on the service thread, and only if g_csEnabled is not 0. If it is 0, the start sets all of them
+ * to null except pgf_ws_getLockedUsers. An operation whose hook is null answers as it does with
+ * g_csEnabled 0. sessionId is the caller's SESSIONID cookie, or null. User names, roles and passwords
+ * come from the client unchecked. The texts end with the call. */
 
 /** @{ */
-/** The list hooks point *names at an array of names, both from malloc(), and return how many entries
- * it has; a negative number counts as none. The library frees the array and every non-null entry
- * counted. The names reach the client each with a blank behind it, 2,047 bytes together: the rest is
- * cut. */
+/** The list hooks point *names at an array of names and return the number of its entries; a negative
+ * number counts as 0. The array and its entries must come from malloc(). The library frees the array and
+ * the entries counted; an entry may be null. The client receives the names, each followed by a space,
+ * cut at 2,047 bytes together. */
 extern WS_EXPORT int (*pgf_ws_getUsersList)(const char *sessionId, char ***names);
 extern WS_EXPORT int (*pgf_ws_getRolesList)(const char *sessionId, char ***names);
 extern WS_EXPORT int (*pgf_ws_getRolesListByUser)(const char *sessionId, const char *user,
@@ -250,8 +303,8 @@ extern WS_EXPORT int (*pgf_ws_getLockedUsers)(const char *sessionId, char ***nam
 /** @} */
 
 /** @{ */
-/** The set hooks return a status that the client receives unchanged. The text form of the roles and
- * the meaning of lock are the host's. */
+/** The set hooks return a status, which the client receives unchanged. The host defines how roles are
+ * written and what the values of lock mean. */
 extern WS_EXPORT int (*pgf_ws_setUserRoles)(const char *sessionId, const char *user,
                                             const char *roles);
 extern WS_EXPORT int (*pgf_ws_setUserPassword)(const char *sessionId, const char *user,
@@ -259,41 +312,44 @@ extern WS_EXPORT int (*pgf_ws_setUserPassword)(const char *sessionId, const char
 extern WS_EXPORT int (*pgf_ws_setUserLock)(const char *sessionId, const char *user, int lock);
 /** @} */
 
-/** Reserved: not called, the operation getUserLockState answers 0 by itself. */
+/** Reserved. The library does not call it: the operation getUserLockState always answers 0. */
 extern WS_EXPORT int (*pgf_ws_getUserLockState)(const char *sessionId, const char *user);
 
 /* ---- Utilities for hosts ----------------------------------------------------------------------- *
- * The library does not call them. getSessionId and those that take a request are for hooks, on the
- * service thread; the others may be called from any thread, once the service has been started. */
+ * The library does not use them itself. Call getSessionId and the functions that take a request only
+ * from hooks, on the service thread. Any thread may call the others once the service has been started. */
 
-/** The id of the session in a slot, which stays the library's. Null when the slot is not below
- * numOfSessions, even if it is live. */
+/** Returns the id of the session in a slot; the library owns the text. Returns null if the slot is
+ * negative or not below numOfSessions, even if the slot is in use. */
 WS_EXPORT const char *getSessionId(int slot);
 
-/** Is the request a GET (0), a POST (1) or something else (-1)? */
+/** Returns 0 if the request is a GET, 1 if it is a POST, and -1 otherwise. */
 WS_EXPORT int getHTTPVerb(struct soap *request);
 
-/** Sends the contents of all files of a folder whose name contains nameFilter, one after the other in
- * the folder's own order, as a complete "text/plain" response. Returns a gSOAP error code, 0: sent. */
+/** Sends the contents of all files of a folder whose name contains nameFilter as one complete
+ * "text/plain" response. The files follow one another as the folder lists them; the first one that
+ * cannot be opened ends the list. Returns 0 if the response was sent, else a gSOAP error code. */
 WS_EXPORT int http_copy_folder(struct soap *request, const char *directory, const char *nameFilter);
 
-/** The file of a web path: every "/cfgFiles" of a path that begins so becomes the configuration folder
- * (result 1), any other path is put behind the web root (result 0). The caller frees *out; null: no
- * memory. */
+/** Translates a web path to the path of a file. If webPath begins with "/cfgFiles", every "/cfgFiles" in
+ * it is replaced by the configuration folder, and the result is 1; otherwise the path is appended to the
+ * web root, and the result is 0. Sets *out to the new text, which the caller frees, or to null if there
+ * is no memory. */
 WS_EXPORT int traduceWebToFsPath(char **out, const char *webPath);
 
-/** A copy of text with every search replaced, left to right. The caller frees it; null: no memory. An
- * empty search replaces nothing. */
+/** Returns a copy of text in which every occurrence of search, from left to right, is replaced. An empty
+ * search replaces nothing. The caller frees the copy. Returns null if there is no memory. */
 WS_EXPORT char *replace_str(const char *text, const char *search, const char *replacement);
 
 /** @{ */
-/** 1 when the text has only letters, digits, "-", "." and "_" (and, in a path, "/"), else 0. They vet
- * characters, not where a path leads: ".." passes. */
+/** Return 1 if the text consists of letters, digits, "-", "." and "_" (and "/" in a path), else 0. They
+ * check characters, not where a path leads: ".." passes, and so does an empty text. */
 WS_EXPORT int validatePathSyntax(const char *text);
 WS_EXPORT int validateFilenameSyntax(const char *text);
 /** @} */
 
-/** Cuts the text behind its last "/" and returns the position of that "/"; null when it has none. */
+/** Cuts the text after its last "/". Returns the position of that "/", or null if there is none; the
+ * text is then unchanged. */
 WS_EXPORT char *getFolderPath(char *text);
 
 #ifdef __cplusplus
