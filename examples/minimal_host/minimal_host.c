@@ -1,4 +1,5 @@
-/* minimal_host.c: the smallest host that runs: one point, everybody may read it, nobody may write.
+/* minimal_host.c: the smallest host that runs. It has one point, which everybody may read and nobody
+ * may write.
  *
  *   minimal_host PORT     serves on the loopback address until it receives SIGINT or SIGTERM
  */
@@ -36,7 +37,7 @@ LOG_FUNCTION(sLogErr, "ERROR")
 
 int x_readData(const char *type, const char *name, const char *format, char *text)
 {
-    (void)format; /* never a format for printf: it comes from the client */
+    (void)format; /* never pass it to printf: it comes from the client */
     if (strcmp(type, "analog") != 0)
         return 3;
     if (strcmp(name, "UPTIME") != 0)
@@ -45,7 +46,7 @@ int x_readData(const char *type, const char *name, const char *format, char *tex
     return 0;
 }
 
-/* The gate lets nobody write, so nothing from here on is called for a client. */
+/* The gate lets nobody write, so the functions below that only return -1 are never called. */
 int x_krunchData(const char *type, const char *name, const char *value)
 {
     (void)type, (void)name, (void)value;
@@ -124,8 +125,8 @@ int appUserVerify(const char *user, const char *password, char *sessionId)
     return -1; /* nobody logs in */
 }
 
-/* The library calls these two when it cannot listen. On a unit they are the system's and restart it;
- * on a PC they must not be. WS_EXPORT: a hidden one would not replace the system's. */
+/* The library calls these two when it cannot listen. On a unit the system's functions restart it; on a
+ * PC they must not run. They are marked WS_EXPORT because hidden ones would not replace the system's. */
 WS_EXPORT void sync(void) {}
 
 WS_EXPORT int reboot(int command)
@@ -155,19 +156,21 @@ int main(int argc, char **argv)
     }
     setenv("SERVER_PORT", argv[1], 1);
 
-    /* Before the start, so that the service thread does not take the signals. */
+    /* Block the signals before the start, so that the service thread, which inherits the mask, does not
+     * take them. */
     sigemptyset(&stop);
     sigaddset(&stop, SIGINT);
     sigaddset(&stop, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &stop, NULL);
-    signal(SIGPIPE, sigpipe_handle); /* for the host's own sockets; the library sees to its own */
+    signal(SIGPIPE, sigpipe_handle); /* for the host's own sockets; the library protects its own */
 
     g_csEnabled = 1;
     pgf_parseAuth = gate;
     if (webServer_Web_Start() == -1)
         return EXIT_FAILURE;
 
-    /* A service that has not bound its port yet must not be closed. A failed bind ends in reboot(). */
+    /* Wait for the bind: a service that has not bound its port yet must not be closed. If the bind
+     * fails, this loop ends in reboot() above. */
     while (__atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) != 1)
         usleep(5000);
     sigwait(&stop, &received);

@@ -12,7 +12,7 @@
 #include "soapServ.nsmap"
 #include "soapsoapServProxy.h"
 
-static const char *password; // user:password, or none
+static const char *password; // "user:password" to send in the header, or null
 
 static std::string field(struct soap *soap, const char *text)
 {
@@ -20,7 +20,7 @@ static std::string field(struct soap *soap, const char *text)
         soap, soap_s2base64(soap, (const unsigned char *)text, nullptr, (int)strlen(text)));
 }
 
-// As a browser does. The cookie is set anew, since the runtime misreads an empty Domain.
+// Logs in as a browser does. gSOAP misreads the cookie's empty Domain, so this sets the cookie again.
 static bool logIn(soapServProxy &unit, const char *user, const char *itsPassword)
 {
     struct soap *soap = unit.soap;
@@ -49,14 +49,15 @@ static std::string text(const int *result)
     return result == nullptr ? "null" : std::to_string(*result);
 }
 
-// Such as call(unit, &soapServProxy::coreDbReadData,
-//              soap_new_set__ns__coreDbReadData(unit.soap, "analog", "FDR1_IA", "%g")).
-// The result, null when the answer has none, or the fault's text and detail.
+// Calls an operation, for example
+//   call(unit, &soapServProxy::coreDbReadData,
+//        soap_new_set__ns__coreDbReadData(unit.soap, "analog", "FDR1_IA", "%g"))
+// Returns the result, "null" if the answer has none, or the fault's text and detail.
 template <class Request, class Response> static std::string
 call(soapServProxy &unit, int (soapServProxy::*operation)(Request *, Response &), Request *request)
 {
     if (password != nullptr)
-        unit.soap_header(password); // each time: an answer's header takes its place
+        unit.soap_header(password); // before each call: the last answer's header has replaced it
     Response response;
     if ((unit.*operation)(request, response) != SOAP_OK)
         return text(unit.soap_fault_string()) + ": " + text(unit.soap_fault_detail());
@@ -75,7 +76,7 @@ static void check(const char *what, const char *pattern, const std::string &outc
     ++checks;
 }
 
-// CHECK(operation, pattern of the outcome, fields in the order of the WSDL...)
+// CHECK(operation, pattern that the outcome must match, fields in the order of the WSDL...)
 #define CHECK(operation, pattern, ...)                                                             \
     {                                                                                              \
         auto *request = soap_new_set__ns__##operation(unit.soap, ##__VA_ARGS__);                   \
@@ -91,7 +92,7 @@ int main(int argc, char **argv)
     if (argc != 4)
         return EXIT_FAILURE;
     const char *version = argv[2], *authentication = argv[3];
-    // Texts are UTF-8; a message is sent in one piece, with its length.
+    // Texts are UTF-8. A message is sent as a whole, with its length.
     soapServProxy unit(argv[1], SOAP_C_UTFSTRING | SOAP_IO_STORE);
 
     CHECK(thmGetInfo, "WebServer Error: Authentication error: ns__thmGetInfo")

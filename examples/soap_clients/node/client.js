@@ -5,22 +5,22 @@ import soap from 'soap';
 
 const [address, version, authentication] = process.argv.slice(2);
 
-// The client comes from the unit's WSDL, which does not know the unit's address.
+// The client is made from the unit's WSDL, which does not contain the unit's address.
 const WSDLS = { '1.1': '/lan/soapServ.xml', '1.2': '/lan/soapServ12.xml' };
 const unit = await soap.createClientAsync(address + WSDLS[version], {
   endpoint: address,
-  forceSoap12Headers: version === '1.2', // the package does not take it from the WSDL
-  preserveWhitespace: true, // else texts lose the blanks at their ends
+  forceSoap12Headers: version === '1.2', // the package does not take the version from the WSDL
+  preserveWhitespace: true, // otherwise texts lose the spaces at their ends
 });
 
-// In the header of each call, in an element without a namespace.
+// Sends the password in the header of each call, in an element without a namespace.
 function sendPassword(user, password) {
   const escaped = `${user}:${password}`.replaceAll('&', '&amp;').replaceAll('<', '&lt;');
   unit.addSoapHeader(`<Authentication>${escaped}</Authentication>`);
 }
 
-// As a browser does, with the bare type: fetch by itself adds a charset, and the unit then sees no
-// form. The cookie is sent on by hand.
+// Logs in as a browser does. The type is set because fetch would add a charset, and the unit would then
+// not take the body for a form. The cookie is sent by hand in each later call.
 async function logIn(user, password) {
   const field = text => Buffer.from(text).toString('base64');
   const form = { cgiMethod: field('cgiLogin'), arg1: field(user), arg2: field(password) };
@@ -35,16 +35,16 @@ async function logIn(user, password) {
   unit.addHttpHeader('Cookie', cookie[0]);
 }
 
-// The result, null when the answer has none, or the fault's text and detail.
+// Returns the result, null if the answer has none, or the fault's text and detail.
 async function call(operation, fields) {
   try {
-    // Such as unit.coreDbReadDataAsync({ inputType: 'analog', inputName: 'FDR1_IA', ... }).
+    // For example unit.coreDbReadDataAsync({ inputType: 'analog', inputName: 'FDR1_IA', ... }).
     const [answer] = await unit[`${operation}Async`](fields);
-    return answer === null ? null : answer.return; // with SOAP 1.2 a number comes as text
+    return answer === null ? null : answer.return; // with SOAP 1.2 a number arrives as text
   } catch (error) {
     const fault = error.root?.Envelope?.Body?.Fault;
     if (fault === undefined)
-      throw error; // no answer at all
+      throw error; // there was no answer at all
     return {
       fault: fault.faultstring ?? fault.Reason.Text.$value, // SOAP 1.1 and 1.2
       detail: fault.detail ?? fault.Detail,

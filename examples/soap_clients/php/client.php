@@ -2,17 +2,17 @@
 // client.php ADDRESS 1.1|1.2 header|cookie: calls all operations of a unit with PHP's SoapClient.
 [, $address, $version, $authentication] = $argv;
 
-// The client comes from the unit's WSDL, which does not know the unit's address.
+// The client is made from the unit's WSDL, which does not contain the unit's address.
 const WSDLS = ['1.1' => '/lan/soapServ.xml', '1.2' => '/lan/soapServ12.xml'];
 $unit = new SoapClient($address . WSDLS[$version], [
     'location' => $address,
-    'soap_version' => $version === '1.2' ? SOAP_1_2 : SOAP_1_1, // is not taken from the WSDL
-    'cache_wsdl' => WSDL_CACHE_NONE, // else PHP keeps it in /tmp for a day
+    'soap_version' => $version === '1.2' ? SOAP_1_2 : SOAP_1_1, // PHP does not take it from the WSDL
+    'cache_wsdl' => WSDL_CACHE_NONE, // otherwise PHP keeps the WSDL in /tmp for a day
     'trace' => true, // for __getLastResponse
 ]);
 
-// In the header of each call, in an element without a namespace: SoapHeader cannot make one, so its
-// content, ready XML, takes its place.
+// Sends the password in the header of each call, in an element without a namespace. SoapHeader cannot
+// make such an element, so its content is the ready XML of the element.
 function sendPassword(SoapClient $unit, string $user, string $password): void
 {
     $xml = '<Authentication>' . htmlspecialchars("$user:$password", ENT_XML1) . '</Authentication>';
@@ -20,7 +20,7 @@ function sendPassword(SoapClient $unit, string $user, string $password): void
     $unit->__setSoapHeaders(new SoapHeader('urn:soapServ', 'Authentication', $content));
 }
 
-// As a browser does. The cookie is sent on by hand.
+// Logs in as a browser does. The cookie is sent by hand in each later call.
 function logIn(SoapClient $unit, string $address, string $user, string $password): void
 {
     $fields = ['cgiMethod' => 'cgiLogin', 'arg1' => $user, 'arg2' => $password];
@@ -34,15 +34,15 @@ function logIn(SoapClient $unit, string $address, string $user, string $password
     $unit->__setCookie('SESSIONID', $cookie[1]);
 }
 
-// The result, null when the answer has none, or the fault's text and detail.
+// Returns the result, null if the answer has none, or the fault's text and detail.
 function call(SoapClient $unit, string $operation, array $fields)
 {
     try {
-        // Such as $unit->coreDbReadData(['inputType' => 'analog', ...])->return.
+        // For example $unit->coreDbReadData(['inputType' => 'analog', ...])->return.
         return $unit->$operation($fields)->return ?? null;
     } catch (SoapFault $fault) {
         if (!isset($fault->detail))
-            throw $fault; // no answer at all
+            throw $fault; // there was no answer at all
         return ['fault' => $fault->faultstring, 'detail' => $fault->detail];
     }
 }

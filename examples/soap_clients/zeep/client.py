@@ -14,7 +14,7 @@ from zeep.plugins import HistoryPlugin
 
 address, version, authentication = sys.argv[1:]
 
-# The client comes from the unit's WSDL, which does not know the unit's address.
+# The client is made from the unit's WSDL, which does not contain the unit's address.
 WSDLS = {'1.1': '/lan/soapServ.xml', '1.2': '/lan/soapServ12.xml'}
 history = HistoryPlugin()
 client = zeep.Client(address + WSDLS[version], plugins=[history])
@@ -22,14 +22,14 @@ unit = client.create_service('{urn:soapServ}soapServ', address)
 
 
 def send_password(user, password):
-    """In the header of each call, in an element without a namespace."""
+    """Sends the password in the header of each call, in an element without a namespace."""
     element = etree.Element('Authentication')
     element.text = f'{user}:{password}'
     client.set_default_soapheaders([element])
 
 
 def log_in(user, password):
-    """As a browser does. The cookie is sent on by hand: Python keeps none with an empty Domain."""
+    """Logs in as a browser does. Python drops a cookie with an empty Domain: it is sent by hand."""
     fields = {'cgiMethod': 'cgiLogin', 'arg1': user, 'arg2': password}
     form = {name: base64.b64encode(text.encode()) for name, text in fields.items()}
     session = client.transport.session  # of the package requests
@@ -41,9 +41,9 @@ def log_in(user, password):
 
 
 def call(operation, fields):
-    """The result, None when the answer has none, or the fault's text and detail."""
+    """Returns the result, None if the answer has none, or the fault's text and detail."""
     try:
-        # Such as unit.coreDbReadData(inputType='analog', inputName='FDR1_IA', inputFormat='%g').
+        # For example unit.coreDbReadData(inputType='analog', inputName='FDR1_IA', inputFormat='%g').
         return unit[operation](**fields)
     except Fault as fault:
         return {'fault': fault.message, 'detail': fault.detail.text}
