@@ -1,8 +1,9 @@
-// bench/figures.cpp: what the service takes of the unit: stack, memory and allocations per request.
+// bench/figures.cpp: measures the stack, memory and allocations that the service needs per request.
 //
 //   figures PORT REQUEST_FOLDER      with WEB_DIR and CONFIG_DIR in the environment
 //
-// Exit status: 0, 1 over budget, 2 a request was not answered as it should be. scripts/figures runs it.
+// Exit status: 0 within budget, 1 over budget, 2 a request got a wrong answer.
+// scripts/figures runs it.
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
@@ -26,28 +27,28 @@
 #include "webServer.h"
 
 static const std::size_t REQUESTS = 10000;
-static const std::size_t MOST_KINDS = 100; // the last round begun is ended
-static const int WARM_UP_ROUNDS = 20;      // until the allocator has met every order of sizes
+static const std::size_t MOST_KINDS = 100; // the round in which REQUESTS is reached is completed
+static const int WARM_UP_ROUNDS = 20;      // the allocator has then seen every order of sizes
 static const int RATE_REQUESTS = 5000;
 static const int CLIENT_TIMEOUT_SECONDS = 10;
 static const std::size_t PAGE_BYTES = 4096;
 static const unsigned char PAINT = 0xA5;
-static const std::size_t OWN_FRAMES = 1024; // of accept() below, which must not paint itself
+static const std::size_t OWN_FRAMES = 1024; // accept() below must not paint its own frame
 
-// ---- The service thread, watched ------------------------------------------------------------------
+// ---- The service thread, watched ----------------------------------------------------------------
 
 struct Mark {
-    std::size_t calls = 0, bytes = 0; // allocated by the service thread since its first accept()
-    std::size_t inUse = 0;            // of that and not freed
-    std::size_t held = 0;             // by the process's allocator, from the system
-    std::size_t stack = 0; // deepest use since the mark before, the C library's at its top, too
+    std::size_t calls = 0, bytes = 0; // allocations by the service thread since its first accept()
+    std::size_t inUse = 0;            // bytes of these that are not freed
+    std::size_t held = 0;             // bytes that the process's allocator has from the system
+    std::size_t stack = 0; // deepest use since the last mark, with the C library's part at its top
 };
 
 static unsigned char *stack = nullptr;
 static std::size_t stackBytes = 0;
 static thread_local bool serving = false;
 static Mark now;                // service thread only
-static std::vector<Mark> marks; // touched before the start: it must not grow the process later
+static std::vector<Mark> marks; // filled before the start, to grow the process only then
 static std::size_t marked = 0;
 
 static void *counted(void *block, std::size_t size)
@@ -95,7 +96,8 @@ WS_EXPORT void free(void *block) noexcept
     __libc_free(block);
 }
 
-// Gives the service thread a painted stack of exactly the size that it asks for, above a guard page.
+// Gives the service thread a painted stack of exactly the size that it asks for, and puts a guard
+// page below it.
 WS_EXPORT int pthread_create(pthread_t *thread, const pthread_attr_t *wanted, void *(*run)(void *),
                              void *argument) noexcept
 {
@@ -114,7 +116,8 @@ WS_EXPORT int pthread_create(pthread_t *thread, const pthread_attr_t *wanted, vo
     return create(thread, &attributes, run, argument);
 }
 
-// The service is back here when it has forgotten the request before: one mark for each.
+// The service calls this when it has released everything of the last request. Each call sets a
+// mark.
 WS_EXPORT int accept(int listener, struct sockaddr *address, socklen_t *size)
 {
     serving = true;
@@ -128,14 +131,14 @@ WS_EXPORT int accept(int listener, struct sockaddr *address, socklen_t *size)
         marks[marked++] = now;
         auto *const top = static_cast<unsigned char *>(__builtin_frame_address(0)) - OWN_FRAMES;
         for (volatile unsigned char *byte = stack + untouched; byte < top; ++byte)
-            *byte = PAINT; // no call, which would paint over its own frame
+            *byte = PAINT; // not memset(), whose frame would be painted
     }
     return accept4(listener, address, size, 0);
 }
 
 } // extern "C"
 
-// ---- The client -----------------------------------------------------------------------------------
+// ---- The client ---------------------------------------------------------------------------------
 
 static sockaddr_in server = {};
 
@@ -159,7 +162,7 @@ static std::string exchange(const std::string &request)
     while ((length = recv(client, part, sizeof part, 0)) > 0)
         reply.append(part, static_cast<std::size_t>(length));
     if (length != 0)
-        reply += std::string("(") + strerror(errno) + ")"; // then it is not "no reply"
+        reply += std::string("(") + strerror(errno) + ")"; // an error is not "no reply"
     close(client);
     return reply;
 }
@@ -184,20 +187,20 @@ static double singleReadsPerSecond(const Exchange &read)
     return RATE_REQUESTS / std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-// Its own process, so that its memory does not count.
+// Runs in a process of its own, so that its memory does not count.
 static int runClient(const std::vector<Exchange> &kinds, std::size_t rounds)
 {
     for (std::size_t round = 0; round < rounds; ++round)
         for (const Exchange &kind : kinds)
             if (!isAnswered(kind))
                 return 2;
-    // The first of these also makes the service mark the end of the last request.
+    // The first of these reads also makes the service mark the end of the last request above.
     printf("single reads per second: %.0f\n", singleReadsPerSecond(kinds[0]));
     fflush(stdout);
     return 0;
 }
 
-// ---- The figures ----------------------------------------------------------------------------------
+// ---- The figures --------------------------------------------------------------------------------
 
 static std::size_t roundsOf(const std::vector<Exchange> &kinds)
 {
@@ -218,7 +221,8 @@ static bool budget(const char *what, std::size_t value, std::size_t limit)
     return value <= limit;
 }
 
-// The mark at the begin of a round and before each of its requests; its last one is the next round's.
+// markOf(round, kind) is the mark before that request. The mark after a round's last request is the
+// first mark of the next round.
 static bool report(const std::vector<Exchange> &kinds, std::size_t rounds)
 {
     const auto markOf = [&](std::size_t round, std::size_t kind) -> const Mark & {
@@ -276,7 +280,7 @@ int main(int argc, char **argv)
         return 2;
     const pid_t client = fork();
     if (client == 0) {
-        close(start[1]); // or it would wait for ever when the service cannot start
+        close(start[1]); // otherwise it would wait forever if the service cannot start
         char go;
         const std::vector<Exchange> kinds = makeExchanges(argv[2]);
         return read(start[0], &go, 1) == 1 ? runClient(kinds, roundsOf(kinds)) : 2;
@@ -289,7 +293,7 @@ int main(int argc, char **argv)
         return 2;
     printf("resident memory of this process: idle %ld KiB, after all requests %ld KiB\n", idle,
            residentKib());
-    const std::vector<Exchange> kinds = makeExchanges(argv[2]); // here only for their names
+    const std::vector<Exchange> kinds = makeExchanges(argv[2]); // only their names are used here
     const bool met = report(kinds, roundsOf(kinds));
     fflush(stdout);
     return ws_soap_close() == 0 && met ? 0 : 1;

@@ -1,4 +1,4 @@
-// bench/host.cpp: the least host that answers every request: its functions take next to no stack.
+// bench/host.cpp: the smallest host that answers every request. It needs hardly any stack.
 #include "host.h"
 
 #include <atomic>
@@ -16,7 +16,7 @@
 
 static const char POINT_TEXT[] = "123.4|G";
 
-// Shared with the client's process.
+// In memory that is shared with the client's process.
 static std::atomic<int> *verdict = nullptr;
 
 extern "C" {
@@ -53,7 +53,8 @@ int x_readData(const char *, const char *, const char *, char *text)
     return 0;
 }
 
-// Also the interlock's question, which has room for one letter only: "remote" lets commands pass.
+// Also answers the interlock's question, which has room for one letter: 'R', remote, lets commands
+// pass.
 int fnPutS(const char *, const char *, const char *, const char *, char *answer, int size, int)
 {
     memset(answer, 'R', static_cast<std::size_t>(size));

@@ -1,11 +1,8 @@
-// bench/host.h: the least host that answers every request: its functions take next to no stack.
-#ifndef BENCH_HOST_H
-#define BENCH_HOST_H
+// bench/host.h: the smallest host that answers every request. It needs hardly any stack.
+#pragma once
 
-// Fills the hooks and settings, before the start and before any fork.
+// Sets the hooks and settings. Call it before the start and before any fork.
 void installHost();
 
-// What the gate answers from now on, to every process forked from this one, too.
+// Sets what the gate answers from now on, also in the processes that were forked from this one.
 void setVerdict(int verdict);
-
-#endif

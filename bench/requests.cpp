@@ -8,7 +8,7 @@
 
 #include "webServer.h"
 
-static const std::size_t LONG_FORM_BYTES = 0x200000; // of the size that makes the library trim
+static const std::size_t LONG_FORM_BYTES = 0x200000; // long enough to make the library trim
 static const int MOST_POINTS = 1000;
 
 static std::string post(const std::string &path, const std::string &type, const std::string &body,
@@ -35,7 +35,7 @@ static std::string form(const std::string &body, const std::string &headers = ""
     return post(path, "application/x-www-form-urlencoded", body, headers);
 }
 
-// Every replaced text occurs: the request is then not answered as expected otherwise.
+// If a text to replace did not occur, the request would not get the expected answer.
 static std::string replaced(std::string text, const std::string &from, const std::string &to)
 {
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
@@ -72,7 +72,7 @@ std::vector<Exchange> makeExchanges(const std::string &folder)
     std::set<std::string> operations;
     for (const auto &entry : std::filesystem::directory_iterator(folder))
         operations.insert(entry.path().stem());
-    operations.erase("coreDbReadData"); // is the first
+    operations.erase("coreDbReadData"); // it has already been added, as the first
     for (const std::string &name : operations)
         add(name, soap11(envelope(name)), ":" + name + "Response");
     for (const std::string name : {"coreDbReadData", "coreDbKrunchData", "getUsersList"})
@@ -92,7 +92,7 @@ std::vector<Exchange> makeExchanges(const std::string &folder)
 
     const std::string cookie = std::string("Cookie: SESSIONID=") + SESSION_ID + "\r\n";
     const std::string json = "Accept: application/json\r\n";
-    // In Base64: cgiLogin, admin, admin; cgiLogout; cgiKeepAlive.
+    // The fields in Base64: cgiLogin, admin, admin; cgiLogout; cgiKeepAlive.
     const std::string logIn = "cgiMethod=Y2dpTG9naW4%3D&arg1=YWRtaW4%3D&arg2=YWRtaW4%3D";
     const std::string logOut = "cgiMethod=Y2dpTG9nb3V0", keepAlive = "cgiMethod=Y2dpS2VlcEFsaXZl";
     const std::string upload = "fileName=site.xml&xmlString=<site name=\"here\"/>&";
@@ -110,7 +110,7 @@ std::vector<Exchange> makeExchanges(const std::string &folder)
     add("upload", form(upload, cookie, "/cgi/upconfig"), "200 OK");
     add("upload refused", form(upload, cookie, "/cgi/upconfig"), "", WS_NOT_AUTHENTICATED);
     add("configuration file", get("/cfgFiles/site.xml", cookie), "<site name");
-    // Of a folder that is not there.
+    // The folder of the log does not exist here.
     add("log listing", get("/log/cslog.log", cookie), "text/plain");
     add("getUserAuth, session", soap11(envelope("getUserAuth"), cookie), "getUserAuthResponse");
     add("keep-alive", form(keepAlive, cookie), "204 No Content");

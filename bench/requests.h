@@ -1,21 +1,18 @@
 // bench/requests.h: one request of each kind, and what its reply must contain.
-#ifndef BENCH_REQUESTS_H
-#define BENCH_REQUESTS_H
+#pragma once
 
 #include <string>
 #include <vector>
 
-static const char *const SESSION_ID = "figures"; // what the host gives to who logs in
+static const char *const SESSION_ID = "figures"; // the host's id of every session
 
 struct Exchange {
     std::string name;
     std::string request;
-    std::string expected; // empty: no reply at all
-    int verdict;          // of the gate
+    std::string expected; // a part of the reply; empty if there must be no reply
+    int verdict;          // what the gate answers
 };
 
-// A round of all kinds, the single read first; it ends logged out. The folder has an envelope of each
-// operation.
+// Returns one round: a request of each kind, the single read first. After it nobody is logged in.
+// The folder has an envelope for each operation.
 std::vector<Exchange> makeExchanges(const std::string &folder);
-
-#endif
