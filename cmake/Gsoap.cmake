@@ -1,16 +1,16 @@
-# The installed gSOAP: runtime, GET plug-in, generator.
+# The installed gSOAP: its C++ library, its GET plug-in, its generator.
 find_package(PkgConfig REQUIRED)
-pkg_check_modules(GSOAP REQUIRED gsoapck++) # the C++ runtime with cookies
+pkg_check_modules(GSOAP REQUIRED gsoapck++) # gSOAP's C++ library with cookies
 find_program(SOAPCPP2 soapcpp2 REQUIRED)
 find_path(GSOAP_PLUGIN_DIR httpget.c PATHS /usr/share/gsoap/plugin REQUIRED)
 
-# Everything that sees struct soap shares the runtime's macros, since its layout depends on them.
-# The last one gives the operations and the dispatcher C linkage.
+# All code that sees struct soap is compiled with the macros of gSOAP's library, because the layout of the
+# struct depends on them. SOAP_FMAC5 gives the operations and the dispatcher C linkage.
 add_library(gsoap INTERFACE)
 target_compile_options(gsoap INTERFACE ${GSOAP_CFLAGS})
 target_compile_definitions(gsoap INTERFACE "SOAP_FMAC5=extern \"C\"")
 target_compile_options(gsoap INTERFACE
-  $<$<CXX_COMPILER_ID:Clang>:-Wno-duplicate-decl-specifier>) # where the generator says it, too
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-duplicate-decl-specifier>) # the generator repeats extern "C"
 target_include_directories(gsoap SYSTEM INTERFACE ${GSOAP_PLUGIN_DIR})
 target_link_libraries(gsoap INTERFACE ${GSOAP_LINK_LIBRARIES})
 
@@ -25,9 +25,11 @@ function(generate_soap description)
   set(wsdl ${directory}/soapServ.wsdl)
   set(wsdl12 ${directory}/soapServ12.wsdl)
 
-  # -S server, -L no library mode, -x no samples, -z3 nillable elements, -2 the WSDL for SOAP 1.2.
+  # -S server code only, -L no library files, -x no sample messages, -z3 pointers as nillable elements, -2 the
+  # WSDL for SOAP 1.2.
   set(generate ${SOAPCPP2} -c++ -S -L -x -z3)
-  # The header's message names an element that no schema declares; strict clients refuse that.
+  # The message of the header names an element that no schema declares, and strict clients refuse that. So
+  # sed takes the message out.
   set(clean sed "/<message name=\"soapServHeader\">/,/<\\/message>/d")
   add_custom_command(
     OUTPUT ${sources} ${directory}/soapH.h ${directory}/soapServ.nsmap ${wsdl} ${wsdl12}

@@ -1,5 +1,5 @@
-/* minimal_host.c: the smallest host that runs. It has one point, which everybody may read and nobody
- * may write.
+/* minimal_host.c: the smallest host that runs. It has one point, which everybody may read and
+ * nobody may write.
  *
  *   minimal_host PORT     serves on the loopback address until it receives SIGINT or SIGTERM
  */
@@ -13,7 +13,7 @@
 #include <webServer.h>
 #include <webServerHost.h>
 
-/* ---- What the library calls ------------------------------------------------------------------- */
+/* ---- What the library calls ------------------------------------------------------------------ */
 
 static void logLine(const char *level, const char *format, va_list arguments)
 {
@@ -125,8 +125,9 @@ int appUserVerify(const char *user, const char *password, char *sessionId)
     return -1; /* nobody logs in */
 }
 
-/* The library calls these two when it cannot listen. On a unit the system's functions restart it; on a
- * PC they must not run. They are marked WS_EXPORT because hidden ones would not replace the system's. */
+/* The library calls these two when it cannot listen. On a unit the system's functions restart it; on
+ * a PC they must not run. They are marked WS_EXPORT because hidden ones would not replace the
+ * system's. */
 WS_EXPORT void sync(void) {}
 
 WS_EXPORT int reboot(int command)
@@ -136,7 +137,7 @@ WS_EXPORT int reboot(int command)
     _exit(EXIT_FAILURE);
 }
 
-/* ---- Start and stop --------------------------------------------------------------------------- */
+/* ---- Start and stop -------------------------------------------------------------------------- */
 
 static int gate(struct soap *request, int level)
 {
@@ -156,8 +157,8 @@ int main(int argc, char **argv)
     }
     setenv("SERVER_PORT", argv[1], 1);
 
-    /* Block the signals before the start, so that the service thread, which inherits the mask, does not
-     * take them. */
+    /* Block the signals before the start, so that the service thread, which inherits the mask, does
+     * not take them. */
     sigemptyset(&stop);
     sigaddset(&stop, SIGINT);
     sigaddset(&stop, SIGTERM);

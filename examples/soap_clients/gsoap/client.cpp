@@ -20,7 +20,8 @@ static std::string field(struct soap *soap, const char *text)
         soap, soap_s2base64(soap, (const unsigned char *)text, nullptr, (int)strlen(text)));
 }
 
-// Logs in as a browser does. gSOAP misreads the cookie's empty Domain, so this sets the cookie again.
+// Logs in as a browser does. gSOAP misreads the cookie's empty Domain, so this sets the cookie
+// again.
 static bool logIn(soapServProxy &unit, const char *user, const char *itsPassword)
 {
     struct soap *soap = unit.soap;
