@@ -80,9 +80,9 @@ WS_EXPORT int httpd(void);
  * until a second call. */
 WS_EXPORT int ws_soap_close(void);
 
-/** Tells the version, for example "webServer:v03.03.03:Sep 27 2022 09:48:50\n": name, version, date
- * and time of the build. If out is null, prints the text to standard output; otherwise points *out
- * at it. The library owns the text. Always returns 0. */
+/** Provides the version text, for example "webServer:v03.03.03:Sep 27 2022 09:48:50\n": name,
+ * version, date and time of the build. If out is null, prints the text to standard output;
+ * otherwise points *out at it. The library owns the text. Always returns 0. */
 WS_EXPORT int webServerShowVer(char **out);
 
 /** A signal handler that does nothing. Hosts may install it for SIGPIPE. The library itself
