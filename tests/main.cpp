@@ -3,6 +3,7 @@
 // of their own, since other tests listen at the same time.
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <net/if.h>
@@ -27,7 +28,8 @@ static bool leaveMachine()
         std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
     }
     return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
-           && mount("tmpfs", "/mnt", "tmpfs", 0, nullptr) == 0;
+           && mount("tmpfs", "/mnt", "tmpfs", 0, nullptr) == 0
+           && std::filesystem::create_directories("/mnt/bf/webFiles"); // the default web root
 }
 
 static bool raiseLoopback()

@@ -90,14 +90,18 @@ INSTANTIATE_TEST_SUITE_P(
                     BadAddress{"NoAddress", "no.such.address.invalid", 24000, ".+"}),
     [](const auto &row) { return std::string(row.param.name); });
 
-TEST(Start, TellsWhyThereIsNoThreadOrNoDetachedOne)
+TEST(Start, TellsWhyThereIsNoThreadOrNoDetachedOneAndNoWebRoot)
 {
     FakeHost fake;
     pgf_parseAuth = nullptr;
     fake.createError = EAGAIN;
+    setenv("WEB_DIR", "/mnt/absent/", 1);
     EXPECT_EQ(-1, webServer_Web_Start());
+    unsetenv("WEB_DIR");
     EXPECT_NE(nullptr, pgf_parseAuth) << "the default hooks come all the same";
-    EXPECT_EQ("E webServer: spawnHttpThread() error creating the thread 11\n", fake.log());
+    EXPECT_EQ("W webServer: web root /mnt/absent/: No such file or directory\n"
+              "E webServer: spawnHttpThread() error creating the thread 11\n",
+              fake.log());
 
     setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
     fake.createError = 0;
@@ -147,12 +151,42 @@ TEST(Accept, FailuresAreToldUnlessTheServiceIsBeingClosed)
     serveConnection(soap);
     EXPECT_EQ("W webServer: Server timed out (timeout set to -1000 seconds)\n", fake.log());
     soap->accept_timeout = 0;
-    soap->faccept = [](struct soap *, SOAP_SOCKET, struct sockaddr *, int *) {
-        errno = EMFILE;
-        return SOAP_INVALID_SOCKET;
+    const auto accepts = soap->faccept;
+    const struct {
+        int error; // 0: a connection is accepted
+        const char *logged;
+    } ATTEMPTS[] = {
+        {EMFILE, "E webServer soap error: Too many open files\n"},
+        {EMFILE, ""},
+        {ENFILE, ""},
+        {ENOBUFS, ""},
+        {EPERM, "E webServer soap error: Operation not permitted\n"},
+        {ENOMEM, ""},
+        {0, "I webServer: connections are accepted again\n"},
+        {0, ""},
+        {ENOMEM, "E webServer soap error: Cannot allocate memory\n"},
+        {0, "I webServer: connections are accepted again\n"},
+        {EPERM, "E webServer soap error: Operation not permitted\n"},
+        {EPERM, "E webServer soap error: Operation not permitted\n"},
     };
-    serveConnection(soap);
-    EXPECT_THAT(fake.log(), HasSubstr("E webServer soap error: Too many open files\n"));
+    static int error;
+    for (const auto &attempt : ATTEMPTS) {
+        error = attempt.error;
+        soap->faccept = [](struct soap *, SOAP_SOCKET, struct sockaddr *, int *) {
+            errno = error;
+            return SOAP_INVALID_SOCKET;
+        };
+        if (error == 0)
+            soap->faccept = accepts;
+        const std::string before = fake.log();
+        const int client = error == 0 ? connectTo(g_serverPort) : -1;
+        shutdown(client, SHUT_WR);
+        testing::internal::CaptureStderr();
+        serveConnection(soap);
+        EXPECT_EQ(before + attempt.logged, fake.log());
+        EXPECT_EQ(*attempt.logged == 'E', !testing::internal::GetCapturedStderr().empty());
+        close(client);
+    }
     g_wsRunningSocket = 0;
     soap_free(soap);
 }

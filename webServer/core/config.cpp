@@ -1,11 +1,14 @@
 // core/config.cpp: reads the environment once, at start, into the configuration globals.
 #include "core/config.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 
 #include "webServer.h"
+#include "webServerHost.h"
 
 const char *g_webDir = nullptr;
 const char *g_configDir = nullptr;
@@ -61,4 +64,10 @@ void readConfiguration()
 
     const char *remote = getenv("WEB_IS_REMOTE");
     g_webRemote = remote != nullptr && strcmp(remote, "Y") == 0 ? 1 : 0;
+}
+
+void reportMissingWebRoot()
+{
+    if (access(g_webDir, X_OK) != 0)
+        sLogWarn("webServer: web root %s: %s", g_webDir, strerror(errno));
 }

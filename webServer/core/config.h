@@ -4,3 +4,6 @@
 // Reads the environment and writes g_webDir, g_configDir, g_sslDir, g_rootFile, g_serverPort,
 // g_serverAddr and g_webRemote.
 void readConfiguration();
+
+// Logs a warning when the web root is missing or cannot be searched. Pages may still appear later.
+void reportMissingWebRoot();

@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "core/accept_failures.h"
 #include "core/listener.h"
 #include "core/reboot.h"
 #include "core/run_state.h"
@@ -18,7 +19,8 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-static constexpr int ACCEPT_RETRY_MILLISECONDS = 100; // bounds the log while descriptors are lacking
+static constexpr int ACCEPT_RETRY_MILLISECONDS =
+    100; // bounds the work while descriptors are lacking
 
 static void registerPlugins(struct soap *soap)
 {
@@ -28,19 +30,10 @@ static void registerPlugins(struct soap *soap)
         soap_print_fault(soap, stderr);
 }
 
-static void reportAcceptFailure(struct soap *soap)
-{
-    if (soap->errnum != 0) {
-        sLogErr("webServer soap error: %s", failureText(soap));
-        soap_print_fault(soap, stderr);
-    } else {
-        sLogWarn("webServer: Server timed out (timeout set to %d seconds)", soap->accept_timeout);
-    }
-}
-
 void serveConnection(struct soap *soap)
 {
     if (acceptConnection(soap)) {
+        reportAccepted();
         startRequest();
         soap_serve(soap); // whatever it returns, the client has been answered
     } else if (isRunning()) {
@@ -53,6 +46,7 @@ void serveConnection(struct soap *soap)
 
 int openService(struct soap *soap)
 {
+    forgetAcceptFailures();
     configureContext(soap);
     registerPlugins(soap);
     installLimits(soap);
@@ -63,7 +57,8 @@ int openService(struct soap *soap)
 static int closeService(struct soap *soap)
 {
     const int listener = soap->master;
-    soap->master = SOAP_INVALID_SOCKET; // soap_done would close it, and we could not return the result
+    soap->master =
+        SOAP_INVALID_SOCKET; // soap_done would close it, and we could not return the result
     releaseContext(soap);
     const int result = close(listener);
     setListeningSocket(SOAP_INVALID_SOCKET);

@@ -6,6 +6,7 @@
 int http_main()
 {
     readConfiguration();
+    reportMissingWebRoot();
     const int result = spawnHttpThread();
     // Deliberate: after the thread has started, an order that hosts rely on. Until the default gate is
     // installed, every caller is refused.

@@ -1,0 +1,42 @@
+// core/accept_failures.cpp: logs connections that could not be accepted.
+#include "core/accept_failures.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <stdsoap2.h>
+
+#include "gsoap/context.h"
+#include "webServerHost.h"
+
+static bool isShort; // of descriptors or memory, and that has been logged. Service thread only.
+
+static bool isShortage(int error)
+{
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+void forgetAcceptFailures()
+{
+    isShort = false;
+}
+
+void reportAcceptFailure(struct soap *soap)
+{
+    if (soap->errnum == 0) {
+        sLogWarn("webServer: Server timed out (timeout set to %d seconds)", soap->accept_timeout);
+        return;
+    }
+    const bool shortage = isShortage(soap->errnum);
+    if (shortage && isShort)
+        return; // the service tries ten times a second, which would fill the log
+    isShort = isShort || shortage;
+    sLogErr("webServer soap error: %s", failureText(soap));
+    soap_print_fault(soap, stderr);
+}
+
+void reportAccepted()
+{
+    if (isShort)
+        sLogInfo("webServer: connections are accepted again");
+    isShort = false;
+}
