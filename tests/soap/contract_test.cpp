@@ -75,6 +75,9 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
     foreign.replace(foreign.find("xmlsoap"), 7, "example");
     for (const std::string &noEnvelope :
          {foreign, "<n:getRTU xmlns:n='urn:soapServ'/>"s,
+          "<Envelope><Body><getRTU xmlns='urn:soapServ'/></Body></Envelope>"s,
+          "<Envelope E:encodingStyle='' xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'>"
+          "<E:Body><getRTU xmlns='urn:soapServ'/></E:Body></Envelope>"s,
           "<E:Header E:encodingStyle='' xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'>"
           "<E:Body><getRTU xmlns='urn:soapServ'/></E:Body></E:Header>"s})
         EXPECT_THAT(service.post(noEnvelope), HasSubstr("<faultcode>SOAP-ENV:VersionMismatch<"));

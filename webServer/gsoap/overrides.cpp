@@ -4,11 +4,12 @@
 
 #pragma GCC visibility push(default) // the shared gSOAP library calls them by name
 
-// Reads the header, if there is one. gSOAP calls this after it has opened the envelope. Without an open
-// element the request has no envelope, and gSOAP would go on to serve an operation that stands alone.
+// Reads the header, if there is one. gSOAP calls this after it has opened the envelope, but it also does
+// so without an open element, where it would serve an operation that stands alone, and in an Envelope of
+// no namespace, whose version it would take from an encodingStyle.
 int soap_getheader(struct soap *soap)
 {
-    if (soap->level == 0)
+    if (soap->level == 0 || soap_match_tag(soap, soap->tag, "SOAP-ENV:Envelope") != SOAP_OK)
         return soap->error = SOAP_VERSIONMISMATCH;
     soap->part = SOAP_IN_HEADER;
     soap->header = soap_in_SOAP_ENV__Header(soap, "SOAP-ENV:Header", soap->header, nullptr);

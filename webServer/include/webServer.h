@@ -106,7 +106,7 @@ WS_EXPORT int setThreadName(void);
  * A variable that is unset or empty gets its default. The texts are never freed. The start appends
  * "/" to a folder that does not end in "/" or "\". */
 
-/** The web root: WEB_DIR, by default "/mnt/bf/webFiles/". */
+/** The web root: WEB_DIR, by default "/mnt/bf/webFiles/". The start logs a warning when it is missing. */
 extern WS_EXPORT const char *g_webDir;
 
 /** The folder of the configuration files: CONFIG_DIR, by default "/mnt/flash/cfgFiles/". */
