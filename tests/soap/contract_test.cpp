@@ -84,6 +84,38 @@ TEST_F(Contract, KnowsAnOperationByNameAndNamespaceWhateverThePrefix)
     EXPECT_THAT(service.post("no XML at all"), HasSubstr("<faultcode>SOAP-ENV:Client<"));
 }
 
+// What Axis 1.4 sends for an int, and some more. No call: a fault, because a reference leads nowhere.
+TEST_F(Contract, FollowsReferencesToTextsAndNumbers)
+{
+    const std::string block = "<n:coreDbBlockPoint><inputType>status</inputType>"
+                              "<inputName>p</inputName><onOff href='#1'/></n:coreDbBlockPoint>",
+                      put = "<n:fnPut><binContName href='#1'/><arg href='#2'/></n:fnPut>",
+                      call = "x_blockPoint(status,p,1)";
+    const struct {
+        std::string element, call;
+    } cases[] = {{block + "<multiRef id='1' i:type='d:int' xmlns:d='urn:d'>1</multiRef>", call},
+                 {block + "<m id='0'><m id='2'>2</m></m><m id='1'>1</m><m id='1'>2</m>", call},
+                 {block + "<m id='1'>many</m>", ""},
+                 {put + "<m id='1' href='#2'/><m id='2'>x</m>", ""},
+                 {put + "<m id='1' i:nil='true'/><m id='2'>x</m>", ""},
+                 {put + "<m id='2'/><m id='1'>a &amp; b</m>", "fnPut(a & b,null,null,)"},
+                 {put + "<m id='1'><m id='2'>x</m></m>", ""},
+                 {"<n:fnPut><binContName href='#1'/><x id='1'>c</x><arg href='#1'/></n:fnPut>",
+                  "fnPut(c,null,null,c)"},
+                 {"<n:setUserLock><userName>u</userName><lock href='#1'/><x id='1'>many</x>"
+                  "</n:setUserLock></x></x>",
+                  ""}};
+    installSecurityHooks();
+    for (const auto &row : cases) {
+        fake.forgetCalls();
+        service.post(body(row.element));
+        EXPECT_EQ(row.call, fake.calls().empty() ? "" : fake.calls().back()) << row.element;
+    }
+    std::string text = envelope("getRTU", "", false, "<Authentication href='#1'/>");
+    text.insert(text.find("</E:Body>"), "<m id='1'>t</m>");
+    EXPECT_THAT(service.post(text), HasSubstr("<Authentication>t</Authentication>"));
+}
+
 TEST_F(Contract, HandsTheSessionCookieToTheHooksAndAnswersAQuietRefusalWith200)
 {
     installSecurityHooks();
