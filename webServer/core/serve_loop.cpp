@@ -12,6 +12,7 @@
 #include "core/run_state.h"
 #include "gsoap/context.h"
 #include "gsoap/limits.h"
+#include "gsoap/request_headers.h"
 #include "http/form_plugin.h"
 #include "session/login.h"
 #include "web/get_handler.h"
@@ -49,6 +50,7 @@ int openService(struct soap *soap)
     forgetAcceptFailures();
     configureContext(soap);
     registerPlugins(soap);
+    ignoreResponseHeaders(soap);
     installLimits(soap);
     return openListener(soap, g_serverAddr, g_serverPort);
 }

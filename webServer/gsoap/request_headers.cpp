@@ -1,0 +1,30 @@
+// gsoap/request_headers.cpp: ignores header lines that only responses have.
+#include "gsoap/request_headers.h"
+
+#include <algorithm>
+#include <iterator>
+#include <stdsoap2.h>
+
+// gSOAP is also a client library and reads these in requests: the first two as cookies, the next two
+// beyond the end of a short value, and the last into the endpoint, which gates compare.
+static constexpr const char *RESPONSE_HEADERS[] = {"Set-Cookie", "Set-Cookie2", "WWW-Authenticate",
+                                                   "Proxy-Authenticate", "Location"};
+
+static int (*parseHeader)(struct soap *, const char *, const char *);
+
+// The fparsehdr callback.
+extern "C" {
+static int parseRequestHeader(struct soap *soap, const char *key, const char *value)
+{
+    const bool ignored =
+        std::any_of(std::begin(RESPONSE_HEADERS), std::end(RESPONSE_HEADERS),
+                    [key](const char *name) { return soap_tag_cmp(key, name) == 0; });
+    return ignored ? SOAP_OK : parseHeader(soap, key, value);
+}
+}
+
+void ignoreResponseHeaders(struct soap *soap)
+{
+    parseHeader = soap->fparsehdr;
+    soap->fparsehdr = parseRequestHeader;
+}
