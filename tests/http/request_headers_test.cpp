@@ -1,13 +1,13 @@
 // tests/http/request_headers_test.cpp: what a gate finds in the context after a request's header lines.
 #include <gtest/gtest.h>
 #include <memory>
+#include <sstream>
 #include <stdsoap2.h>
 
 #include "core/config.h"
 #include "core/serve_loop.h"
-#include "core/service_thread.h"
 #include "gsoap/context.h"
-#include "support/cases.h"
+#include "support/fake_host.h"
 #include "support/wire.h"
 
 class RequestHeaders : public testing::Test {
@@ -19,7 +19,7 @@ protected:
     {
         setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
         readConfiguration();
-        ws_soap_initiate(soap.get());
+        initContext(soap.get());
         openService(soap.get());
     }
 
@@ -29,9 +29,11 @@ protected:
     void parse(const std::string &lines)
     {
         soap_free_cookies(soap.get());
-        for (const std::string &line : split(lines, "\n")) {
-            const Lines sides = split(line, ": ");
-            EXPECT_EQ(SOAP_OK, soap->fparsehdr(soap.get(), sides[0].c_str(), sides[1].c_str()));
+        std::istringstream text(lines);
+        for (std::string line; std::getline(text, line);) {
+            const std::size_t colon = line.find(": ");
+            EXPECT_EQ(SOAP_OK, soap->fparsehdr(soap.get(), line.substr(0, colon).c_str(),
+                                               line.substr(colon + 2).c_str()));
         }
     }
 };

@@ -18,6 +18,7 @@
 #include "core/hooks.h"
 #include "core/serve_loop.h"
 #include "core/service_thread.h"
+#include "net/connections.h"
 #include "session/lockout.h"
 #include "session/session_table.h"
 #include "support/cases.h"
@@ -190,6 +191,7 @@ class WebCases : public Dialect {
         fake_->askedLevel = FakeHost::NOT_ASKED;
         std::thread client([&] { reply = talk(g_serverPort, bytes, client_, hangUp); });
         serveConnection(soap_.get());
+        awaitDepartures();
         client.join();
         require(gblIpAddress == nullptr && soap_->user == nullptr && soap_->cookies == nullptr,
                 "the service still holds the request's address, user or cookies");

@@ -6,6 +6,7 @@
 #include <stdsoap2.h>
 
 #include "gsoap/context.h"
+#include "net/connections.h"
 #include "webServerHost.h"
 
 static bool isShort; // of descriptors or memory, and that has been logged. Service thread only.
@@ -36,7 +37,8 @@ void reportAcceptFailure(struct soap *soap)
 
 void reportAccepted()
 {
-    if (isShort)
-        sLogInfo("webServer: connections are accepted again");
+    if (!isShort || acceptHasFailed())
+        return;
+    sLogInfo("webServer: connections are accepted again");
     isShort = false;
 }

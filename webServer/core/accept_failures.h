@@ -10,5 +10,5 @@ void forgetAcceptFailures();
 // attempt fail while it lasts, is logged once.
 void reportAcceptFailure(struct soap *soap);
 
-// Logs the end of such a shortage. Call it when a connection has been accepted.
+// Logs the end of such a shortage, once a connection has been accepted again.
 void reportAccepted();

@@ -7,6 +7,9 @@
 #include <soapH.h>
 #include <unistd.h>
 
+#include "net/connections.h"
+#include "net/limits.h"
+
 static constexpr int MAX_PORT = 65535;
 static constexpr int BACKLOG = 100; // connections that the kernel holds while one is served
 
@@ -35,19 +38,15 @@ int openListener(struct soap *soap, const char *address, int port)
         soap_receiver_fault(soap, strerror(EINVAL), "port out of range");
         return SOAP_INVALID_SOCKET;
     }
+    soap->sndbuf = soap->rcvbuf = SOCKET_BUFFER_BYTES;
     if (!soap_valid_socket(soap_bind(soap, address, port, BACKLOG)))
         return SOAP_INVALID_SOCKET;
+    soap->sndbuf = soap->rcvbuf = 0; // connections inherit the listening socket's
     if (soap->master == STDIN_FILENO)
         soap->master = movedFromZero(soap);
     else
         keepFromPrograms(soap->master);
+    if (soap_valid_socket(soap->master))
+        openConnections(soap->master);
     return soap->master;
-}
-
-bool acceptConnection(struct soap *soap)
-{
-    if (!soap_valid_socket(soap_accept(soap)))
-        return false;
-    keepFromPrograms(soap->socket);
-    return true;
 }

@@ -6,6 +6,3 @@ struct soap;
 // Binds and listens. Returns the socket, which is also the context's; -1 when that fails, with the
 // reason as the context's fault.
 int openListener(struct soap *soap, const char *address, int port);
-
-// Accepts one connection and makes it the context's. Returns false when that fails.
-bool acceptConnection(struct soap *soap);

@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <httpget.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include "core/accept_failures.h"
@@ -13,15 +12,14 @@
 #include "gsoap/context.h"
 #include "gsoap/limits.h"
 #include "gsoap/request_headers.h"
+#include "gsoap/transport.h"
 #include "http/form_plugin.h"
+#include "net/connections.h"
 #include "session/login.h"
 #include "web/get_handler.h"
 #include "web/post_handler.h"
 #include "webServer.h"
 #include "webServerHost.h"
-
-static constexpr int ACCEPT_RETRY_MILLISECONDS =
-    100; // bounds the work while descriptors are lacking
 
 static void registerPlugins(struct soap *soap)
 {
@@ -33,13 +31,12 @@ static void registerPlugins(struct soap *soap)
 
 void serveConnection(struct soap *soap)
 {
-    if (acceptConnection(soap)) {
+    if (soap_valid_socket(soap_accept(soap))) {
         reportAccepted();
         startRequest();
         soap_serve(soap); // whatever it returns, the client has been answered
     } else if (isRunning()) {
         reportAcceptFailure(soap);
-        poll(nullptr, 0, ACCEPT_RETRY_MILLISECONDS);
     }
     forgetLogin();
     forgetRequest(soap);
@@ -51,6 +48,7 @@ int openService(struct soap *soap)
     configureContext(soap);
     registerPlugins(soap);
     ignoreResponseHeaders(soap);
+    installTransport(soap);
     installLimits(soap);
     return openListener(soap, g_serverAddr, g_serverPort);
 }
@@ -59,8 +57,8 @@ int openService(struct soap *soap)
 static int closeService(struct soap *soap)
 {
     const int listener = soap->master;
-    soap->master =
-        SOAP_INVALID_SOCKET; // soap_done would close it, and we could not return the result
+    // soap_done would close the socket, and its result would be lost.
+    soap->master = SOAP_INVALID_SOCKET;
     releaseContext(soap);
     const int result = close(listener);
     setListeningSocket(SOAP_INVALID_SOCKET);
@@ -81,7 +79,8 @@ int ws_soap_main(struct soap *soap)
     sLogInfo("webServer: Listening address %s:%d", g_serverAddr, g_serverPort);
     printf("webServer: Listening address %s:%d\n", g_serverAddr, g_serverPort);
 
-    while (isRunning())
+    while (isRunning() || requestsAreArriving())
         serveConnection(soap);
+    closeConnections();
     return closeService(soap);
 }

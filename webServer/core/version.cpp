@@ -13,7 +13,8 @@ __attribute__((used)) static struct {
     char sm_webServerCompilationDate[sizeof __DATE__];
     char sm_webServerCompilationTime[sizeof __TIME__];
     char sm_markEndVer[sizeof "markEndVer"];
-} versionRecord = {"markBeginVer", WEBSERVER_VERSION, WEBSERVER_SUB_VERSION, __DATE__, __TIME__, "markEndVer"};
+} versionRecord = {"markBeginVer", WEBSERVER_VERSION, WEBSERVER_SUB_VERSION,
+                   __DATE__,       __TIME__,          "markEndVer"};
 
 static char sm_webServerVerString[256];
 

@@ -15,8 +15,6 @@ static constexpr std::size_t LOOK_BYTES = 4096; // bytes received between two lo
 // megabyte of different names would keep the service thread busy for a minute.
 static constexpr int MAX_ATTRIBUTE_NAMES = 1000;
 
-// gSOAP's recv_maxlength does not count the lines between chunks, which may be as long as the chunks.
-static constexpr std::size_t MAX_RECEIVED_BYTES = 2 * MAX_REQUEST_BYTES;
 static constexpr std::size_t LONG_REQUEST_BYTES = 1024 * 1024; // shorter ones leave little behind
 
 // What has been received of the request that is being served. Service thread only.
@@ -49,6 +47,7 @@ static bool hasTooManyAttributes(const struct soap *soap)
 
 static bool isOverLimit(const struct soap *soap)
 {
+    // gSOAP's recv_maxlength does not count the lines between chunks.
     return progress.bytes > MAX_RECEIVED_BYTES || hasTooManyAttributes(soap)
            || threadCpuSeconds() - progress.cpuSecondsAtStart > MAX_RECEIVE_CPU_SECONDS;
 }

@@ -1,12 +1,9 @@
 // gsoap/limits.h: refuses requests that gSOAP would accept, or work on for too long.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include "net/limits.h"
 
 struct soap;
-
-constexpr uint64_t MAX_REQUEST_BYTES = 16 * 1024 * 1024; // of a body; the unit has little memory
 
 // Puts the limits between gSOAP and its own parser and receiver. Call it once, after the plug-ins are
 // registered: they take gSOAP's parser for the one to call.

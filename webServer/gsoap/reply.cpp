@@ -24,6 +24,18 @@ int sendNothing(struct soap *soap)
     return soap_end_send(soap);
 }
 
+// soap_response would collect the body in memory and count it; here its length is known.
+int sendFileHeader(struct soap *soap, const char *contentType, uint64_t length)
+{
+    soap->omode = withoutTransfer(soap->omode) | SOAP_IO_BUFFER;
+    soap->status = SOAP_FILE;
+    if (soap_begin_send(soap) != SOAP_OK)
+        return soap->error;
+    soap->http_content = contentType;
+    soap->error = soap->fresponse(soap, SOAP_FILE, length);
+    return soap->error == SOAP_OK ? soap_flush(soap) : soap->error;
+}
+
 // gSOAP would send each line in pieces, and nothing at all after a chunked request; buffered, the
 // lines leave together.
 void sendHeader(struct soap *soap, std::initializer_list<HeaderLine> lines)

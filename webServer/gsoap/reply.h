@@ -1,6 +1,7 @@
 // gsoap/reply.h: ends a reply, or sends none, or sends one that is only a header.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 
 struct soap;
@@ -11,6 +12,9 @@ int endReply(struct soap *soap);
 
 // Ends a request without a reply. Returns the result of soap_end_send.
 int sendNothing(struct soap *soap);
+
+// Sends the header of a reply whose body of length bytes is sent apart from gSOAP. Returns a gSOAP error.
+int sendFileHeader(struct soap *soap, const char *contentType, uint64_t length);
 
 struct HeaderLine {
     const char *key, *value; // without a value the line is the key alone

@@ -24,12 +24,20 @@ static bool mayBeOpened(const char *path)
            && strncmp(place, "/proc/", 6) != 0 && strncmp(place, "/sys/", 5) != 0;
 }
 
+static int openAs(const char *path, int flags)
+{
+    return mayBeOpened(path) ? open(path, flags | SAFELY, EVERYONE_READS_AND_WRITES) : -1;
+}
+
+int openDescriptor(const char *path)
+{
+    return openAs(path, O_RDONLY);
+}
+
 File openFile(const char *path, FileUse use)
 {
-    if (!mayBeOpened(path))
-        return nullptr;
-    const int flags = use == FOR_READING ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
-    const int descriptor = open(path, flags | SAFELY, EVERYONE_READS_AND_WRITES);
+    const int descriptor =
+        openAs(path, use == FOR_READING ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
     if (descriptor == -1)
         return nullptr;
     File file(fdopen(descriptor, use == FOR_READING ? "rb" : "w"));

@@ -11,6 +11,9 @@ using File = std::unique_ptr<FILE, CloseFile>;
 
 enum FileUse { FOR_READING, FOR_WRITING };
 
+// Opens a file for reading, as openFile does, but returns its descriptor, -1 when that fails.
+int openDescriptor(const char *path);
+
 // Opens a file; for writing, empties it or creates it. Never blocks, and keeps the descriptor from
 // programs that the host starts. Returns null when that fails, for devices and pipes, and for anything
 // below /proc and /sys.

@@ -14,5 +14,10 @@ int copy_file(struct soap *soap, const char *path, const char *contentType);
 int copy_folder(struct soap *soap, const char *directory, const char *nameFilter);
 }
 
+// Sends the contents of a folder's entries, chosen as copy_folder does, with status 200. Returns a gSOAP
+// error.
+int sendFolder(struct soap *soap, const char *contentType, const char *directory,
+               const char *nameFilter);
+
 // Sends a text with status 200.
 void sendText(struct soap *soap, const char *contentType, const char *text);

@@ -1,7 +1,6 @@
 // session/session_table.cpp: who is logged in.
 #include "session/session_table.h"
 
-
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -149,8 +148,7 @@ void removeInactiveSes(struct soap *soap)
     const uint32_t now = sysCnt1mlsg();
     for (int slot = 0; slot < MAX_SESSIONS; ++slot) {
         const SessionEntry &session = g_accesstok[slot];
-        if (session.id != nullptr
-            && diffTimestamp(now, session.lastActivity) > session.timeoutMs)
+        if (session.id != nullptr && diffTimestamp(now, session.lastActivity) > session.timeoutMs)
             clearSession(slot, soap);
     }
 }

@@ -63,9 +63,9 @@ static int listNames(struct soap *soap, const char *operation, const char *outOf
 }
 
 // A setting operation after its presence check.
-template <typename Hook, typename Value>
-static int change(struct soap *soap, const char *operation, int *result, const Hook &hook,
-                  const char *user, Value value)
+template <typename Hook, typename Value> static int change(struct soap *soap, const char *operation,
+                                                           int *result, const Hook &hook,
+                                                           const char *user, Value value)
 {
     if (notExecuted(soap, operation, hook))
         return QUIETLY_REFUSED;

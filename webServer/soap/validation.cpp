@@ -20,8 +20,8 @@ static bool beginsWithAny(const char *text, const char *const (&constants)[N])
 }
 
 static constexpr const char *OPERATIONS[] = {"ns__coreDbReadData", "ns__coreDbReadMultData",
-                                         "ns__coreDbKrunchData", "ns__coreDbKrunchDataQuality",
-                                         "ns__coreDbBlockPoint"};
+                                             "ns__coreDbKrunchData", "ns__coreDbKrunchDataQuality",
+                                             "ns__coreDbBlockPoint"};
 static constexpr const char *POINT_TYPES[] = {"status", "analog", "command", "setPoint"};
 static constexpr const char *FORMATS[] = {"%d", "%u", "%g"}; // or empty, for the host's own format
 

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <stdsoap2.h>
 
-#include "gsoap/reply.h"
 #include "http/send_file.h"
 #include "session/gate.h"
 #include "session/request_check.h"
@@ -49,11 +48,7 @@ static int sendLog(struct soap *soap, const char *contentType)
 {
     if (!hasSession(soap) || g_csEnabled == 0 || !mayRead(soap))
         return 0;
-    soap->http_content = contentType;
-    if (soap_response(soap, SOAP_FILE) != SOAP_OK)
-        return endReply(soap);
-    copy_folder(soap, LOG_FOLDER, ".log");
-    endReply(soap);
+    sendFolder(soap, contentType, LOG_FOLDER, ".log");
     return 0;
 }
 

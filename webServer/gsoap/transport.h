@@ -1,0 +1,11 @@
+// gsoap/transport.h: lets gSOAP accept, receive, send and close through net/connections.h.
+#pragma once
+
+struct soap;
+
+// Replaces the context's callbacks for its connections. Call it before the bind and before installLimits.
+void installTransport(struct soap *soap);
+
+// Returns true when the context serves one of the service's own connections, not one that a host or a
+// test has given it.
+bool servesConnection(const struct soap *soap);

@@ -1,0 +1,32 @@
+// http/file_reply.h: a reply whose body is files, which the kernel sends without a copy in memory.
+#pragma once
+
+#include "net/departure.h"
+
+struct soap;
+
+class FileReply {
+    static constexpr int MAX_FILES = 32; // that one reply holds open
+
+    FilePart parts_[MAX_FILES];
+    int count_ = 0;
+    uint64_t length_ = 0;
+
+public:
+    FileReply() = default;
+    ~FileReply(); // closes the files, unless send() has handed them over
+    FileReply(const FileReply &) = delete;
+    FileReply &operator=(const FileReply &) = delete;
+
+    // Returns true when this context's replies can be sent so: it serves one of the service's own
+    // connections, and not in chunks.
+    static bool isPossible(const struct soap *soap);
+
+    // Takes over an open file or folder; a folder counts as empty. Returns false when there is no place for
+    // it, and has then closed it.
+    bool add(int descriptor);
+
+    // Sends the files, as long as they are now, with status 200. A file that cannot be read to that length
+    // ends the connection, so that no part of it looks whole. Returns a gSOAP error.
+    int send(struct soap *soap, const char *contentType);
+};

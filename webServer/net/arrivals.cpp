@@ -1,0 +1,145 @@
+// net/arrivals.cpp: takes what clients send, within bounds, until their requests are complete.
+#include "net/arrivals.h"
+
+#include <algorithm>
+#include <cerrno>
+
+static constexpr std::size_t MOST_AT_ONCE = 64 * 1024; // then other clients have their turn
+static constexpr char CONTINUE[] = "HTTP/1.1 100 Continue\r\n\r\n";
+
+static const Connection *large; // in the one place for large requests; null: it is free
+static Milliseconds largeSince;
+static std::size_t largeBytesBefore; // that it had when it took the place
+static uint64_t turns;
+
+static bool isLarge(const Connection &connection)
+{
+    return connection.received >= LARGE_REQUEST_BYTES;
+}
+
+bool mayReceive(const Connection &connection)
+{
+    return !isLarge(connection) || large == nullptr || large == &connection;
+}
+
+void leaveLargePlace(const Connection *connection)
+{
+    if (large == connection)
+        large = nullptr;
+}
+
+static void enterLargePlace(const Connection &connection, Milliseconds now)
+{
+    if (large != nullptr || !isLarge(connection))
+        return;
+    large = &connection;
+    largeSince = now;
+    largeBytesBefore = connection.received;
+}
+
+void expireLargePlace(Milliseconds now)
+{
+    if (large == nullptr || large->stage != ARRIVING || now - largeSince < LARGE_REQUEST_TRIAL_MS)
+        return;
+    const auto needed =
+        static_cast<uint64_t>(now - largeSince) * LARGE_REQUEST_BYTES_PER_SECOND / 1000;
+    if (large->received - largeBytesBefore >= needed)
+        return;
+    for (int i = 0; i < connectionsInUse; ++i)
+        if (connections[i].stage == ARRIVING && !mayReceive(connections[i])) {
+            dropConnection(&connections[large - connections]);
+            return;
+        }
+}
+
+static void makeReady(Connection *connection)
+{
+    connection->stage = READY;
+    connection->turn = ++turns;
+}
+
+// Keeps the bytes of all requests but the large one within MAX_WAITING_BYTES: those whose clients have been
+// silent for longest give way. The connection itself goes last.
+static void makeRoom(Connection *connection)
+{
+    std::size_t waiting = 0;
+    for (int i = 0; i < connectionsInUse; ++i)
+        if (connections[i].stage == ARRIVING && &connections[i] != large)
+            waiting += connections[i].request.size();
+    while (waiting > MAX_WAITING_BYTES) {
+        Connection *oldest = oldestOf(ARRIVING, connection);
+        if (oldest == nullptr)
+            return;
+        if (oldest != large)
+            waiting -= oldest->request.size();
+        dropConnection(oldest);
+    }
+}
+
+// Looks at what has been received into the queue's room.
+static void take(Connection *connection, const char *bytes, std::size_t count, Milliseconds now)
+{
+    connection->end.see(bytes, count);
+    connection->request.added(count);
+    connection->received += count;
+    connection->lastByte = now;
+    if (connection->end.takeContinue())
+        send(connection->socket, CONTINUE, sizeof CONTINUE - 1, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (connection->end.isComplete() || connection->received > MAX_RECEIVED_BYTES)
+        makeReady(connection);
+    else if (!connection->end.isUnclosed())
+        connection->unclosed = 0;
+    else if (connection->unclosed == 0)
+        connection->unclosed = now;
+}
+
+void receiveFrom(Connection *connection, Milliseconds now)
+{
+    std::size_t total = 0;
+    while (connection->stage == ARRIVING && mayReceive(*connection) && total < MOST_AT_ONCE) {
+        std::size_t room;
+        char *to = connection->request.room(&room);
+        if (to == nullptr) {
+            dropConnection(connection);
+            return;
+        }
+        const ssize_t count = recv(connection->socket, to, room, MSG_DONTWAIT);
+        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR))
+            break;
+        if (count < 0) {
+            dropConnection(connection);
+            return;
+        }
+        if (count == 0) { // the client has ended its side: what has come is all there will be
+            makeReady(connection);
+            return;
+        }
+        take(connection, to, static_cast<std::size_t>(count), now);
+        enterLargePlace(*connection, now);
+        total += static_cast<std::size_t>(count);
+        if (static_cast<std::size_t>(count) < room)
+            break; // the socket is empty
+    }
+    if (isLarge(*connection) || connection->request.size() > ByteQueue::BLOCK_BYTES)
+        makeRoom(connection);
+}
+
+Milliseconds arrivalDeadline(const Connection &connection)
+{
+    Milliseconds deadline = connection.since + MAX_ARRIVAL_MS;
+    if (mayReceive(connection))
+        deadline = std::min(deadline, connection.lastByte + STALL_MS);
+    if (connection.unclosed != 0)
+        deadline = std::min(deadline, connection.unclosed + UNCLOSED_MS);
+    return deadline;
+}
+
+void expireArrival(Connection *connection, Milliseconds now)
+{
+    if (now < arrivalDeadline(*connection))
+        return;
+    if (connection->received == 0 || now >= connection->since + MAX_ARRIVAL_MS)
+        dropConnection(connection);
+    else
+        makeReady(connection);
+}

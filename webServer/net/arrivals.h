@@ -1,0 +1,22 @@
+// net/arrivals.h: takes what clients send, within bounds, until their requests are complete.
+#pragma once
+
+#include "net/connection.h"
+
+// Returns false while the connection waits for the place for large requests: nothing is received from it.
+bool mayReceive(const Connection &connection);
+
+// Receives what the client has sent. The connection is then ARRIVING still, READY, or dropped.
+void receiveFrom(Connection *connection, Milliseconds now);
+
+// Ends the wait for a request that has met a limit: it is READY, as far as it came, or dropped.
+void expireArrival(Connection *connection, Milliseconds now);
+
+// Returns when expireArrival may have something to do.
+Milliseconds arrivalDeadline(const Connection &connection);
+
+// Frees the place for large requests if the connection has it.
+void leaveLargePlace(const Connection *connection);
+
+// Drops the connection in the place for large requests if another one waits for it and it is too slow.
+void expireLargePlace(Milliseconds now);

@@ -1,0 +1,48 @@
+// net/connection.h: one open connection, from its accept to the last byte of its reply.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include "net/departure.h"
+#include "net/limits.h"
+#include "net/request_end.h"
+
+using Milliseconds =
+    int64_t; // of the monotonic clock, so that setting the unit's clock ends nothing
+
+enum Stage { FREE, ARRIVING, READY, SERVED, LEAVING };
+
+struct Connection {
+    Stage stage = FREE;
+    int socket = -1;
+    union {
+        struct sockaddr any;
+        struct sockaddr_in v4;
+        struct sockaddr_in6 v6;
+    } client = {};
+    socklen_t clientSize = 0;
+
+    Milliseconds since = 0;    // of its accept
+    Milliseconds lastByte = 0; // when the client last sent or took one; its accept at first
+    Milliseconds unclosed = 0; // since when only the envelope's end is missing; 0: it is not
+    uint64_t turn = 0;         // the order in which READY connections are served
+
+    RequestEnd end;
+    std::size_t received = 0;
+    ByteQueue request;
+    Departure reply;
+};
+
+// The table. Slots from connectionsInUse on are free.
+extern Connection connections[MAX_CONNECTIONS];
+extern int connectionsInUse;
+
+// Closes the connection at once and frees its slot.
+void dropConnection(Connection *connection);
+
+// Returns the connection of this stage whose last byte is the oldest; null when there is none. Passes over
+// the one given.
+Connection *oldestOf(Stage stage, const Connection *except);

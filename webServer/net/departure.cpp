@@ -1,0 +1,114 @@
+// net/departure.cpp: what a client has not yet taken of its reply: bytes, then parts of files.
+#include "net/departure.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/sendfile.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+// Never waits. What is sent waits in the kernel for more, or for the shutdown that follows the reply, so
+// that the last bytes and the end of the connection leave together.
+static constexpr int SEND_FLAGS = MSG_DONTWAIT | MSG_NOSIGNAL | MSG_MORE;
+static constexpr std::size_t MOST_AT_ONCE = 256 * 1024; // then other clients have their turn
+static constexpr std::size_t COPY_BYTES = 16 * 1024; // where the kernel cannot send from the file
+
+static bool wouldWait(ssize_t result)
+{
+    return result < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+}
+
+bool Departure::send(int socket, const char *bytes, std::size_t count)
+{
+    if (failed_)
+        return false;
+    ssize_t sent = 0;
+    if (bytes_.size() == 0) {
+        sent = ::send(socket, bytes, count, SEND_FLAGS);
+        if (wouldWait(sent))
+            sent = 0;
+    }
+    failed_ = sent < 0 || !bytes_.append(bytes + sent, count - static_cast<std::size_t>(sent));
+    return !failed_;
+}
+
+bool Departure::attach(const FilePart *files, int count)
+{
+    const std::size_t size = static_cast<std::size_t>(count) * sizeof *files;
+    files_ = static_cast<FilePart *>(malloc(size));
+    if (files_ == nullptr)
+        return false;
+    memcpy(files_, files, size);
+    fileCount_ = count;
+    return true;
+}
+
+// Returns how many bytes were sent.
+std::size_t Departure::sendBytes(int socket)
+{
+    std::size_t count;
+    const char *bytes = bytes_.front(&count);
+    const ssize_t sent = ::send(socket, bytes, count, SEND_FLAGS);
+    failed_ = sent < 0 && !wouldWait(sent);
+    if (sent <= 0)
+        return 0;
+    bytes_.remove(static_cast<std::size_t>(sent));
+    return static_cast<std::size_t>(sent);
+}
+
+// Sends a part of a file without sendfile. Returns what sendfile would return.
+static ssize_t copyFile(int socket, const FilePart &file, std::size_t count)
+{
+    char bytes[COPY_BYTES];
+    const ssize_t length = pread(file.descriptor, bytes, std::min(count, sizeof bytes),
+                                 static_cast<off_t>(file.offset));
+    return length <= 0 ? length
+                       : ::send(socket, bytes, static_cast<std::size_t>(length), SEND_FLAGS);
+}
+
+// Returns how many bytes were sent. A file that ends early or cannot be read ends the connection: the
+// client then sees that the reply is shorter than announced.
+std::size_t Departure::sendFile(int socket, FilePart *file)
+{
+    const std::size_t count = std::min<uint64_t>(file->length, MOST_AT_ONCE);
+    auto offset = static_cast<off_t>(file->offset);
+    ssize_t sent = sendfile(socket, file->descriptor, &offset, count);
+    if (sent < 0 && (errno == EINVAL || errno == ENOSYS))
+        sent = copyFile(socket, *file, count);
+    failed_ = sent <= 0 && !wouldWait(sent);
+    if (sent <= 0)
+        return 0;
+    file->offset += static_cast<uint64_t>(sent);
+    file->length -= static_cast<uint64_t>(sent);
+    if (file->length == 0) {
+        close(file->descriptor);
+        ++nextFile_;
+    }
+    return static_cast<std::size_t>(sent);
+}
+
+bool Departure::proceed(int socket)
+{
+    std::size_t total = 0;
+    while (!isEmpty() && total < MOST_AT_ONCE) {
+        const std::size_t sent =
+            bytes_.size() > 0 ? sendBytes(socket) : sendFile(socket, files_ + nextFile_);
+        if (sent == 0)
+            break;
+        total += sent;
+    }
+    return total > 0;
+}
+
+void Departure::clear()
+{
+    bytes_.clear();
+    for (; nextFile_ < fileCount_; ++nextFile_)
+        close(files_[nextFile_].descriptor);
+    free(files_);
+    files_ = nullptr;
+    fileCount_ = nextFile_ = 0;
+    failed_ = false;
+}

@@ -1,0 +1,29 @@
+// net/limits.h: what one request, and all connections together, may hold of the unit.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+constexpr uint64_t MAX_REQUEST_BYTES = 16 * 1024 * 1024; // of a body
+// With its header and the lines between its chunks; a request that is longer is refused.
+constexpr std::size_t MAX_RECEIVED_BYTES = MAX_REQUEST_BYTES + 2 * 1024 * 1024;
+
+// A request beyond this size needs the one place for large requests.
+constexpr std::size_t LARGE_REQUEST_BYTES = 256 * 1024;
+constexpr std::size_t LARGE_REQUEST_BYTES_PER_SECOND =
+    8 * 1024;                                              // at least, while another one waits
+constexpr int LARGE_REQUEST_TRIAL_MS = 5 * 1000;           // before its speed counts
+constexpr std::size_t MAX_WAITING_BYTES = 3 * 1024 * 1024; // of all other arriving requests
+constexpr std::size_t MAX_PARKED_BYTES = 4 * 1024 * 1024;  // of all replies that are leaving
+
+// More than the 200 of a usual attack tool, and few enough for the descriptors of a small process.
+constexpr int MAX_CONNECTIONS = 256;
+
+constexpr int STALL_MS = 60 * 1000;        // without a byte from, or taken by, the client
+constexpr int MAX_ARRIVAL_MS = 300 * 1000; // of one request in all
+constexpr int UNCLOSED_MS = 1000;     // for the rest of an envelope whose announced bytes are here
+constexpr int LAST_REPLIES_MS = 2000; // for replies that are leaving when the service closes
+
+// The kernel's memory for a connection, each way. Set on the listening socket, which its connections
+// inherit, so that the kernel does not enlarge them.
+constexpr int SOCKET_BUFFER_BYTES = 64 * 1024;

@@ -1,0 +1,228 @@
+// net/request_end.cpp: finds where an HTTP request ends, while it arrives.
+#include "net/request_end.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <strings.h>
+
+#include "net/limits.h"
+
+static constexpr std::size_t MAX_HEADER_LINE = 8190; // gSOAP refuses longer ones
+static constexpr std::size_t MAX_SIZE_DIGITS = 16;   // of a chunk; gSOAP refuses more
+
+static constexpr char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF"; // of UTF-8
+
+static bool isSpace(char character)
+{
+    return static_cast<unsigned char>(character) <= ' ';
+}
+
+static bool isBlank(char character)
+{
+    return character == ' ' || character == '\t';
+}
+
+void RequestEnd::addToLine(char character)
+{
+    if (lineLength_ < LINE_SIZE - 1)
+        line_[lineLength_] = character;
+    if (++lineLength_ > MAX_HEADER_LINE)
+        state_ = COMPLETE;
+}
+
+// Returns the value of the header line if this is its name, without spaces and one pair of quotes around
+// it, as gSOAP takes it; else null. Changes the line when it returns a value.
+static char *valueOf(char *line, const char *name)
+{
+    const std::size_t length = strlen(name);
+    if (strncasecmp(line, name, length) != 0 || line[length] != ':')
+        return nullptr;
+    char *value = line + length + 1;
+    while (*value != '\0' && isSpace(*value))
+        ++value;
+    char *last = value + strlen(value) - 1;
+    while (last > value && isSpace(*last))
+        --last;
+    if (last > value && *value == '"' && *last == '"') {
+        ++value;
+        --last;
+    }
+    last[1] = '\0';
+    return value;
+}
+
+static bool isFormType(const char *type)
+{
+    static constexpr char MULTIPART[] = "multipart/form-data";
+    return strcasecmp(type, "application/x-www-form-urlencoded") == 0
+           || strncasecmp(type, MULTIPART, strlen(MULTIPART)) == 0;
+}
+
+void RequestEnd::endLine()
+{
+    line_[std::min(lineLength_, LINE_SIZE - 1)] = '\0';
+    lineLength_ = 0;
+    if (requestLine_) {
+        requestLine_ = false;
+        if (strncmp(line_, "POST ", 5) == 0)
+            method_ = POST;
+        for (const char *method : {"GET ", "HEAD ", "DELETE ", "OPTIONS "})
+            if (strncmp(line_, method, strlen(method)) == 0)
+                method_ = WITHOUT_ENVELOPE;
+    } else if (const char *length = valueOf(line_, "Content-Length")) {
+        length_ = strtoull(length, nullptr, 10);
+        announced_ = length_ != 0;
+        noBody_ = noBody_ || length_ == 0;
+    } else if (const char *coding = valueOf(line_, "Transfer-Encoding")) {
+        chunked_ = strcasecmp(coding, "chunked") == 0;
+    } else if (const char *type = valueOf(line_, "Content-Type")) {
+        form_ = form_ || isFormType(type);
+    } else if (const char *expected = valueOf(line_, "Expect")) {
+        continue_ = continue_ || strcasecmp(expected, "100-continue") == 0;
+    }
+}
+
+void RequestEnd::endHeader()
+{
+    remaining_ = length_;
+    const bool tooLong = length_ > MAX_REQUEST_BYTES;
+    const bool counted = method_ == WITHOUT_ENVELOPE || form_;
+    if (method_ == OTHER)
+        state_ = COMPLETE;
+    else if (chunked_)
+        state_ = CHUNK_START;
+    else if (counted)
+        state_ = announced_ && !tooLong ? COUNTED : COMPLETE;
+    else
+        state_ = noBody_ ? COMPLETE : ENVELOPE;
+}
+
+void RequestEnd::addToTail(const char *data, std::size_t size)
+{
+    if (size >= TAIL_SIZE) {
+        memcpy(tail_, data + size - TAIL_SIZE, TAIL_SIZE);
+        tailLength_ = TAIL_SIZE;
+        return;
+    }
+    const std::size_t kept = std::min(tailLength_, TAIL_SIZE - size);
+    memmove(tail_, tail_ + tailLength_ - kept, kept);
+    memcpy(tail_ + kept, data, size);
+    tailLength_ = kept + size;
+}
+
+// The bytes so far end with "</prefix:Envelope>", spaces allowed before and after ">". Only the end is
+// looked at: to search all of it would cost more than to parse it.
+bool RequestEnd::tailClosesEnvelope() const
+{
+    static constexpr char NAME[] = "Envelope";
+    const char *end = tail_ + tailLength_;
+    const auto skipSpace = [&] {
+        while (end > tail_ && isSpace(end[-1]))
+            --end;
+    };
+    skipSpace();
+    if (end == tail_ || *--end != '>')
+        return false;
+    skipSpace();
+    if (end - tail_ < static_cast<std::ptrdiff_t>(strlen(NAME)))
+        return false;
+    end -= strlen(NAME);
+    if (memcmp(end, NAME, strlen(NAME)) != 0)
+        return false;
+    while (end > tail_ && end[-1] != '<' && !isSpace(end[-1]))
+        --end;
+    return end > tail_ && end[-1] == '<' && *end == '/';
+}
+
+void RequestEnd::countEnvelope(const char *data, std::size_t size)
+{
+    remaining_ -= std::min<uint64_t>(remaining_, size);
+    if (!markup_) {
+        const char *first = std::find_if_not(data, data + size, isSpace);
+        markup_ = first < data + size && (*first == '<' || *first == BYTE_ORDER_MARK[0]);
+        // gSOAP refuses what does not begin with markup, so there is no envelope to wait for.
+        if (first < data + size && !markup_ && remaining_ == 0)
+            state_ = COMPLETE;
+    }
+    addToTail(data, size);
+    if (tailClosesEnvelope())
+        state_ = COMPLETE;
+}
+
+// Looks at the first bytes, at one in the header and at all that it can in a body. Returns how many.
+std::size_t RequestEnd::step(const char *data, std::size_t size)
+{
+    const char character = *data;
+    switch (state_) {
+    case START: // gSOAP skips spaces before the method, and refuses all that is not a letter
+        if (isSpace(character))
+            return 1;
+        state_ = isalpha(static_cast<unsigned char>(character)) != 0 ? LINE : COMPLETE;
+        return 0;
+    case LINE:
+        if (character == '\n') {
+            if (lineLength_ == 0)
+                endHeader();
+            else
+                state_ = LINE_END;
+        } else if (character != '\r') {
+            addToLine(character);
+        }
+        return 1;
+    case LINE_END:
+        state_ = LINE;
+        if (!isBlank(character))
+            endLine();
+        return 0;
+    case COUNTED:
+    case CHUNK_DATA: {
+        const std::size_t count = std::min<uint64_t>(remaining_, size);
+        remaining_ -= count;
+        if (remaining_ == 0)
+            state_ = state_ == COUNTED ? COMPLETE : CHUNK_START;
+        return count;
+    }
+    case ENVELOPE:
+        countEnvelope(data, size);
+        return size;
+    case CHUNK_START:
+        if (isxdigit(static_cast<unsigned char>(character)) == 0)
+            return 1;
+        state_ = CHUNK_SIZE;
+        return 0;
+    case CHUNK_SIZE:
+        if (isxdigit(static_cast<unsigned char>(character)) == 0 || lineLength_ == MAX_SIZE_DIGITS)
+            state_ = CHUNK_LINE;
+        else
+            line_[lineLength_++] = character;
+        return state_ == CHUNK_SIZE ? 1 : 0;
+    case CHUNK_LINE:
+        if (character == '\n') {
+            line_[lineLength_] = '\0';
+            lineLength_ = 0;
+            remaining_ = strtoull(line_, nullptr, 16);
+            state_ = remaining_ == 0 || remaining_ > MAX_REQUEST_BYTES ? COMPLETE : CHUNK_DATA;
+        }
+        return 1;
+    default:
+        return size;
+    }
+}
+
+void RequestEnd::see(const char *data, std::size_t size)
+{
+    while (size > 0) {
+        const std::size_t count = step(data, size);
+        data += count;
+        size -= count;
+    }
+}
+
+bool RequestEnd::takeContinue()
+{
+    const bool wanted = continue_ && state_ > LINE_END;
+    continue_ = continue_ && !wanted;
+    return wanted;
+}
