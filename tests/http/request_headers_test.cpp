@@ -7,6 +7,8 @@
 #include "core/config.h"
 #include "core/serve_loop.h"
 #include "gsoap/context.h"
+#include "http/cookies.h"
+#include "session/session_table.h"
 #include "support/fake_host.h"
 #include "support/wire.h"
 
@@ -45,4 +47,53 @@ TEST_F(RequestHeaders, IgnoreWhatOnlyResponsesHave)
     EXPECT_STREQ("http://unit", soap->endpoint);
     EXPECT_EQ(nullptr, soap->authrealm);
     EXPECT_EQ(nullptr, soap->cookies);
+}
+
+// "good" and "best" are the ids of sessions; "-" stands for no value.
+TEST_F(RequestHeaders, GiveTheGateTheCookiesThatTheClientSent)
+{
+    installSecurityHooks();
+    pgf_getSessionStatus = [](const char *) { return (host().record("asked"), 0); };
+    const int sessions[] = {openSession(soap.get(), "ann", WS_LEVEL_READ, "good"),
+                            openSession(soap.get(), "bob", WS_LEVEL_READ, "best")};
+    static const struct {
+        const char *lines, *cookies;
+    } CASES[] = {
+        {"Cookie: a=b; SESSIONID=good,c=%41%2b%C3%9F", "a=b SESSIONID=good c=A+ß"},
+        {"cookie:  SESSIONID= good", "SESSIONID=good"},
+        {"Cookie: lang=; path=; SESSIONID=good;=x;", "lang=- path=- SESSIONID=good x=-"},
+        {"Cookie: a=100%; b=%4; c=%z4%4z; SESSIONID=good; d=%",
+         "a=100% b=%4 c=%z4%4z SESSIONID=good d=%"},
+        {"Cookie: a=\"open; SESSIONID=good; b=\"1,2\"; c=\"", "a=\"open SESSIONID=good b=1,2 c=\""},
+        {"Cookie: SESSIONID=\"%67ood\"; a=\"\"x; %62=\"%22\"", "SESSIONID=good a=- b=\""},
+        {"Cookie2: $Version=1; $Port\nCookie: $Version=\"1\"; SESSIONID=good; $Path=\"/x\"; $Port",
+         "SESSIONID=good"},
+        {"Cookie: a; Expires=Wed; Domain=d; Path=/; SESSIONID=good; Secure",
+         "a=- Expires=Wed Domain=d Path=/ SESSIONID=good Secure=-"},
+        {"Cookie: a=1; a=good; SESSIONID=x; a=", "a=- SESSIONID=x"},
+        {"Cookie: SESSIONID=x; SESSIONID=good; SESSIONID=best; SESSIONID=y", "SESSIONID=good"},
+        {"Cookie: SESSIONID=best\nCookie: SESSIONID=good; SESSIONID=", "SESSIONID=best"},
+        {"Cookie: SESSIONID=x; SESSIONID=y; SESSIONID=", "SESSIONID=-"},
+        {"Cookie: SESSIONID=good; Expires={x*8000}", "SESSIONID=good Expires={x*8000}"}};
+    for (const auto &row : CASES) {
+        parse(expanded(row.lines));
+        std::string cookies;
+        for (const struct soap_cookie *next = soap->cookies; next != nullptr; next = next->next) {
+            cookies += std::string(cookies.empty() ? "" : " ") + next->name + "="
+                       + (next->value == nullptr ? "-" : next->value);
+            EXPECT_EQ(next, soap_cookie(soap.get(), next->name, nullptr, nullptr)) << row.lines;
+            EXPECT_EQ(0, next->modified) << row.lines;
+        }
+        EXPECT_EQ(expanded(row.cookies), cookies) << row.lines;
+    }
+    EXPECT_TRUE(fake.calls().empty());
+    std::string many = "Cookie: SESSIONID=x";
+    for (int i = 2; i <= 256; ++i)
+        many += "; c" + std::to_string(i) + "=x";
+    parse(many + "; c257=x; c256=last; SESSIONID=good");
+    EXPECT_STREQ("good", sessionCookie(soap.get()));
+    EXPECT_STREQ("last", soap_cookie_value(soap.get(), "c256", nullptr, nullptr));
+    EXPECT_EQ(nullptr, soap_cookie(soap.get(), "c257", nullptr, nullptr));
+    for (const int slot : sessions)
+        clearSession(slot, soap.get());
 }

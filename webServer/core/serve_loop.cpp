@@ -14,8 +14,10 @@
 #include "gsoap/request_headers.h"
 #include "gsoap/transport.h"
 #include "http/form_plugin.h"
+#include "http/cookie_header.h"
 #include "net/connections.h"
 #include "session/login.h"
+#include "session/session_table.h"
 #include "web/get_handler.h"
 #include "web/post_handler.h"
 #include "webServer.h"
@@ -48,6 +50,7 @@ int openService(struct soap *soap)
     configureContext(soap);
     registerPlugins(soap);
     ignoreResponseHeaders(soap);
+    readCookieHeaders(soap, isSessionId);
     installTransport(soap);
     installLimits(soap);
     return openListener(soap, g_serverAddr, g_serverPort);

@@ -57,13 +57,6 @@ static const char *skipSpace(const char *text, const char *end)
     return std::find_if(text, end, [](unsigned char c) { return isspace(c) == 0; });
 }
 
-// A cookie that the client sent twice is marked as modified, and gSOAP would echo it in Set-Cookie.
-static void keepCookiesOutOfReply(const struct soap *soap)
-{
-    for (struct soap_cookie *cookie = soap->cookies; cookie != nullptr; cookie = cookie->next)
-        cookie->modified = 0;
-}
-
 extern "C" {
 
 // The fparse callback: gSOAP's, and then what it lets pass or leaves behind.
@@ -79,7 +72,6 @@ static int parseRequest(struct soap *soap)
         soap->status = 0;
         return soap->error = SOAP_EOF;
     }
-    keepCookiesOutOfReply(soap);
     // With the status of a POST, gSOAP would answer a malformed envelope with silence, not a fault.
     if (error == SOAP_OK && soap->status == SOAP_POST && soap->body)
         soap->status = 0;

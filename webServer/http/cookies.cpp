@@ -5,11 +5,8 @@
 #include <cstring>
 #include <stdsoap2.h>
 
-static constexpr char SESSION_COOKIE[] = "SESSIONID";
 static constexpr std::size_t SENT_COOKIE_SIZE = 98 + 1;
 
-// By name only. soap_cookie_value would also compare domain and path: a client may send any domain,
-// and gSOAP gives a received cookie the path of the request before this one.
 const char *sessionCookie(const struct soap *soap)
 {
     for (const struct soap_cookie *cookie = soap->cookies; cookie != nullptr; cookie = cookie->next)

@@ -3,6 +3,8 @@
 
 struct soap;
 
+constexpr char SESSION_COOKIE[] = "SESSIONID";
+
 // Returns the value of the request's SESSIONID cookie, or null when it has none. The text belongs to
 // the request.
 const char *sessionCookie(const struct soap *soap);

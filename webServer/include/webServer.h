@@ -249,7 +249,9 @@ extern WS_EXPORT AccessRetryTable g_webAccess;
  *   request->header                   the SOAP header that the client sent, or null
  *   request->header->Authentication   the text of its Authentication element, or null
  *   request->cookies                  the cookies that the client sent, a list (next) of name and
- *                                     value. Look for the name "SESSIONID"; ignore domain and path.
+ *                                     value, which is null when it is empty. Look for the name
+ *                                     "SESSIONID": of several, the list has the first that names a
+ *                                     session
  *   request->ip                       the client's address as a number: 127.0.0.1 is 0x7F000001
  *   request->origin                   the site of the page that sends the request, as the browser
  *                                     names it: "http://host:port" or "null"; null if not sent

@@ -103,19 +103,27 @@ void touchSession(int slot, uint32_t now)
     g_accesstok[slot].lastActivity = now;
 }
 
-int getSessionNum(const char *id)
+static int slotOf(const char *id)
 {
-    if (id == nullptr)
-        return -1;
-    for (int slot = 0; slot < MAX_SESSIONS; ++slot) {
+    for (int slot = 0; id != nullptr && slot < MAX_SESSIONS; ++slot) {
         const char *own = g_accesstok[slot].id;
-        if (own == nullptr || strcmp(own, id) != 0)
-            continue;
-        const bool known =
-            g_csEnabled == 0 || (pgf_getSessionStatus != nullptr && pgf_getSessionStatus(id) >= 0);
-        return known ? slot : -1;
+        if (own != nullptr && strcmp(own, id) == 0)
+            return slot;
     }
     return -1;
+}
+
+bool isSessionId(const char *id)
+{
+    return slotOf(id) != -1;
+}
+
+int getSessionNum(const char *id)
+{
+    const int slot = slotOf(id);
+    if (slot == -1 || g_csEnabled == 0)
+        return slot;
+    return pgf_getSessionStatus != nullptr && pgf_getSessionStatus(id) >= 0 ? slot : -1;
 }
 
 // Deliberate: compared with the number of live sessions, not with the size of the table, so a session

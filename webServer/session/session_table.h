@@ -30,6 +30,9 @@ void removeInactiveSes(struct soap *soap);
 uint32_t diffTimestamp(uint32_t now, uint32_t then);
 }
 
+// Returns true when a session in the table has this id. Does not ask the host; null names no session.
+bool isSessionId(const char *id);
+
 // Makes the session of a user who has been granted this level and returns its slot. hostId is the id
 // that the host chose; it counts in host security mode only. Returns -1, and leaves no session, when
 // all slots are taken or memory is short.
