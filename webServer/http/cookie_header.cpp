@@ -1,6 +1,6 @@
 // http/cookie_header.cpp: reads the cookies that a client sends into gSOAP's list. gSOAP's own reader
 // steps over the ";" after an empty value, after a "%" and in an open quote, so a cookie that another page
-// of the same address has set hid the session's. It also reads behind the end of a long "Expires".
+// of the same address has set hid the session's. It also reads beyond the end of a long "Expires".
 #include "http/cookie_header.h"
 
 #include <cctype>
@@ -16,7 +16,7 @@
 struct FreeText {
     void operator()(char *text) const { free(text); }
 };
-using Text = std::unique_ptr<char, FreeText>; // gSOAP, too, frees the texts of a cookie by free()
+using Text = std::unique_ptr<char, FreeText>; // gSOAP also frees a cookie's texts by free()
 
 static int (*parseHeader)(struct soap *, const char *, const char *);
 static bool (*namesSession)(const char *id);
