@@ -36,8 +36,8 @@ int openDescriptor(const char *path)
 
 File openFile(const char *path, FileUse use)
 {
-    const int descriptor =
-        openAs(path, use == FOR_READING ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
+    static constexpr int FLAGS[] = {O_RDONLY, O_WRONLY, O_WRONLY | O_CREAT}; // by FileUse
+    const int descriptor = openAs(path, FLAGS[use]);
     if (descriptor == -1)
         return nullptr;
     File file(fdopen(descriptor, use == FOR_READING ? "rb" : "w"));

@@ -9,12 +9,16 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-enum FileUse { FOR_READING, FOR_WRITING };
+enum FileUse {
+    FOR_READING,
+    FOR_WRITING,  // a file that exists, without emptying it
+    FOR_CREATING, // for writing as well; creates the file when there is none
+};
 
 // Opens a file for reading, as openFile does, but returns its descriptor, -1 when that fails.
 int openDescriptor(const char *path);
 
-// Opens a file; for writing, empties it or creates it. Never blocks, and keeps the descriptor from
+// Opens a file. Never blocks, and keeps the descriptor from
 // programs that the host starts. Returns null when that fails, for devices and pipes, and for anything
 // below /proc and /sys.
 File openFile(const char *path, FileUse use);

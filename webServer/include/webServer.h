@@ -109,7 +109,8 @@ WS_EXPORT int setThreadName(void);
 /** The web root: WEB_DIR, by default "/mnt/bf/webFiles/". The start logs a warning when it is missing. */
 extern WS_EXPORT const char *g_webDir;
 
-/** The folder of the configuration files: CONFIG_DIR, by default "/mnt/flash/cfgFiles/". */
+/** The folder of the configuration files: CONFIG_DIR, by default "/mnt/flash/cfgFiles/". An upload
+ * replaces one by renaming another file over it; what could not be stored is logged by sLogErr(). */
 extern WS_EXPORT const char *g_configDir;
 
 /** @{ */

@@ -7,8 +7,8 @@
 
 #include "gsoap/reply.h"
 #include "http/form_fields.h"
-#include "http/open_file.h"
 #include "session/gate.h"
+#include "web/replace_file.h"
 #include "webServer.h"
 
 static constexpr std::size_t NAME_SIZE = 127 + 1;
@@ -38,9 +38,7 @@ static void writeFile(const char *name, const char *content)
     const bool separated = *folder != '\0' && folder[strlen(folder) - 1] == '/';
     char path[NAME_SIZE];
     snprintf(path, sizeof path, separated ? "%s%s" : "%s/%s", folder, name);
-    const File file = openFile(path, FOR_WRITING);
-    if (file != nullptr)
-        fputs(content, file.get());
+    replaceFile(path, {content, strlen(content)});
 }
 
 int uploadConfiguration(struct soap *soap, char *body)

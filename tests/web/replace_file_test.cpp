@@ -1,0 +1,252 @@
+// tests/web/replace_file_test.cpp: what an upload leaves on a small device when its steps fail.
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include "support/fake_host.h"
+#include "web/file_rules.h"
+#include "web/replace_file.h"
+
+namespace fs = std::filesystem;
+
+static const std::string DEVICE = "/mnt/device/", FOLDER = DEVICE + "folder/";
+static const std::string TARGET = FOLDER + "site.log.xml", BESIDE = FOLDER + "site&log&xml&new";
+
+static std::string content(const std::string &path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+// The calls that replaceFile makes, in order, and the one that fails.
+static std::string calls, besideName, targetAtRename;
+static const char *failingCall = "";
+static int failure = 0;
+
+static bool fails(const std::string &call)
+{
+    calls += calls.empty() ? call : " " + call;
+    errno = failure;
+    return calls == failingCall;
+}
+
+extern "C" {
+
+int fsync(int file)
+{
+    struct stat status = {};
+    fstat(file, &status);
+    return fails(S_ISDIR(status.st_mode) ? "folder" : "sync") ? -1 : 0; // tmpfs has nothing to sync
+}
+
+int fchown(int file, uid_t owner, gid_t group)
+{
+    return fails("owner") ? -1 : static_cast<int>(syscall(SYS_fchown, file, owner, group));
+}
+
+int renameat(int fromFolder, const char *from, int toFolder, const char *to)
+{
+    besideName = from;
+    targetAtRename = content(TARGET);
+    return fails("rename") ? -1 : renameat2(fromFolder, from, toFolder, to, 0);
+}
+}
+
+struct Upload {
+    const char *name;
+    int oldSize; // -1: no file; the device has room for 16 KiB in blocks of 4
+    int newSize;
+    const char *failingCall; // the calls up to the one that fails
+    int failure;
+    const char *calls;
+    char content; // of the target afterwards: 'o'ld, 'n'ew, '-' none
+    bool sameFile;
+    const char *log;
+    void (*prepare)();
+};
+
+static void nothing() {}
+static void ownByAnother()
+{
+    chmod(TARGET.c_str(), 0640);
+    if (chown(TARGET.c_str(), 12, 34) != 0)
+        perror("owner not tested"); // in a namespace that has no other
+}
+// Owner, user 0, group, mask, others: tag, rights and id of each.
+static const char ACCESS_LIST[] = "\2\0\0\0\1\0\6\0\xff\xff\xff\xff\2\0\6\0\0\0\0\0"
+                                  "\4\0\4\0\xff\xff\xff\xff\x10\0\6\0\xff\xff\xff\xff"
+                                  "\x20\0\0\0\xff\xff\xff\xff";
+static void listAccess(const std::string &path, const char *kind)
+{
+    EXPECT_EQ(0, setxattr(path.c_str(), kind, ACCESS_LIST, sizeof ACCESS_LIST - 1, 0))
+        << strerror(errno);
+}
+static void listAccessToFile()
+{
+    listAccess(TARGET, "system.posix_acl_access");
+}
+static void listAccessToFolder()
+{
+    listAccess(FOLDER, "system.posix_acl_default");
+}
+static void mountAnother()
+{
+    std::ofstream(DEVICE + "other") << content(TARGET);
+    EXPECT_EQ(0, mount((DEVICE + "other").c_str(), TARGET.c_str(), nullptr, MS_BIND, nullptr));
+}
+static void mountReadOnly()
+{
+    mountAnother();
+    const unsigned long readOnly = MS_BIND | MS_REMOUNT | MS_RDONLY;
+    EXPECT_EQ(0, mount(nullptr, TARGET.c_str(), nullptr, readOnly, nullptr));
+}
+static void linkTwice()
+{
+    fs::create_hard_link(TARGET, DEVICE + "other");
+}
+static void linkByName()
+{
+    fs::rename(TARGET, DEVICE + "other");
+    fs::create_symlink(DEVICE + "other", TARGET);
+}
+static void linkToNothing()
+{
+    fs::create_symlink(DEVICE + "other", TARGET);
+}
+static void plantLink()
+{
+    std::ofstream(DEVICE + "other") << "other";
+    fs::create_symlink(DEVICE + "other", BESIDE);
+}
+static void leaveHalf()
+{
+    std::ofstream(BESIDE) << std::string(8192, 'h');
+}
+static void blockBeside()
+{
+    fs::create_directory(BESIDE);
+}
+static void makeFolder()
+{
+    fs::create_directory(TARGET);
+}
+
+static const char FULL[] = "No space left on device; not written";
+static const char FULL_IN_PLACE[] = "No space left on device; written in place";
+static const Upload UPLOADS[] = {
+    {"replaced", 5000, 3000, "", 0, "owner sync rename folder", 'n', false, "", ownByAnother},
+    {"emptied", 5000, 0, "", 0, "owner sync rename folder", 'n', false, "", nothing},
+    {"created", -1, 3000, "", 0, "sync rename folder", 'n', false, "", nothing},
+    {"half a file left", 5000, 8000, "", 0, "owner sync rename folder", 'n', false, "", leaveHalf},
+    {"planted link", 5000, 3000, "", 0, "owner sync rename folder", 'n', false, "", plantLink},
+    {"no room to create", -1, 30000, "", 0, "", '-', false, FULL, nothing},
+    {"no room at all", 5000, 30000, "", 0, "owner", 'o', true, FULL, nothing},
+    {"room in place", 5000, 12000, "", 0, "owner sync sync sync", 'n', true, FULL_IN_PLACE,
+     nothing},
+    {"room in place, shorter", 12000, 9000, "", 0, "owner sync sync sync", 'n', true, FULL_IN_PLACE,
+     nothing},
+    {"no room after sync", 5000, 3000, "owner sync", ENOSPC, "owner sync sync sync sync", 'n', true,
+     FULL_IN_PLACE, nothing},
+    {"device fails", 5000, 3000, "owner sync", EIO, "owner sync", 'o', true,
+     "Input/output error; not written", nothing},
+    {"device cannot sync", 5000, 3000, "owner sync", EINVAL, "owner sync rename folder", 'n', false,
+     "", nothing},
+    {"folder fails", 5000, 3000, "owner sync rename folder", EIO, "owner sync rename folder", 'n',
+     false, "Input/output error; written", nothing},
+    {"owner not kept", 5000, 3000, "owner", EPERM, "owner sync sync sync", 'n', true, "", nothing},
+    {"access list", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", listAccessToFile},
+    {"folder gives one", 5000, 3000, "", 0, "owner sync sync sync", 'n', true, "",
+     listAccessToFolder},
+    {"mounted file", 3000, 4000, "", 0, "owner sync rename sync sync sync", 'n', true,
+     "Device or resource busy; written in place", mountAnother},
+    {"read-only file", 3000, 4000, "", 0, "", 'o', true, "", mountReadOnly},
+    {"beside not possible", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", blockBeside},
+    {"two names", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", linkTwice},
+    {"two names, no room", 5000, 30000, "", 0, "", 'o', true, FULL, linkTwice},
+    {"two names, device fails", 5000, 8000, "sync sync", EIO, "sync sync sync", 'o', true,
+     "Input/output error; not written", linkTwice},
+    {"link", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", linkByName},
+    {"link to nothing", -1, 3000, "", 0, "sync sync sync", 'n', true, "", linkToNothing},
+    {"link to nothing, no room", -1, 30000, "", 0, "", '-', true, FULL, linkToNothing},
+    {"a folder", -1, 3000, "", 0, "", '-', true, "", makeFolder},
+};
+
+TEST(ReplaceFile, LosesNeitherTheOldContentNorOwnerModeAndLinks)
+{
+    for (const Upload &row : UPLOADS) {
+        SCOPED_TRACE(row.name);
+        FakeHost fake;
+        fs::create_directory(DEVICE);
+        ASSERT_EQ(0, mount("tmpfs", DEVICE.c_str(), "tmpfs", 0, "size=16k"));
+        fs::create_directory(FOLDER);
+        const std::string oldContent(static_cast<std::size_t>(std::max(row.oldSize, 0)), 'o');
+        const std::string newContent(static_cast<std::size_t>(row.newSize), 'n');
+        if (row.oldSize >= 0)
+            std::ofstream(TARGET) << oldContent;
+        row.prepare();
+        struct stat before = {}, after = {};
+        stat(TARGET.c_str(), &before);
+
+        calls = "";
+        failingCall = row.failingCall;
+        failure = row.failure;
+        replaceFile(TARGET.c_str(), {newContent.data(), newContent.size()});
+        failingCall = "";
+
+        EXPECT_EQ(row.calls, calls);
+        EXPECT_EQ(*row.log == '\0' ? ""
+                                   : "E webServer: upload of " + TARGET + ": " + row.log + "\n",
+                  fake.log());
+        EXPECT_EQ(row.content != '-', fs::is_regular_file(TARGET));
+        EXPECT_TRUE(content(TARGET) == (row.content == 'n' ? newContent : oldContent));
+        stat(TARGET.c_str(), &after);
+        if (row.oldSize >= 0) {
+            EXPECT_EQ(row.sameFile, before.st_ino == after.st_ino);
+            EXPECT_EQ(before.st_mode, after.st_mode);
+            EXPECT_EQ(before.st_uid, after.st_uid);
+            EXPECT_EQ(before.st_gid, after.st_gid);
+        }
+        EXPECT_EQ(row.prepare == blockBeside, fs::exists(BESIDE));
+        if (row.prepare == plantLink) {
+            EXPECT_EQ("other", content(DEVICE + "other"));
+        }
+        if (row.prepare == linkTwice) {
+            EXPECT_TRUE(content(DEVICE + "other") == content(TARGET));
+        }
+        umount2(TARGET.c_str(), 0);
+        umount2(DEVICE.c_str(), 0);
+    }
+}
+
+// A power cut just before the rename leaves two whole files, of which the new one is not served.
+TEST(ReplaceFile, WritesBesideUnderANameThatNothingServesAndNoUploadHas)
+{
+    FakeHost fake;
+    fs::create_directories(FOLDER);
+    std::ofstream(TARGET) << "old";
+    replaceFile(TARGET.c_str(), {"new", 3});
+    EXPECT_EQ("old", targetAtRename);
+    EXPECT_EQ(BESIDE, FOLDER + besideName);
+    EXPECT_EQ(nullptr, findFileRule(("/" + besideName).c_str(), ("/" + besideName).c_str()));
+    EXPECT_EQ(nullptr, strstr(besideName.c_str(), ".log"));
+    EXPECT_NE(nullptr, strchr(besideName.c_str(), '&'));
+    replaceFile((DEVICE + "no\n\x7f/x.xml").c_str(), {"", 0});
+    EXPECT_EQ("", fake.log()) << "what cannot be opened is not logged";
+    failingCall = "sync";
+    failure = EIO;
+    calls = "";
+    replaceFile((FOLDER + "a\n\x7f.xml").c_str(), {"", 0});
+    EXPECT_EQ("E webServer: upload of " + FOLDER + "a??.xml: Input/output error; not written\n",
+              fake.log());
+    failingCall = "";
+}
