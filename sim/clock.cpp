@@ -7,14 +7,16 @@
 #include <unistd.h>
 
 #include "webServer.h"
+#include "webServerHost.h"
 
 static_assert(sizeof(time_t) == sizeof(long), "SYS_clock_gettime fills in two longs");
 
 static const int SET_BY_HAND = 1;    // time source after the time was set over the network
 static const int INITIAL_SOURCE = 2; // time source of a unit that has just started
+static const uint32_t MILLISECONDS_PER_SECOND = 1000;
+static const uint32_t NANOSECONDS_PER_MILLISECOND = 1000000;
 
-// Whole seconds, so that one atomic holds the shift on 32-bit processors, too: the unit's second
-// ends when the machine's does.
+// Whole seconds fit one atomic on 32-bit processors. The unit's second ends when the machine's does.
 static std::atomic<time_t> shiftSeconds(0);
 static std::atomic<int> timeSource(INITIAL_SOURCE);
 
@@ -23,8 +25,15 @@ void machineTime(struct timespec *now)
     syscall(SYS_clock_gettime, CLOCK_REALTIME, now);
 }
 
-// Wins over the system's, so that the library, too, sees the unit's time.
-extern "C" WS_EXPORT int clock_gettime(clockid_t clock, struct timespec *now) noexcept
+void setActiveTimeSource(int source)
+{
+    timeSource = source;
+}
+
+extern "C" {
+
+// Wins over the system's, so that the library sees the unit's time.
+WS_EXPORT int clock_gettime(clockid_t clock, struct timespec *now) noexcept
 {
     const long result = syscall(SYS_clock_gettime, clock, now);
     if (result == 0 && clock == CLOCK_REALTIME
@@ -33,23 +42,36 @@ extern "C" WS_EXPORT int clock_gettime(clockid_t clock, struct timespec *now) no
     return static_cast<int>(result);
 }
 
-int setUnitTime(time_t seconds)
+int thmSetTime(const struct timespec *time, int)
 {
-    if (seconds < 0)
-        return -1;
-    struct timespec now;
-    machineTime(&now);
-    shiftSeconds = seconds - now.tv_sec;
-    timeSource = SET_BY_HAND;
-    return 0;
+    const int result = time == nullptr || time->tv_sec < 0 ? -1 : 0;
+    if (result == 0) {
+        struct timespec now;
+        machineTime(&now);
+        shiftSeconds = time->tv_sec - now.tv_sec;
+        timeSource = SET_BY_HAND;
+    }
+    sLogInfo("clock: set over the network: %d", result);
+    return result;
 }
 
-int activeTimeSource()
+int thmIsInit()
+{
+    return 1;
+}
+
+int thmGetActiveTimeSource()
 {
     return timeSource;
 }
 
-void setActiveTimeSource(int source)
+// Setting the unit's time leaves this counter alone. It wraps by the conversion to 32 bits.
+uint32_t sysCnt1mlsg()
 {
-    timeSource = source;
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint32_t>(now.tv_sec) * MILLISECONDS_PER_SECOND
+           + static_cast<uint32_t>(now.tv_nsec) / NANOSECONDS_PER_MILLISECOND;
 }
+
+} // extern "C"

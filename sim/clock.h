@@ -1,4 +1,4 @@
-// sim/clock.h: the unit's own clock, which runs beside the machine's and never changes it.
+// sim/clock.h: the unit's own clock. It can be set without changing the machine's.
 #ifndef SIM_CLOCK_H
 #define SIM_CLOCK_H
 
@@ -7,10 +7,7 @@
 // The machine's date and time, as the log shows it.
 void machineTime(struct timespec *now);
 
-// Sets the unit's date and time. 0 or -1: before 1970.
-int setUnitTime(time_t seconds);
-
-int activeTimeSource();
+// Sets the number that the library reports as the active source of time.
 void setActiveTimeSource(int source);
 
 #endif

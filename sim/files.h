@@ -1,12 +1,29 @@
-// sim/files.h: whole files: read at once, and replaced so that a power cut leaves the old or the new.
+// sim/files.h: the unit's data files: read as lists of JSON objects, written as a whole.
 #ifndef SIM_FILES_H
 #define SIM_FILES_H
 
+#include <functional>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
-// Both return 0 or -1 with errno. The temporary file stands beside the other, with ".new" behind it.
-int readFile(const std::string &path, std::string *text);
-int replaceFile(const std::string &path, const std::string &text, mode_t mode);
+// The unit starts by functions that throw: what() is a reason for people. This throws it unless the
+// condition holds.
+void require(bool condition, const std::string &reason);
+
+// Reads a list of objects that have no other fields than these, and hands them to take in their order.
+// Comments begin with //. Throws the path, the entry's number from 1 and the reason; take throws the
+// reason alone.
+void readEntries(const std::string &path, const std::vector<std::string> &fields,
+                 const std::function<void(const nlohmann::json &entry)> &take);
+
+// Returns a field of an entry, or an empty text if it is missing. Throws unless it is a plain text of
+// limited length.
+std::string textField(const nlohmann::json &entry, const char *field);
+
+// Replaces a file so that a power cut leaves the old or the new one, or throws. Uses a temporary file
+// beside it, with ".new" appended.
+void replaceFile(const std::string &path, const std::string &text, mode_t mode);
 
 #endif

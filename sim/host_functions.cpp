@@ -1,36 +1,27 @@
-// sim/host_functions.cpp: the functions of webServerHost.h, over the simulated unit.
-#include "host_functions.h"
-
+// sim/host_functions.cpp: the function containers, the version and the login of webServerHost.h.
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <system_error>
 
 #include "clock.h"
 #include "log.h"
-#include "reboot.h"
+#include "plain_text.h"
 #include "unit.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const std::size_t VALUE_TEXT_SIZE = 312; // what x_readData may write, with the terminator
-static const char *const BASELINE_VERSION = "sim baseline 1.0.0";
-static const uint32_t MILLISECONDS_PER_SECOND = 1000;
-static const uint32_t NANOSECONDS_PER_MILLISECOND = 1000000;
-static const int REFUSED = -1; // by appUserVerify, which else returns the level
+static const int REFUSED = -1; // appUserVerify's answer in place of a level
 
 // The only account while the host's security is off.
 static const char *const USER = "admin";
 static const char *const PASSWORD = "admin";
 
-static const char *coreDbVersion = "";
-
-void setCoreDbVersion(const char *text)
-{
-    coreDbVersion = text;
-}
+static std::string localRemote = "R"; // the switch: "L" local, "R" remote, "U" unknown
 
 // ---- Function containers -----------------------------------------------------------------------
 
@@ -41,189 +32,106 @@ enum CallStatus {
     CALL_BAD_ARGUMENT = 3,
 };
 
-// The terminator goes in only if there is room: who asks for one byte gets the first letter.
-static void putAnswer(char *answer, int size, const char *text)
+static CallStatus getLR(const std::string &, std::string *answer)
 {
-    if (answer != nullptr && size > 0)
-        memcpy(answer, text, std::min(static_cast<std::size_t>(size), strlen(text) + 1));
-}
-
-static CallStatus getLR(const char *, char *answer, int size)
-{
-    const char text[] = {theUnit().localRemote(), '\0'};
-    putAnswer(answer, size, text);
+    *answer = localRemote;
     return CALL_DONE;
 }
 
-static CallStatus setLR(const char *argument, char *answer, int size)
+static CallStatus setLR(const std::string &argument, std::string *answer)
 {
-    if (theUnit().setLocalRemote(argument) != 0)
+    if (argument != "L" && argument != "R" && argument != "U")
         return CALL_BAD_ARGUMENT;
-    return getLR(argument, answer, size);
+    *answer = localRemote = argument;
+    return CALL_DONE;
 }
 
-static CallStatus setSource(const char *argument, char *answer, int size)
+static CallStatus setSource(const std::string &argument, std::string *answer)
 {
     int source = 0;
-    const char *end = argument + strlen(argument);
-    const std::from_chars_result parsed = std::from_chars(argument, end, source);
+    const char *end = argument.data() + argument.size();
+    const std::from_chars_result parsed = std::from_chars(argument.data(), end, source);
     if (parsed.ec != std::errc() || parsed.ptr != end)
         return CALL_BAD_ARGUMENT;
     setActiveTimeSource(source);
-    putAnswer(answer, size, argument);
+    *answer = argument;
     return CALL_DONE;
 }
 
-static CallStatus uptime(const char *, char *answer, int size)
+static CallStatus uptime(const std::string &, std::string *answer)
 {
-    char text[32];
-    snprintf(text, sizeof text, "%.0f", theUnit().secondsUp());
-    putAnswer(answer, size, text);
+    *answer = std::to_string(std::lround(secondsUp()));
     return CALL_DONE;
 }
 
-static CallStatus echo(const char *argument, char *answer, int size)
+static CallStatus echo(const std::string &argument, std::string *answer)
 {
-    putAnswer(answer, size, argument);
+    *answer = argument;
     return CALL_DONE;
 }
 
-struct Function {
+static const struct {
     const char *container;
     const char *name;
-    CallStatus (*call)(const char *argument, char *answer, int size);
-};
-
-static const Function FUNCTIONS[] = {
-    {"coreDb", "getLR",     getLR    }, // the switch: L local, R remote, U unknown
+    CallStatus (*call)(const std::string &argument, std::string *answer);
+} FUNCTIONS[] = {
+    {"coreDb", "getLR",     getLR    }, // the switch
     {"coreDb", "setLR",     setLR    }, // with the letter
     {"thm",    "setSource", setSource}, // active time source, with its number
     {"unit",   "uptime",    uptime   }, // in seconds
     {"unit",   "echo",      echo     }, // answers the argument
 };
 
-static const char *textOrEmpty(const char *text)
-{
-    return text == nullptr ? "" : text;
-}
-
-// No container here has objects to tell apart, so any object will do.
-static CallStatus callFunction(const char *container, const char *name, const char *argument,
-                               char *answer, int size)
+// The containers here have no objects, so any object will do.
+static CallStatus callFunction(const std::string &container, const std::string &name,
+                               const std::string &argument, std::string *answer)
 {
     CallStatus status = CALL_NO_CONTAINER;
-    for (const Function &function : FUNCTIONS) {
-        if (strcmp(function.container, textOrEmpty(container)) != 0)
-            continue;
-        if (strcmp(function.name, textOrEmpty(name)) == 0)
-            return function.call(textOrEmpty(argument), answer, size);
-        status = CALL_NO_FUNCTION;
-    }
+    for (const auto &function : FUNCTIONS)
+        if (container == function.container) {
+            if (name == function.name)
+                return function.call(argument, answer);
+            status = CALL_NO_FUNCTION;
+        }
     return status;
 }
 
-static int loggedCall(const char *how, const char *container, const char *object, const char *name,
-                      const char *argument, char *answer, int size)
+static std::string textOrEmpty(const char *text)
 {
-    const int status = callFunction(container, name, argument, answer, size);
-    logDetail("%s: %d: %s %s %s(%s)", how, status, inQuotes(textOrEmpty(container)).c_str(),
-              inQuotes(textOrEmpty(object)).c_str(), inQuotes(textOrEmpty(name)).c_str(),
-              inQuotes(textOrEmpty(argument)).c_str());
-    return status;
+    return text == nullptr ? "" : text;
 }
 
 // ---- What the library calls --------------------------------------------------------------------
 
 extern "C" {
 
-int x_readData(const char *type, const char *name, const char *format, char *text)
+// The terminator goes in only if there is room: a caller with room for one byte gets the first letter.
+int fnPutS(const char *container, const char *object, const char *function, const char *argument,
+           char *answer, int size, int)
 {
-    const int status = theUnit().read(type, name, format, text, VALUE_TEXT_SIZE);
-    logDetail("read: %d: %s %s %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
-              status == READ_DONE ? text : "");
+    std::string text;
+    const int status =
+        callFunction(textOrEmpty(container), textOrEmpty(function), textOrEmpty(argument), &text);
+    if (status == CALL_DONE && size > 0)
+        memcpy(answer, text.c_str(), std::min(static_cast<std::size_t>(size), text.size() + 1));
+    logDetail("call: %d: %s %s %s(%s)", status, inQuotes(textOrEmpty(container)).c_str(),
+              inQuotes(textOrEmpty(object)).c_str(), inQuotes(textOrEmpty(function)).c_str(),
+              inQuotes(textOrEmpty(argument)).c_str());
     return status;
-}
-
-int x_krunchData(const char *type, const char *name, const char *value)
-{
-    const int status = theUnit().force(type, name, value, nullptr);
-    sLogInfo("force: %d: %s %s to %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
-             inQuotes(value).c_str());
-    return status;
-}
-
-int x_krunchDataQuality(const char *type, const char *name, const char *value, const char *flags)
-{
-    const int status = theUnit().force(type, name, value, flags);
-    sLogInfo("force: %d: %s %s to %s with %s", status, inQuotes(type).c_str(),
-             inQuotes(name).c_str(), inQuotes(value).c_str(), inQuotes(flags).c_str());
-    return status;
-}
-
-int x_blockPoint(const char *type, const char *name, int onOff)
-{
-    const int status = theUnit().block(type, name, onOff);
-    sLogInfo("block: %d: %s %s to %d", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
-             onOff);
-    return status;
-}
-
-int coreDbShowVer(const char **text)
-{
-    *text = coreDbVersion;
-    return 0;
 }
 
 int fnPut(const char *container, const char *object, const char *function, const char *argument)
 {
-    return loggedCall("fnPut", container, object, function, argument, nullptr, 0);
-}
-
-int fnPutS(const char *container, const char *object, const char *function, const char *argument,
-           char *answer, int size, int)
-{
-    return loggedCall("fnPutS", container, object, function, argument, answer, size);
-}
-
-int thmSetTime(const struct timespec *time, int)
-{
-    const int result = time == nullptr ? -1 : setUnitTime(time->tv_sec);
-    sLogInfo("clock: set over the network: %d", result);
-    return result;
-}
-
-int thmIsInit()
-{
-    return 1;
-}
-
-int thmGetActiveTimeSource()
-{
-    return activeTimeSource();
+    return fnPutS(container, object, function, argument, nullptr, 0, 0);
 }
 
 int baselineShowVer(const char **text)
 {
-    *text = BASELINE_VERSION;
+    *text = "sim baseline 1.0.0";
     return 0;
 }
 
-int usrReboot()
-{
-    noteRebootWish();
-    return 0;
-}
-
-// Setting the unit's time leaves this counter alone. The conversion to 32 bits is the wrap.
-uint32_t sysCnt1mlsg()
-{
-    struct timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint32_t>(now.tv_sec) * MILLISECONDS_PER_SECOND
-           + static_cast<uint32_t>(now.tv_nsec) / NANOSECONDS_PER_MILLISECOND;
-}
-
-// The library asks it while the host's security is off, and then makes the session's id itself.
+// The library asks it while the host's security is off, and makes the session's id itself.
 int appUserVerify(const char *user, const char *password, char *)
 {
     const bool right = strcmp(user, USER) == 0 && strcmp(password, PASSWORD) == 0;

@@ -1,20 +1,16 @@
-// sim/log.h: the unit's log on standard error and in its file, beside sLogInfo and the others of
-// webServerHost.h.
+// sim/log.h: the unit's log, on standard error and in a file. webServerHost.h declares sLogInfo,
+// sLogWarn and sLogErr.
 #ifndef SIM_LOG_H
 #define SIM_LOG_H
 
-#include <string>
-
 enum LogLevel { LOG_LEVEL_ERROR, LOG_LEVEL_WARN, LOG_LEVEL_INFO, LOG_LEVEL_DETAIL };
 
-// What is more detailed than this stays unsaid. Call it before there are threads.
+// Call both before there are threads. Messages more detailed than the level are dropped. The path must
+// outlive the program's threads; until it is set, there is no file.
 void setLogLevel(LogLevel level);
+void setLogFile(const char *path);
 
-// A client's text for a line of the log: in quotes, with none of its own, and cut. It stands behind
-// what the unit itself says.
-std::string inQuotes(const std::string &text);
-
-// What only --verbose shows.
+// Logs what only --verbose shows.
 void logDetail(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 #endif

@@ -5,62 +5,68 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
+#include <exception>
+#include <initializer_list>
 #include <string>
 #include <sys/prctl.h>
 #include <unistd.h>
-#include <utility>
-#include <vector>
 
-#include "host_functions.h"
+#include "files.h"
+#include "mnt.h"
 #include "options.h"
-#include "points_file.h"
+#include "points.h"
 #include "reboot.h"
-#include "security/security.h"
-#include "state_folder.h"
+#include "security/hooks.h"
 #include "unit.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-// Of the unit; see openStateFolder.
-static const char *const SECURITY_FOLDER = "/mnt/flash/security";
 static const char *const POINT_LIST = "/mnt/flash/cfgFiles/points.xml";
 
-static const long START_POLL_NANOSECONDS = 5000000;
+static const struct timespec NO_TIME = {0, 0};
+static const struct timespec START_POLL = {0, 5000000}; // 5 ms
 
 // A request can stall for a minute before the library gives up on it; one attempt takes 10 s.
 static const int CLOSE_ATTEMPTS_BEFORE_RESTART = 7;
-static const int FIRST_INHERITABLE_DESCRIPTOR = 3; // after standard input, output and error
-static const int DESCRIPTORS_TO_CLOSE = 1024;
+static const unsigned int FIRST_INHERITABLE_DESCRIPTOR = 3; // after standard input, output, error
 
-static sigset_t signalsToWaitFor()
+static sigset_t setOf(std::initializer_list<int> signals)
 {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, WAKE_SIGNAL);
-    return signals;
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int number : signals)
+        sigaddset(&set, number);
+    return set;
 }
 
-static bool stopIsPending()
+// Returns one of the signals, or -1 when the time is over. A null timeout waits without a limit.
+static int waitFor(std::initializer_list<int> signals, const struct timespec *timeout)
 {
-    sigset_t pending;
-    sigemptyset(&pending);
-    sigpending(&pending);
-    return sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1;
+    const sigset_t set = setOf(signals);
+    return sigtimedwait(&set, nullptr, timeout);
 }
 
-// Returns false if the library wanted to reboot the unit because it could not listen.
-static bool waitUntilServing()
+static void prepareUnit(const Options &options)
 {
-    const struct timespec pause = {0, START_POLL_NANOSECONDS};
-    while (__atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) != 1) {
-        if (bindFailed())
-            return false;
-        nanosleep(&pause, nullptr);
+    openMnt();
+    const std::vector<Point> points = readPoints(options.points);
+    if (options.hostSecurity)
+        openSecurity();
+    try {
+        writePointList(POINT_LIST, points);
+    } catch (const std::exception &error) { // a unit without the list is still a unit
+        sLogWarn("unit: %s", error.what());
     }
-    return true;
+    startUnit(points, options.coreDbVersion);
+}
+
+static void serve()
+{
+    require(webServer_Web_Start() != -1, "cannot start the service thread");
+    while (__atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) != 1)
+        require(waitFor({BIND_FAILED_SIGNAL}, &START_POLL) != BIND_FAILED_SIGNAL,
+                "cannot listen on " + std::string(g_serverAddr) + ':' + std::to_string(g_serverPort)
+                    + ": is the port in use, or below 1024?");
 }
 
 static void printBanner()
@@ -81,104 +87,62 @@ static void printBanner()
     fflush(stdout);
 }
 
-// Ends the program without the clean-up of exit(): the service thread is still at work.
-[[noreturn]] static void leave(int status)
+// The service thread still runs: exit() would clean up what it uses.
+[[noreturn]] static void abandonRequest()
 {
-    fflush(stdout);
-    _exit(status);
-}
-
-[[noreturn]] static void leaveRequestBehind()
-{
-    sLogWarn("unit: left while a request was still being served");
-    leave(EXIT_SUCCESS);
+    sLogWarn("unit: stopped while a request was still being served");
+    _exit(EXIT_SUCCESS);
 }
 
 [[noreturn]] static void stop()
 {
     if (ws_soap_close() != 0)
-        leaveRequestBehind();
+        abandonRequest();
     exit(EXIT_SUCCESS);
-}
-
-// What is still open would stay open after exec: the new program could not bind its port, and a
-// client would wait for ever.
-static void closeOnExec()
-{
-    for (int descriptor = FIRST_INHERITABLE_DESCRIPTOR; descriptor < DESCRIPTORS_TO_CLOSE;
-         ++descriptor)
-        fcntl(descriptor, F_SETFD, FD_CLOEXEC); // fails for most of them: not open
 }
 
 [[noreturn]] static void restart(char **argv)
 {
     sLogInfo("unit: restarting, as a client asked");
-    int attempts = 1;
-    while (ws_soap_close() != 0) {
-        if (stopIsPending())
-            leaveRequestBehind();
-        if (attempts == CLOSE_ATTEMPTS_BEFORE_RESTART) {
+    for (int attempt = 1; ws_soap_close() != 0; ++attempt) {
+        if (waitFor({SIGINT, SIGTERM}, &NO_TIME) != -1)
+            abandonRequest();
+        if (attempt == CLOSE_ATTEMPTS_BEFORE_RESTART) {
             sLogWarn("unit: restarting while a request is still being served");
             break;
         }
-        ++attempts;
     }
-    closeOnExec();
-    fflush(stdout);
-    // The blocked signals stay blocked, and those that arrive meanwhile stay pending. An emulated
-    // program is started by another one, which says so.
+    // What stays open after exec would hold the port, and a client would wait for ever.
+    close_range(FIRST_INHERITABLE_DESCRIPTOR, ~0U, CLOSE_RANGE_CLOEXEC);
+    waitFor({RESTART_SIGNAL}, &NO_TIME); // a second wish is granted by the same restart
+    // Blocked and pending signals stay so. An emulated program names the one that starts it.
     const char *starter = getenv("SIM_PROGRAM");
     execv(starter == nullptr ? "/proc/self/exe" : starter, argv);
     sLogErr("unit: cannot restart: %s", strerror(errno));
-    leave(EXIT_FAILURE);
-}
-
-// 0, or -1 after a message.
-static int prepareUnit(const Options &options)
-{
-    std::string root;
-    std::vector<Point> points;
-    if (openStateFolder(options.state, &root) != 0 || readPoints(options.points, &points) != 0
-        || (options.hostSecurity && openSecurity(root + SECURITY_FOLDER) != 0))
-        return -1;
-    writePointList(root + POINT_LIST, points);
-    startUnit(std::move(points));
-    setCoreDbVersion(options.coreDbVersion.c_str());
-    return 0;
+    _exit(EXIT_FAILURE);
 }
 
 int main(int argc, char **argv)
 {
-    // Before there are threads, so that all of them inherit it and only this one gets the signals.
-    const sigset_t signals = signalsToWaitFor();
+    // Before there are threads, so that all inherit it and only this one gets the signals.
+    const sigset_t signals = setOf({SIGINT, SIGTERM, RESTART_SIGNAL, BIND_FAILED_SIGNAL});
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, sigpipe_handle);
     prctl(PR_SET_NAME, "sim"); // after a restart it would be "exe"
 
-    int status = EXIT_SUCCESS;
-    Options options;
-    if (!readOptions(argc, argv, &options, &status))
-        return status;
-    if (prepareUnit(options) != 0)
-        return EXIT_FAILURE;
-
-    if (webServer_Web_Start() == -1) {
-        fprintf(stderr, "sim: cannot start the service thread\n");
-        return EXIT_FAILURE;
-    }
-    if (!waitUntilServing()) {
-        fprintf(stderr, "sim: cannot listen on %s:%d: is another unit running there?\n",
-                g_serverAddr, g_serverPort);
-        leave(EXIT_FAILURE);
+    try {
+        prepareUnit(readOptions(argc, argv));
+        serve();
+    } catch (const std::exception &error) {
+        fprintf(stderr, "sim: %s\n", error.what());
+        _exit(EXIT_FAILURE);
     }
     printBanner();
-
     for (;;) {
-        int received = 0;
-        sigwait(&signals, &received);
-        if (received != WAKE_SIGNAL)
-            stop();
-        if (rebootWished())
+        const int received = waitFor({SIGINT, SIGTERM, RESTART_SIGNAL}, nullptr);
+        if (received == RESTART_SIGNAL)
             restart(argv);
+        else if (received != -1)
+            stop();
     }
 }

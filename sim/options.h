@@ -5,15 +5,13 @@
 #include <string>
 
 struct Options {
-    std::string state;  // folder; empty: the default one
     std::string points; // file
     std::string coreDbVersion;
     bool hostSecurity;
 };
 
-// Sets the log level, and the library's environment variables from the options that were given; one
-// that was not given leaves its variable alone. Returns true to go on; false to leave with
-// *exitStatus, after help or a complaint.
-bool readOptions(int argc, char **argv, Options *options, int *exitStatus);
+// Sets the log level and, for each option given that the library reads from the environment, its
+// variable. Ends the program itself for --help, --version and a wrong command line.
+Options readOptions(int argc, char **argv);
 
 #endif

@@ -1,11 +1,14 @@
-// sim/plain_text.h: which characters a line of text for people must not have.
+// sim/plain_text.h: text that is safe to show in one line of a terminal, a log or XML.
 #ifndef SIM_PLAIN_TEXT_H
 #define SIM_PLAIN_TEXT_H
 
-#include <cstddef>
+#include <string>
 
-// The length of the character at the beginning of the text, if it is one that steers a terminal,
-// ends a line, turns the direction of writing, or that XML does not know; else 0.
-std::size_t unfitBytes(const char *text);
+// Replaces by "?" what steers a terminal, ends a line, turns the direction of writing or is unknown
+// to XML. Text that needs no such change is plain.
+std::string plainText(std::string text);
+
+// A client's text for a line of the log: in quotes, without quotes inside, and cut.
+std::string inQuotes(const std::string &text);
 
 #endif

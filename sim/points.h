@@ -1,8 +1,9 @@
-// sim/points.h: what a point of the unit is, and how it is simulated.
+// sim/points.h: the points of the unit: what they are, how they move, and the file that lists them.
 #ifndef SIM_POINTS_H
 #define SIM_POINTS_H
 
 #include <string>
+#include <vector>
 
 enum PointType { STATUS, ANALOG, COMMAND, SET_POINT, NO_TYPE };
 
@@ -11,7 +12,7 @@ enum Simulation {
     RAMP,     // goes from from to to in seconds, then starts over
     WALK,     // random steps between from and to, one every seconds
     TOGGLE,   // from for seconds, then to for seconds
-    CONSTANT, // from; the only kind for commands and set points, which keep what is written
+    CONSTANT, // from; commands and set points are always constant
     NO_SIMULATION,
 };
 
@@ -26,14 +27,18 @@ struct Point {
     std::string text; // for people
 };
 
-const char *typeName(PointType type);
-PointType findType(const char *name);
-Simulation findSimulation(const char *name);
+PointType findType(const char *name); // returns NO_TYPE for an unknown name
 
-// Commands and set points: they keep what is written.
+// True of commands and set points: they keep what is written.
 bool isStored(PointType type);
 
-// The value this many seconds after the start; a WALK has its own history and is not asked here.
+// Returns the value this many seconds after the start. Not for a WALK, which needs its last value.
 double simulatedValue(const Point &point, double secondsUp);
+
+// Reads the points of the unit. Throws when the file is damaged.
+std::vector<Point> readPoints(const std::string &path);
+
+// Writes type, name, unit and text of the points as XML, for the unit's pages. Throws.
+void writePointList(const std::string &path, const std::vector<Point> &points);
 
 #endif

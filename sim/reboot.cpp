@@ -1,51 +1,32 @@
 // sim/reboot.cpp: the unit's own reboot() and sync(), which win over the system's.
 #include "reboot.h"
 
-#include <atomic>
 #include <cerrno>
 #include <sys/reboot.h>
 #include <unistd.h>
 
 #include "log.h"
 #include "webServer.h"
-
-static std::atomic<bool> wished(false);
-static std::atomic<bool> failed(false);
-
-static void note(std::atomic<bool> *what)
-{
-    *what = true;
-    kill(getpid(), WAKE_SIGNAL);
-}
-
-void noteRebootWish()
-{
-    note(&wished);
-}
-
-bool rebootWished()
-{
-    return wished;
-}
-
-bool bindFailed()
-{
-    return failed;
-}
+#include "webServerHost.h"
 
 extern "C" {
 
-// Firmware restarts here. On a PC the main thread ends the program instead.
+int usrReboot()
+{
+    kill(getpid(), RESTART_SIGNAL);
+    return 0;
+}
+
 WS_EXPORT int reboot(int) noexcept
 {
-    note(&failed);
+    kill(getpid(), BIND_FAILED_SIGNAL);
     errno = EPERM;
     return -1;
 }
 
 WS_EXPORT void sync() noexcept
 {
-    logDetail("sync()"); // the machine writes its disks when it likes
+    logDetail("sync()"); // the PC writes its disks by itself
 }
 
 } // extern "C"

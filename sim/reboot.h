@@ -1,17 +1,11 @@
-// sim/reboot.h: what takes the place of rebooting the machine: notes for the main thread.
+// sim/reboot.h: what happens on a PC in place of a reboot: the main thread gets a signal.
 #ifndef SIM_REBOOT_H
 #define SIM_REBOOT_H
 
 #include <csignal>
 
-// Wakes the main thread after a note was made; every thread blocks it.
-static const int WAKE_SIGNAL = SIGUSR1;
-
-// A client wants the unit rebooted.
-void noteRebootWish();
-bool rebootWished();
-
-// The library called reboot(), as it does when it cannot bind its port.
-bool bindFailed();
+// Every thread blocks both; the main thread waits for them.
+static const int RESTART_SIGNAL = SIGUSR1;     // a client wants the unit rebooted
+static const int BIND_FAILED_SIGNAL = SIGUSR2; // the library called reboot(): it cannot listen
 
 #endif

@@ -1,101 +1,97 @@
-// sim/unit.cpp: reads, forces and blocks the simulated points.
+// sim/unit.cpp: reads, forces and blocks the simulated points. The library calls all of it on its
+// service thread, so nothing is locked.
 #include "unit.h"
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <utility>
+#include <map>
+#include <random>
 
-using Lock = std::lock_guard<std::mutex>;
+#include "log.h"
+#include "plain_text.h"
+#include "webServerHost.h"
 
-// A walk that nobody looked at for long has forgotten where it was: no need to make every step.
+using Clock = std::chrono::steady_clock; // setting the unit's time leaves it alone
+
+// Limits the work of the first read after a long time; by then the start of the walk does not matter.
 static const double MAX_WALK_STEPS = 1000;
 static const double WALK_RANGE_PER_STEP = 0.05; // largest step, as a part of the walk's range
+static const std::size_t MAX_FLAGS_BYTES = 15;
+static const std::size_t VALUE_TEXT_SIZE = 312; // what x_readData may write, with the terminator
 
-static const char *const GOOD = "GOOD";
-static const char *const FORCED = "FORCED";
-static const char *const BLOCKED = "BLOCKED";
+enum ReadStatus { READ_DONE = 0, READ_NO_POINT = 1, READ_ERROR = 2, READ_NO_TYPE = 3 };
 
-static void setQuality(char (&quality)[QUALITY_SIZE], const char *text)
+// Of forcing and blocking. 1 is missing: it tells the client that local control refused it.
+enum WriteStatus {
+    WRITE_DONE = 0,
+    WRITE_NO_TYPE = 2,
+    WRITE_NO_POINT = 3,
+    WRITE_BAD_VALUE = 4, // not a finite number; when blocking: neither 0 nor 1
+    WRITE_BAD_FLAGS = 5, // not 1 to 15 of A-Z, 0-9, comma and underscore
+};
+
+struct State {
+    Point point;    // never changes
+    double value;   // if simulated: the one last read
+    bool simulated; // false while forced or blocked, and for commands and set points
+    bool blocked;
+    std::string quality;
+    double walkSteps; // that a WALK has made since the start
+};
+
+static std::map<std::string, State> states[NO_TYPE]; // by PointType and name
+static std::string version;
+static const Clock::time_point start = Clock::now();
+
+void startUnit(const std::vector<Point> &points, const std::string &coreDbVersion)
 {
-    snprintf(quality, sizeof quality, "%s", text);
-}
-
-static Unit *started = nullptr;
-
-void startUnit(std::vector<Point> points)
-{
-    static Unit unit(std::move(points));
-    started = &unit;
-}
-
-Unit &theUnit()
-{
-    return *started;
-}
-
-Unit::Unit(std::vector<Point> points) : points_(std::move(points))
-{
-    for (const Point &point : points_) {
-        indexes_[point.type].emplace(point.name, states_.size());
-        State state = {};
-        state.value = point.simulation == WALK ? (point.from + point.to) / 2 : point.from;
-        state.simulated = !isStored(point.type);
-        setQuality(state.quality, GOOD);
-        states_.push_back(state);
+    version = coreDbVersion;
+    for (const Point &point : points) {
+        const double value = point.simulation == WALK ? (point.from + point.to) / 2 : point.from;
+        states[point.type][point.name] = {point, value, !isStored(point.type), false, "GOOD", 0};
     }
 }
 
-double Unit::secondsUp() const
+double secondsUp()
 {
-    return std::chrono::duration<double>(Clock::now() - start_).count();
+    return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void Unit::walk(const Point &point, State *state)
+static void walk(State *state)
 {
+    static std::minstd_rand random;
+    const Point &point = state->point;
     const double steps = std::floor(secondsUp() / point.seconds);
     const double missing = std::min(steps - state->walkSteps, MAX_WALK_STEPS);
     state->walkSteps = steps;
     const double largest = (point.to - point.from) * WALK_RANGE_PER_STEP;
     std::uniform_real_distribution<double> step(-largest, largest);
-    for (int left = static_cast<int>(missing); left > 0; --left) {
-        const double by = step(random_);
-        const double there = state->value + by;
-        const bool inside = there >= point.from && there <= point.to;
-        // Turns back at the end of its range; only a value that was forced can be beyond it.
-        state->value = std::clamp(inside ? there : state->value - by, point.from, point.to);
-    }
+    for (int left = static_cast<int>(missing); left > 0; --left)
+        state->value = std::clamp(state->value + step(random), point.from, point.to);
 }
 
-void Unit::advance(std::size_t index)
-{
-    const Point &point = points_[index];
-    State &state = states_[index];
-    if (!state.simulated)
-        return;
-    if (point.simulation == WALK)
-        walk(point, &state);
-    else
-        state.value = simulatedValue(point, secondsUp());
-}
-
-WriteStatus Unit::find(const char *type, const char *name, std::size_t *index) const
+// Returns the point with its present value, or null and the reason.
+static State *find(const char *type, const char *name, WriteStatus *reason)
 {
     const PointType wanted = findType(type);
-    if (wanted == NO_TYPE)
-        return WRITE_NO_TYPE;
-    const auto found = indexes_[wanted].find(name);
-    if (found == indexes_[wanted].end())
-        return WRITE_NO_POINT;
-    *index = found->second;
-    return WRITE_DONE;
+    *reason = wanted == NO_TYPE ? WRITE_NO_TYPE : WRITE_NO_POINT;
+    if (wanted == NO_TYPE || states[wanted].count(name) == 0)
+        return nullptr;
+    State *state = &states[wanted].at(name);
+    if (state->simulated && state->point.simulation == WALK)
+        walk(state);
+    else if (state->simulated)
+        state->value = simulatedValue(state->point, secondsUp());
+    return state;
 }
 
-// To the nearest whole number that the type can hold.
+// Rounds to the nearest whole number that the type can hold.
 template <typename Integer> static Integer toWhole(double value)
 {
     const double lowest = std::numeric_limits<Integer>::min();
@@ -103,36 +99,32 @@ template <typename Integer> static Integer toWhole(double value)
     return static_cast<Integer>(std::clamp(std::round(value), lowest, highest));
 }
 
-// The client's format only chooses: it never reaches printf.
-static int printValue(PointType type, const char *format, double value, const char *quality,
-                      char *out, std::size_t size)
+// The client's format only chooses: it never reaches printf. With an empty one a set point keeps its
+// digits.
+static ReadStatus print(const State &state, const std::string &format, char *text)
 {
-    const bool free = *format == '\0';
-    if (free && (type == ANALOG || type == SET_POINT)) // what was set reads back as it was
-        return snprintf(out, size, "%.10g|%s", value, quality);
-    if (free || strcmp(format, "%d") == 0)
-        return snprintf(out, size, "%d|%s", toWhole<int>(value), quality);
-    if (strcmp(format, "%u") == 0)
-        return snprintf(out, size, "%u|%s", toWhole<unsigned int>(value), quality);
-    if (strcmp(format, "%g") == 0)
-        return snprintf(out, size, "%g|%s", value, quality);
-    return -1;
+    const bool whole = state.point.type == STATUS || state.point.type == COMMAND;
+    const char *quality = state.quality.c_str();
+    if (format == "%d" || (format.empty() && whole))
+        snprintf(text, VALUE_TEXT_SIZE, "%d|%s", toWhole<int>(state.value), quality);
+    else if (format.empty())
+        snprintf(text, VALUE_TEXT_SIZE, "%.10g|%s", state.value, quality);
+    else if (format == "%u")
+        snprintf(text, VALUE_TEXT_SIZE, "%u|%s", toWhole<unsigned int>(state.value), quality);
+    else if (format == "%g")
+        snprintf(text, VALUE_TEXT_SIZE, "%g|%s", state.value, quality);
+    else
+        return READ_ERROR;
+    return READ_DONE;
 }
 
-ReadStatus Unit::read(const char *type, const char *name, const char *format, char *out,
-                      std::size_t size)
+static ReadStatus read(const char *type, const char *name, const char *format, char *text)
 {
-    std::size_t index = 0;
-    const WriteStatus found = find(type, name, &index);
-    if (found != WRITE_DONE)
-        return found == WRITE_NO_TYPE ? READ_NO_TYPE : READ_NO_POINT;
-
-    const Lock lock(mutex_);
-    advance(index);
-    const State &state = states_[index];
-    return printValue(points_[index].type, format, state.value, state.quality, out, size) < 0
-               ? READ_ERROR
-               : READ_DONE;
+    WriteStatus reason;
+    const State *state = find(type, name, &reason);
+    if (state == nullptr)
+        return reason == WRITE_NO_TYPE ? READ_NO_TYPE : READ_NO_POINT;
+    return print(*state, format, text);
 }
 
 // The whole text must be a finite number. strtod skips leading space without a word, and takes an
@@ -149,64 +141,85 @@ static bool parseNumber(const char *text, double *number)
 static bool areFlags(const char *text)
 {
     const std::size_t length = strlen(text);
-    return length >= 1 && length < QUALITY_SIZE
+    return length >= 1 && length <= MAX_FLAGS_BYTES
            && strspn(text, "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789,_") == length;
 }
 
-WriteStatus Unit::force(const char *type, const char *name, const char *value, const char *flags)
+// Without flags the quality itself says that the point is forced.
+static WriteStatus force(const char *type, const char *name, const char *value, const char *flags)
 {
-    std::size_t index = 0;
-    const WriteStatus found = find(type, name, &index);
-    if (found != WRITE_DONE)
-        return found;
+    WriteStatus reason;
+    State *state = find(type, name, &reason);
+    if (state == nullptr)
+        return reason;
     double number = 0;
     if (!parseNumber(value, &number))
         return WRITE_BAD_VALUE;
     if (flags != nullptr && !areFlags(flags))
         return WRITE_BAD_FLAGS;
 
-    const Lock lock(mutex_);
-    State &state = states_[index];
-    state.value = number;
-    state.simulated = false;
+    state->value = number;
+    state->simulated = false;
     if (flags != nullptr)
-        setQuality(state.quality, flags);
-    else if (state.blocked)
-        setQuality(state.quality, BLOCKED);
+        state->quality = flags;
+    else if (state->blocked)
+        state->quality = "BLOCKED";
     else
-        setQuality(state.quality, isStored(points_[index].type) ? GOOD : FORCED);
+        state->quality = isStored(state->point.type) ? "GOOD" : "FORCED";
     return WRITE_DONE;
 }
 
-WriteStatus Unit::block(const char *type, const char *name, int on)
+// 1 freezes the point; 0 ends blocking and forcing.
+static WriteStatus block(const char *type, const char *name, int on)
 {
-    std::size_t index = 0;
-    const WriteStatus found = find(type, name, &index);
-    if (found != WRITE_DONE)
-        return found;
+    WriteStatus reason;
+    State *state = find(type, name, &reason);
+    if (state == nullptr)
+        return reason;
     if (on != 0 && on != 1)
         return WRITE_BAD_VALUE;
-
-    const Lock lock(mutex_);
-    advance(index);
-    State &state = states_[index];
-    state.blocked = on == 1;
-    state.simulated = on == 0 && !isStored(points_[index].type);
-    setQuality(state.quality, state.blocked ? BLOCKED : GOOD);
+    state->blocked = on == 1;
+    state->simulated = on == 0 && !isStored(state->point.type);
+    state->quality = state->blocked ? "BLOCKED" : "GOOD";
     return WRITE_DONE;
 }
 
-char Unit::localRemote()
+extern "C" {
+
+int x_readData(const char *type, const char *name, const char *format, char *text)
 {
-    const Lock lock(mutex_);
-    return localRemote_;
+    const ReadStatus status = read(type, name, format, text);
+    logDetail("read: %d: %s %s %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+              status == READ_DONE ? text : "");
+    return status;
 }
 
-int Unit::setLocalRemote(const char *text)
+int x_krunchDataQuality(const char *type, const char *name, const char *value, const char *flags)
 {
-    if (strlen(text) != 1 || strchr("LRU", *text) == nullptr)
-        return -1;
-    const Lock lock(mutex_);
-    localRemote_ = *text;
+    const WriteStatus status = force(type, name, value, flags);
+    const std::string with = flags == nullptr ? "" : " with " + inQuotes(flags);
+    sLogInfo("force: %d: %s %s to %s%s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+             inQuotes(value).c_str(), with.c_str());
+    return status;
+}
+
+int x_krunchData(const char *type, const char *name, const char *value)
+{
+    return x_krunchDataQuality(type, name, value, nullptr);
+}
+
+int x_blockPoint(const char *type, const char *name, int onOff)
+{
+    const WriteStatus status = block(type, name, onOff);
+    sLogInfo("block: %d: %s %s to %d", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+             onOff);
+    return status;
+}
+
+int coreDbShowVer(const char **text)
+{
+    *text = version.c_str();
     return 0;
 }
+
+} // extern "C"

@@ -1,7 +1,4 @@
 // sim/security/accounts.h: the users of the unit, with their passwords, roles and locks.
-//
-// All of the security module runs on the service thread, except for the opening before the start:
-// nothing here is locked against other threads.
 #ifndef SIM_SECURITY_ACCOUNTS_H
 #define SIM_SECURITY_ACCOUNTS_H
 
@@ -9,46 +6,59 @@
 #include <string>
 #include <vector>
 
-#include "security/roles.h"
+struct Role {
+    const char *name;
+    int level; // one of the levels that the library asks the gate for
+    bool administers;
+};
+
+extern const Role ROLES[4];
+const Role *findRole(const std::string &name); // returns null for an unknown name
 
 struct Account {
-    using Clock = std::chrono::steady_clock; // the unit's own can be set
+    using Clock = std::chrono::steady_clock; // setting the unit's time leaves it alone
 
     std::string name;
     std::string hash; // of the password
-    std::vector<const Role *> roles;
+    std::vector<std::string> roles;
     bool locked = false; // by an administrator, until one unlocks it
 
-    // Forgotten when the unit restarts.
+    // Not in the file: a restart forgets them.
     int failures = 0; // wrong passwords in a row
     Clock::time_point lockedUntil;
 
-    int level() const; // the highest of the roles; 0: none
+    int level() const; // the highest of the roles; 0 without a role
     bool administers() const;
-    bool isLocked() const; // in either way
+    bool isLocked() const; // by an administrator or by wrong passwords
+    void forgetFailures();
 };
 
 // What the operations that change users answer.
 enum AdministrationStatus {
     ADMIN_DONE = 0,
-    ADMIN_NOT_YOU = 1,     // the caller may not
-    ADMIN_NO_USER = 2,     // no such user
+    ADMIN_NOT_YOU = 1, // the caller may not
+    ADMIN_NO_USER = 2,
     ADMIN_BAD_VALUE = 3,   // unknown role, unfit password, a lock that is neither 0 nor 1
     ADMIN_NOBODY_LEFT = 4, // no administrator could log in any more
-    ADMIN_NOT_SAVED = 5,   // and so nothing has changed
+    ADMIN_NOT_SAVED = 5,   // nothing has changed
 };
 
-// Reads the accounts, or makes the first ones where there is no file yet. Returns 0, or -1 after a
-// message: the unit must not start.
-int openAccounts(const std::string &folder);
+// Reads the accounts, or makes the first ones if there is no file yet. Throws when the file is damaged
+// or cannot be written.
+void openAccounts();
 
 // In the order of the file; never empty.
 const std::vector<Account> &allAccounts();
 
-// Null: no such user. What it points at moves with every change.
-Account *findAccount(const char *name);
+// Returns null for an unknown user. Every change invalidates the pointer.
+Account *findAccount(const std::string &name);
 
-// Puts an account in the place of the one with its name, in the file and here, or in neither.
+// Returns null for an unknown user, a wrong password and a locked user. Only the log says which: the
+// caller must not. Several wrong passwords in a row lock the user for a while.
+const Account *checkPassword(const std::string &user, const char *password);
+
+// Replaces the account with this name, in the file and in memory. Returns ADMIN_DONE or
+// ADMIN_NOBODY_LEFT; throws when the file cannot be written, and then has changed nothing.
 AdministrationStatus changeAccount(const Account &changed);
 
 #endif

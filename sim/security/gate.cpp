@@ -1,48 +1,96 @@
-// sim/security/gate.cpp: the gate.
+// sim/security/gate.cpp: finds the caller in a request, as "The gate" in webServer.h describes it.
 #include "security/gate.h"
 
+#include <arpa/inet.h>
 #include <cstring>
+#include <stdsoap2.h>
 
-#include "log.h"
-#include "security/credentials.h"
-#include "security/request.h"
+#include "plain_text.h"
 #include "security/sessions.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const int NOT_ALLOWED = 1; // known, but not allowed
+struct SOAP_ENV__Header {
+    char *Authentication;
+};
+
+static const int NOT_ALLOWED = 1;            // known, but not allowed
+static const std::size_t ADDRESS_BYTES = 14; // the library keeps so many with a session
 
 static std::string callerName; // empty: nobody
 
 const Account *caller()
 {
-    return findAccount(callerName.c_str());
+    return findAccount(callerName);
 }
 
-const Account *accountOfSession(const char *id)
+// Compares names only and takes the first cookie, as the library does.
+static const char *sessionCookie(const struct soap *request)
 {
-    const std::string *user = sessionUser(id);
-    return user == nullptr ? nullptr : findAccount(user->c_str());
+    for (const struct soap_cookie *cookie = request->cookies; cookie != nullptr;
+         cookie = cookie->next)
+        if (cookie->name != nullptr && strcmp(cookie->name, "SESSIONID") == 0)
+            return cookie->value;
+    return nullptr;
+}
+
+// Does the request come from the address that logged in?
+static bool comesFromItsAddress(const struct soap *request, const char *id)
+{
+    const struct in_addr number = {htonl(request->ip)};
+    char address[INET_ADDRSTRLEN];
+    inet_ntop(AF_INET, &number, address, sizeof address);
+    for (const SessionEntry &session : g_accesstok)
+        if (session.id != nullptr && strcmp(session.id, id) == 0)
+            return session.ip != nullptr && strncmp(session.ip, address, ADDRESS_BYTES) == 0;
+    return false;
+}
+
+// The origin is the site of the page that sends the request. Programs do not send one, nor do browsers
+// that only fetch from the page's own site. The scheme is not compared: a gateway may change it.
+static bool comesFromOwnPage(const struct soap *request)
+{
+    if (request->origin == nullptr)
+        return true;
+    const char *page = strstr(request->origin, "://");
+    const char *unit = strstr(request->endpoint, "://"); // as the client addressed it, with a path
+    return page != nullptr && unit != nullptr && strncmp(page, unit, strlen(page)) == 0
+           && unit[strlen(page)] == '/';
+}
+
+static const Account *accountOfSession(const char *id)
+{
+    const std::string user = sessionUser(id);
+    return user.empty() ? nullptr : findAccount(user);
+}
+
+static const Account *accountOfCookie(const struct soap *request)
+{
+    const char *id = sessionCookie(request);
+    if (id == nullptr || !comesFromItsAddress(request, id))
+        return nullptr;
+    if (comesFromOwnPage(request))
+        return accountOfSession(id);
+    sLogWarn("security: a page of another site uses a cookie of this one: refused");
+    return nullptr;
 }
 
 // The header is "user:password" as plain text: nothing that is sent to the unit is encrypted.
 static const Account *accountOfHeader(const char *text)
 {
     const char *colon = strchr(text, ':');
-    if (colon == nullptr)
-        return nullptr;
-    const std::string user(text, colon);
-    return checkCredentials(user.c_str(), colon + 1);
+    return colon == nullptr ? nullptr : checkPassword(std::string(text, colon), colon + 1);
 }
 
-// A wrong header is not made good by a cookie: its sender would act as somebody else.
+// With a wrong header the cookie does not count: the sender would act as somebody else.
 static const Account *findCaller(const struct soap *request)
 {
-    const char *header = requestHeader(request);
-    return header == nullptr ? accountOfSession(requestSession(request)) : accountOfHeader(header);
+    if (request->header == nullptr || request->header->Authentication == nullptr)
+        return accountOfCookie(request);
+    return accountOfHeader(request->header->Authentication);
 }
 
-int verdict(const Account *account, int level)
+static int verdict(const Account *account, int level)
 {
     if (account == nullptr)
         return WS_NOT_AUTHENTICATED;
@@ -54,9 +102,14 @@ int gate(struct soap *request, int level)
     const Account *account = findCaller(request);
     callerName = account == nullptr ? "" : account->name;
     if (account != nullptr)
-        g_highLevel = account->level(); // what getUserAuth tells the caller
+        g_highLevel = account->level(); // getUserAuth answers it
     const int answer = verdict(account, level);
     if (answer == NOT_ALLOWED)
         sLogWarn("security: may not act at level %d: %s", level, inQuotes(callerName).c_str());
     return answer;
+}
+
+int sessionStatus(const char *id)
+{
+    return verdict(accountOfSession(id), WS_LEVEL_READ) == WS_ALLOWED ? 0 : -1;
 }

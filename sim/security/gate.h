@@ -1,4 +1,4 @@
-// sim/security/gate.h: who is the caller of a request, and may he act?
+// sim/security/gate.h: who the caller of a request is, and what the caller may do.
 #ifndef SIM_SECURITY_GATE_H
 #define SIM_SECURITY_GATE_H
 
@@ -9,14 +9,11 @@ struct soap;
 // pgf_parseAuth of webServer.h.
 int gate(struct soap *request, int level);
 
-// Who made the request that the gate was asked for last, or null. The library asks it right before a
-// hook of user administration, and a caller with a header has no cookie that the hook could tell.
+// Returns the account for which the gate was asked last, or null. The library asks it right before each
+// hook of user administration; a caller with a header has no cookie that the hook could look up.
 const Account *caller();
 
-// Of a live session; null: none. The id may be null.
-const Account *accountOfSession(const char *id);
-
-// The gate's answer for a user, who may be null.
-int verdict(const Account *account, int level);
+// pgf_getSessionStatus of webServer.h: a session also ends when its user may no longer read.
+int sessionStatus(const char *id);
 
 #endif

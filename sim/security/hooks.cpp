@@ -1,50 +1,44 @@
 // sim/security/hooks.cpp: login, sessions and user administration as the library's hooks.
-#include "security/security.h"
+#include "security/hooks.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
+#include <exception>
 
-#include "log.h"
+#include "plain_text.h"
 #include "security/accounts.h"
-#include "security/credentials.h"
 #include "security/gate.h"
 #include "security/password.h"
 #include "security/sessions.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const int REFUSED = -1; // by the hooks that answer a level or a state
+static const int REFUSED = -1; // in place of a level
 
 // ---- Login and sessions ------------------------------------------------------------------------
 
 static int verifyLogin(const char *user, const char *password, char *sessionId)
 {
-    const Account *account = checkCredentials(user, password);
+    const Account *account = checkPassword(user, password);
     if (account == nullptr)
         return REFUSED;
     const int level = account->level();
     sLogInfo("security: logs in, level %d: %s", level, inQuotes(user).c_str());
-    if (level >= WS_LEVEL_READ && openSession(account->name, sessionId) != 0)
-        sLogErr("security: no random numbers for a session");
+    try {
+        if (level >= WS_LEVEL_READ)
+            strcpy(sessionId, openSession(account->name).c_str()); // has room for 80 bytes
+    } catch (const std::exception &error) {                        // a login without a session's id
+        sLogErr("security: %s", error.what());
+    }
     return level;
-}
-
-static int getSessionStatus(const char *sessionId)
-{
-    return verdict(accountOfSession(sessionId), WS_LEVEL_READ) == WS_ALLOWED ? 0 : REFUSED;
 }
 
 static int endSession(const char *sessionId, struct soap *)
 {
-    closeSession(sessionId);
+    if (sessionId != nullptr)
+        closeSession(sessionId);
     return 0;
-}
-
-// The unit's actions are the levels; its objects do not differ. Not asked by the library.
-static int getAuthorization(const char *sessionId, int, int action)
-{
-    return verdict(accountOfSession(sessionId), action);
 }
 
 // ---- Lists -------------------------------------------------------------------------------------
@@ -60,64 +54,52 @@ static bool callerIs(const char *user)
 }
 
 // The library frees the texts and the array.
-static int giveNames(const std::vector<const char *> &from, char ***names)
+static int giveNames(const std::vector<std::string> &from, char ***names)
 {
     *names = static_cast<char **>(calloc(from.size() + 1, sizeof **names));
     if (*names == nullptr)
         return 0;
     for (std::size_t i = 0; i < from.size(); ++i)
-        (*names)[i] = strdup(from[i]);
+        (*names)[i] = strdup(from[i].c_str());
     return static_cast<int>(from.size());
 }
 
-template <typename Wanted> static int giveUsers(char ***names, Wanted wanted)
+// The names of all items that are wanted, for administrators only.
+template <typename Items, typename Wanted>
+static int giveNamesOf(const Items &items, char ***names, Wanted wanted)
 {
-    std::vector<const char *> users;
-    for (const Account &account : allAccounts())
-        if (callerAdministers() && wanted(account))
-            users.push_back(account.name.c_str());
-    return giveNames(users, names);
+    std::vector<std::string> wantedNames;
+    for (const auto &item : items)
+        if (callerAdministers() && wanted(item))
+            wantedNames.emplace_back(item.name);
+    return giveNames(wantedNames, names);
 }
 
 static int getUsersList(const char *, char ***names)
 {
-    return giveUsers(names, [](const Account &) { return true; });
+    return giveNamesOf(allAccounts(), names, [](const Account &) { return true; });
 }
 
 static int getLockedUsers(const char *, char ***names)
 {
-    return giveUsers(names, [](const Account &account) { return account.isLocked(); });
+    return giveNamesOf(allAccounts(), names, [](const Account &user) { return user.isLocked(); });
 }
 
 static int getRolesList(const char *, char ***names)
 {
-    std::vector<const char *> roles;
-    if (callerAdministers())
-        for (const Role &role : ROLES)
-            roles.push_back(role.name);
-    return giveNames(roles, names);
+    return giveNamesOf(ROLES, names, [](const Role &) { return true; });
 }
 
 static int getRolesListByUser(const char *, const char *user, char ***names)
 {
-    std::vector<const char *> roles;
     const Account *account = findAccount(user);
-    if (account != nullptr && (callerAdministers() || callerIs(user)))
-        for (const Role *role : account->roles)
-            roles.push_back(role->name);
-    return giveNames(roles, names);
-}
-
-// Not asked by the library.
-static int getUserLockState(const char *, const char *user)
-{
-    const Account *account = findAccount(user);
-    return account != nullptr && account->isLocked() ? 1 : 0;
+    const bool allowed = account != nullptr && (callerAdministers() || callerIs(user));
+    return giveNames(allowed ? account->roles : std::vector<std::string>(), names);
 }
 
 // ---- Changes -----------------------------------------------------------------------------------
 
-// edit(&account) changes a copy of the user's account, and answers as the client is to be answered.
+// edit(&account) changes a copy of the user's account and returns ADMIN_DONE or ADMIN_BAD_VALUE.
 template <typename Edit>
 static AdministrationStatus tryChange(const char *user, bool allowed, Edit edit)
 {
@@ -127,24 +109,38 @@ static AdministrationStatus tryChange(const char *user, bool allowed, Edit edit)
     if (account == nullptr)
         return ADMIN_NO_USER;
     Account changed = *account;
-    const AdministrationStatus status = edit(&changed);
-    return status == ADMIN_DONE ? changeAccount(changed) : status;
+    try {
+        const AdministrationStatus status = edit(&changed);
+        return status == ADMIN_DONE ? changeAccount(changed) : status;
+    } catch (const std::exception &error) {
+        sLogErr("security: %s", error.what());
+        return ADMIN_NOT_SAVED;
+    }
 }
 
 template <typename Edit>
 static int change(const char *what, const char *user, bool allowed, Edit edit)
 {
     const AdministrationStatus status = tryChange(user, allowed, edit);
-    const char *by = caller() == nullptr ? "" : caller()->name.c_str();
     sLogInfo("security: %s: %d: of %s, by %s", what, status, inQuotes(user).c_str(),
-             inQuotes(by).c_str());
+             inQuotes(caller() == nullptr ? "" : caller()->name).c_str());
     return status;
 }
 
 static int setUserRoles(const char *, const char *user, const char *names)
 {
     return change("roles", user, callerAdministers(), [names](Account *account) {
-        return readRoles(names, &account->roles) ? ADMIN_DONE : ADMIN_BAD_VALUE;
+        std::vector<std::string> &roles = account->roles;
+        roles.clear();
+        std::string split = names;
+        char *rest = split.data();
+        while (const char *role = strtok_r(rest, " ,", &rest)) {
+            if (findRole(role) == nullptr)
+                return ADMIN_BAD_VALUE;
+            if (std::find(roles.begin(), roles.end(), role) == roles.end())
+                roles.emplace_back(role);
+        }
+        return ADMIN_DONE;
     });
 }
 
@@ -155,14 +151,12 @@ static int setUserPassword(const char *sessionId, const char *user, const char *
         if (!isFitPassword(password))
             return ADMIN_BAD_VALUE;
         account->hash = hashPassword(password);
-        if (callerAdministers()) {
-            account->failures = 0;
-            account->lockedUntil = {};
-        }
-        return account->hash.empty() ? ADMIN_NOT_SAVED : ADMIN_DONE;
+        if (callerAdministers())
+            account->forgetFailures();
+        return ADMIN_DONE;
     });
-    if (status == ADMIN_DONE)
-        endSessions(user, sessionId); // not the one that the user does this in
+    if (status == ADMIN_DONE) // the session in which the user does this goes on
+        endSessions(user, sessionId == nullptr ? "" : sessionId);
     return status;
 }
 
@@ -171,25 +165,22 @@ static int setUserLock(const char *, const char *user, int lock)
     const char *what = lock == 0 ? "unlocking" : "locking";
     const int status = change(what, user, callerAdministers(), [lock](Account *account) {
         account->locked = lock == 1;
-        account->failures = 0;
-        account->lockedUntil = {};
+        account->forgetFailures();
         return lock == 0 || lock == 1 ? ADMIN_DONE : ADMIN_BAD_VALUE;
     });
     if (status == ADMIN_DONE && lock == 1)
-        endSessions(user, nullptr);
+        endSessions(user, "");
     return status;
 }
 
-int openSecurity(const std::string &folder)
+void openSecurity()
 {
-    if (openAccounts(folder) != 0)
-        return -1;
+    openAccounts();
     g_csEnabled = 1;
     pgf_parseAuth = gate;
     pgf_appUserVerify = verifyLogin;
-    pgf_getSessionStatus = getSessionStatus;
+    pgf_getSessionStatus = sessionStatus;
     pgf_closeSession = endSession;
-    pgf_getAuthorization = getAuthorization;
     pgf_ws_getUsersList = getUsersList;
     pgf_ws_getRolesList = getRolesList;
     pgf_ws_getRolesListByUser = getRolesListByUser;
@@ -197,6 +188,4 @@ int openSecurity(const std::string &folder)
     pgf_ws_setUserRoles = setUserRoles;
     pgf_ws_setUserPassword = setUserPassword;
     pgf_ws_setUserLock = setUserLock;
-    pgf_ws_getUserLockState = getUserLockState;
-    return 0;
 }

@@ -5,20 +5,20 @@
 #include <crypt.h>
 #include <cstring>
 
+#include "files.h"
+
 static const char *const METHOD = "$y$"; // yescrypt
 static const unsigned long DEFAULT_COST = 0;
 static const char MAX_COST = '9';       // the default's
 static const std::size_t SALT_END = 29; // in a hash
 static const std::size_t HASH_BYTES = 73;
 static const std::size_t MIN_BYTES = 8;
-static const std::size_t MAX_BYTES = 127; // what the login page can send
+static const std::size_t MAX_BYTES = 127; // the login page can send no more
 
-// Too large for a stack, and cleared after each use. Service thread only, as everything here.
-static struct crypt_data work;
-
-// Empty: failed, as with a password of 512 bytes or more.
+// Returns an empty text on failure, as with a password of 512 bytes or more.
 static std::string hashWith(const char *password, const char *setting)
 {
+    static struct crypt_data work; // too large for a stack
     const char *hash = crypt_rn(password, setting, &work, sizeof work);
     std::string result = hash == nullptr ? "" : hash;
     explicit_bzero(&work, sizeof work);
@@ -27,19 +27,19 @@ static std::string hashWith(const char *password, const char *setting)
 
 std::string hashPassword(const char *password)
 {
-    char setting[CRYPT_GENSALT_OUTPUT_SIZE]; // with a salt from the system's random source
-    if (crypt_gensalt_rn(METHOD, DEFAULT_COST, nullptr, 0, setting, sizeof setting) == nullptr)
-        return {};
-    return hashWith(password, setting);
+    char setting[CRYPT_GENSALT_OUTPUT_SIZE] = ""; // with a salt from the system's random source
+    crypt_gensalt_rn(METHOD, DEFAULT_COST, nullptr, 0, setting, sizeof setting);
+    std::string hash = hashWith(password, setting);
+    require(isHash(hash), "cannot hash a password: out of memory?");
+    return hash;
 }
 
 bool passwordMatches(const char *password, const std::string &hash)
 {
-    const std::string other = hashWith(password, hash.c_str());
-    return !other.empty() && other == hash;
+    return hashWith(password, hash.c_str()) == hash;
 }
 
-// "$y$j", two letters of the cost, "$", salt, "$", hash. What costs more would hold up everybody.
+// "$y$j", two letters of the cost, "$", salt, "$", hash. A higher cost would hold up everybody.
 bool isHash(const std::string &text)
 {
     return text.size() == HASH_BYTES && text.compare(0, 4, "$y$j") == 0 && text[4] <= MAX_COST
@@ -47,10 +47,9 @@ bool isHash(const std::string &text)
            && crypt_checksalt(text.c_str()) != CRYPT_SALT_INVALID;
 }
 
-bool isFitPassword(const char *text)
+bool isFitPassword(const std::string &text)
 {
-    const std::size_t length = strlen(text);
     const auto isControl = [](unsigned char byte) { return byte < ' ' || byte == 0x7f; };
-    return length >= MIN_BYTES && length <= MAX_BYTES
-           && std::none_of(text, text + length, isControl);
+    return text.size() >= MIN_BYTES && text.size() <= MAX_BYTES
+           && std::none_of(text.begin(), text.end(), isControl);
 }

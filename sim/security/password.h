@@ -4,8 +4,7 @@
 
 #include <string>
 
-// Empty: failed.
-std::string hashPassword(const char *password);
+std::string hashPassword(const char *password); // throws
 
 bool passwordMatches(const char *password, const std::string &hash);
 
@@ -13,6 +12,6 @@ bool passwordMatches(const char *password, const std::string &hash);
 bool isHash(const std::string &text);
 
 // May it be a new password?
-bool isFitPassword(const char *text);
+bool isFitPassword(const std::string &text);
 
 #endif

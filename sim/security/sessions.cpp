@@ -4,75 +4,67 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
-#include <sys/random.h>
+#include <map>
+#include <random>
 
 #include "webServer.h"
 
-using Clock = std::chrono::steady_clock; // the unit's own can be set
+using Clock = std::chrono::steady_clock; // setting the unit's time leaves it alone
 
 static const std::size_t KEPT_SESSIONS = 16;
-static const std::size_t RANDOM_BYTES = (SESSION_ID_SIZE - 1) / 2;
 
 struct Session {
-    char id[SESSION_ID_SIZE]; // empty: free
     std::string user;
     Clock::time_point lastUse;
 };
 
-static Session sessions[KEPT_SESSIONS];
+static std::map<std::string, Session> sessions; // by id
 
-static Session *findSession(const char *id)
+static std::string newId()
 {
-    if (id == nullptr || *id == '\0')
-        return nullptr;
-    for (Session &session : sessions)
-        if (strcmp(session.id, id) == 0)
-            return &session;
-    return nullptr;
+    std::random_device random("/dev/urandom"); // throws without random numbers
+    char id[33];
+    snprintf(id, sizeof id, "%08x%08x%08x%08x", random(), random(), random(), random());
+    return id;
 }
 
-int openSession(const std::string &user, char *id)
+std::string openSession(const std::string &user)
 {
-    unsigned char bytes[RANDOM_BYTES];
-    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes))
-        return -1;
-    for (std::size_t i = 0; i < RANDOM_BYTES; ++i)
-        snprintf(id + 2 * i, 3, "%02x", bytes[i]);
-
-    Session *oldest = std::min_element(
-        std::begin(sessions), std::end(sessions),
-        [](const Session &one, const Session &other) { return one.lastUse < other.lastUse; });
-    snprintf(oldest->id, sizeof oldest->id, "%s", id);
-    oldest->user = user;
-    oldest->lastUse = Clock::now();
-    return 0;
+    if (sessions.size() == KEPT_SESSIONS)
+        sessions.erase(std::min_element(sessions.begin(), sessions.end(),
+                                        [](const auto &one, const auto &other) {
+                                            return one.second.lastUse < other.second.lastUse;
+                                        }));
+    const std::string id = newId();
+    sessions[id] = {user, Clock::now()};
+    return id;
 }
 
-const std::string *sessionUser(const char *id)
+std::string sessionUser(const std::string &id)
 {
-    Session *session = findSession(id);
-    if (session == nullptr)
-        return nullptr;
+    const auto found = sessions.find(id);
+    if (found == sessions.end())
+        return {};
+    Session &session = found->second;
     const Clock::time_point now = Clock::now();
-    if (now - session->lastUse > std::chrono::seconds(sessTimeOut)) {
-        *session = {};
-        return nullptr;
+    if (now - session.lastUse > std::chrono::seconds(sessTimeOut)) {
+        sessions.erase(found);
+        return {};
     }
-    session->lastUse = now;
-    return &session->user;
+    session.lastUse = now;
+    return session.user;
 }
 
-void closeSession(const char *id)
+void closeSession(const std::string &id)
 {
-    Session *session = findSession(id);
-    if (session != nullptr)
-        *session = {}; // and so the oldest
+    sessions.erase(id);
 }
 
-void endSessions(const std::string &user, const char *exceptId)
+void endSessions(const std::string &user, const std::string &exceptId)
 {
-    for (Session &session : sessions)
-        if (session.user == user && (exceptId == nullptr || strcmp(session.id, exceptId) != 0))
-            session = {};
+    for (auto session = sessions.begin(); session != sessions.end();)
+        if (session->second.user == user && session->first != exceptId)
+            session = sessions.erase(session);
+        else
+            ++session;
 }

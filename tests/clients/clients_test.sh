@@ -1,9 +1,9 @@
 #!/bin/bash
-# clients_test.sh SIM WITHOUT_REBOOT CLIENTS BUILD: builds the example clients (zeep, node, php, gsoap;
+# clients_test.sh SIM PRIVATE_MNT CLIENTS BUILD: builds the example clients (zeep, node, php, gsoap;
 # one or several, as one argument) in the folder BUILD and has each call a fresh unit in both SOAP
 # versions and with both ways to authenticate. Prints a table of what was called.
 set -euo pipefail
-sim=$1 without_reboot=$2 clients=$3 build=$4
+sim=$1 private_mnt=$2 clients=$3 build=$4
 root=$(cd "$(dirname "$0")/../.." && pwd)
 examples=$root/examples/soap_clients
 operations=$(sed -n 's/^int ns__\([A-Za-z]*\)(.*/\1/p' "$root/webServer/soap/soapServ.gsoap")
@@ -26,7 +26,7 @@ ready() { # TIMES: the unit has said so that often
 start() {
   rm -rf "$work"/{state,unit.log} # the last unit was ready, too
   touch "$work/unit.log"
-  "$without_reboot" "$sim" --port "$port" --state "$work/state" >"$work/unit.log" 2>&1 & pid=$!
+  "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/unit.log" 2>&1 & pid=$!
   ready 1
 }
 stop() { # after the client's last call, which restarted the unit: still the same process

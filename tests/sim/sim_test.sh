@@ -1,8 +1,8 @@
 #!/bin/bash
-# sim_test.sh SIM REQUESTS: the reference unit as a person runs it: options, signals, restart, and
-# every example request.
+# sim_test.sh SIM PRIVATE_MNT REQUESTS: the reference unit as a person runs it: options, signals,
+# restart, its own /mnt, and every example request.
 set -euo pipefail
-sim=$1 requests=$2
+sim=$1 private_mnt=$2 requests=$3
 work=$(mktemp -d)
 pid=
 touch "$work/out" "$work/log"
@@ -15,7 +15,7 @@ has() { local all; all=$(cat); grep -q "$@" <<<"$all"; }
 fail() { echo "FAILED: $*"; cat "$work"/*; exit 1; }
 post() { curl -sS --max-time 10 -H 'Content-Type: text/xml' --data-binary "$1" "http://127.0.0.1:$port/"; }
 value() { sed -n 's/.*<return>\(.*\)<\/return>.*/\1/p'; }
-start() { : >"$work/out"; "$sim" --port "$port" --state "$work/state" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
+start() { : >"$work/out"; "$private_mnt" "$sim" --port "$port" --state "$work/state" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
 ready() { # TIMES: the unit has said so that often
   for _ in $(seq 300); do
     [ "$(grep -c 'Unit ready' "$work/out")" -lt "$1" ] || return 0
@@ -68,31 +68,44 @@ post "$(body fnPut '<binContName>coreDb</binContName><function>setLR</function><
 post "$(body thmSetTime '<inputTime>31:02:03:04:05:06</inputTime>')" >/dev/null
 post "$(body thmGetInfo '')" | value | has '^31:02:03:04:05:0' || fail "the unit's clock"
 
-if "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is no error"; fi
+if "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is no error"; fi
 grep -q "cannot listen on 127.0.0.1:$port" "$work/second" || fail "no clear message"
 
-# A bad file of points or of users is refused with its line and the reason.
+# Without the script the unit writes no /mnt but a mount with its mark: the used port shows that it starts.
+mkdir "$work/mnt"
+for expected in "/mnt is not a unit's own" "cannot listen"; do
+  if unshare $([ "$(id -u)" -eq 0 ] || echo --map-root-user) --mount sh -c \
+    'mount --bind "$0" /mnt && exec "$@"' "$work/mnt" "$sim" --port "$port" 2>"$work/second"; then fail "started"; fi
+  grep -q "^sim: $expected" "$work/second" || fail "not refused: $expected"
+  [ -e "$work/mnt/simulated_unit" ] || [ -z "$(ls "$work/mnt")" ] || fail "a /mnt without the mark is written"
+  touch "$work/mnt/simulated_unit"
+done
+if "$sim" --port "$port" 2>"$work/second"; then fail "starts in the machine's /mnt"; fi
+grep -q "^sim: /mnt is not a unit's own" "$work/second" || fail "no clear message about /mnt"
+
+# A bad file of points or of users is refused with its entry and the reason.
 point='{"type": "analog", "name": "A", "value": 1}'
-while IFS='|' read -r line reason text; do
+while IFS='|' read -r entry reason text; do
   printf "%b" "$text" >"$work/bad"
-  if "$sim" --state "$work/state" --points "$work/bad" 2>"$work/second"; then fail "taken: $text"; fi
-  grep -q "bad:${line:+$line:} .*$reason" "$work/second" || fail "$text is not refused in line $line for $reason"
+  if "$private_mnt" "$sim" --state "$work/state" --points "$work/bad" 2>"$work/second"; then fail "taken: $text"; fi
+  grep -q "bad: ${entry:+entry $entry: }.*$reason" "$work/second" || fail "$text is not refused at $entry for $reason"
 done <<END
-3|syntax error|[\n$point,\n]
-1|not a list|$point
-2|not an object|[\n7]
-2|"Name" is no field|[\n${point/name/Name}]
-2|"name" is missing|[\n{"type": "analog"}]
-3|"name" is there twice|[\n{"name": "B",\n "name": "B"}]
-3|analog A is there twice|[$point,\n\n$point]
-2|"value" must be a number|[\n${point/1/'"1"'}]
-2|"type" must be|[\n${point/analog/Analog}]
-2|"seconds" must be|[\n{"type": "analog", "name": "A", "simulation": "walk", "from": 0, "to": 1, "seconds": 0}]
+1|line 3.*syntax error|[\n$point,\n]
+|not a list|$point
+2|not an object|[$point, 7]
+1|"Name" is not a field|[${point/name/Name}]
+1|'name' not found|[{"type": "analog"}]
+2|"name" is there twice|[$point, {"name": "B", "name": "B"}]
+2|analog A is there twice|[$point, $point]
+1|/value.* must be number|[${point/1/'"1"'}]
+1|"type" must be|[${point/analog/Analog}]
+1|text must have|[{"type": "analog", "name": "A", "text": "\\\\u0007"}]
+1|"seconds" must be|[{"type": "analog", "name": "A", "simulation": "walk", "from": 0, "to": 1, "seconds": 0}]
 |no points|[]
 END
 echo '[{"name": "admin", "hash": "admin", "roles": ["ADMIN"], "locked": false}]' >"$work/state/mnt/flash/security/accounts"
-if "$sim" --state "$work/state" 2>"$work/second"; then fail "a damaged file of users is taken"; fi
-grep -q 'accounts:1: "hash" must be' "$work/second" || fail "no clear message about users"
+if "$private_mnt" "$sim" --state "$work/state" 2>"$work/second"; then fail "a damaged file of users is taken"; fi
+grep -q 'state/mnt/flash/security/accounts: entry 1: "hash" must be' "$work/second" || fail "no clear message about users"
 
 # The line that the unit prints for pasting works as it stands.
 sh -c "$(grep '^curl' "$work/out" | tail -1)" | has '<return>' || fail "the printed curl line"

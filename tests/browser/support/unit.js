@@ -7,7 +7,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
 
-const { SIM, WITHOUT_REBOOT } = process.env; // set by CTest
+const { SIM, PRIVATE_MNT } = process.env; // set by CTest
 const FIRST_PORT = 20000; // below those that the system hands out by itself
 const PORTS = 9000;
 const ATTEMPTS = 5; // the port may be in use
@@ -75,7 +75,7 @@ export class Unit {
 
   async begin(port) {
     const options = ['--port', port, '--state', this.state, ...this.options];
-    this.#child = spawn(WITHOUT_REBOOT, [SIM, ...options], { stdio: ['ignore', 'pipe', 'pipe'] });
+    this.#child = spawn(PRIVATE_MNT, [SIM, ...options], { stdio: ['ignore', 'pipe', 'pipe'] });
     this.#child.stderr.setEncoding('utf8').on('data', text => this.#log += text);
     this.port = port;
     this.address = `http://127.0.0.1:${port}`;

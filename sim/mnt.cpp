@@ -1,0 +1,74 @@
+// sim/mnt.cpp: checks and fills the unit's /mnt.
+#include "mnt.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "log.h"
+#include "webServerHost.h"
+
+namespace fs = std::filesystem;
+
+static const char *const SAMPLES = SIM_FOLDER "/state";
+static const char *const LOG_FOLDER = "/mnt/flash/log";
+static const char *const LOG_FILE = "/mnt/flash/log/unit.log";
+
+// The file says that the folder may be written. It is not enough: with no mount, the folder would be
+// the machine's /mnt in spite of it. scripts/private_mnt provides both; so can a service manager.
+static bool isUnitsOwn()
+{
+    struct statx mnt;
+    return statx(AT_FDCWD, "/mnt", 0, 0, &mnt) == 0
+           && (mnt.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0
+           && access("/mnt/simulated_unit", F_OK) == 0;
+}
+
+static void copySample(const fs::directory_entry &sample)
+{
+    const fs::path to = "/" / sample.path().lexically_relative(SAMPLES);
+    if (fs::exists(fs::symlink_status(to)))
+        return;
+    if (sample.is_directory()) {
+        fs::create_directory(to);
+        return;
+    }
+    fs::copy(sample, to, fs::copy_options::copy_symlinks);
+    if (!sample.is_symlink()) // the sample may be write-protected; the copy must not be
+        fs::permissions(to, fs::perms::owner_write, fs::perm_options::add);
+}
+
+// A unit without samples is still a unit.
+static void copySamples()
+{
+    try {
+        for (const fs::directory_entry &sample : fs::recursive_directory_iterator(SAMPLES))
+            copySample(sample);
+    } catch (const fs::filesystem_error &error) {
+        sLogWarn("unit: some samples are missing: %s", error.what());
+    }
+}
+
+void openMnt()
+{
+    if (!isUnitsOwn())
+        throw std::runtime_error(
+            "/mnt is not a unit's own: start with scripts/private_mnt, or mount "
+            "a folder there that has a file simulated_unit");
+    fs::create_directories(LOG_FOLDER);
+    setLogFile(LOG_FILE);
+    sLogInfo("unit: /mnt is %s", pathForPeople("/mnt/").c_str());
+    copySamples();
+    const char *webRoot = getenv("WEB_DIR");
+    if (webRoot == nullptr || *webRoot == '\0')
+        setenv("WEB_DIR", SIM_WEB_ROOT "/", 1);
+}
+
+std::string pathForPeople(const std::string &path)
+{
+    const char *state = getenv("SIM_STATE");
+    return state == nullptr || path.compare(0, 5, "/mnt/") != 0 ? path : state + path;
+}

@@ -1,0 +1,14 @@
+// sim/mnt.h: the unit's fixed folders in /mnt, which must not be the machine's /mnt.
+#ifndef SIM_MNT_H
+#define SIM_MNT_H
+
+#include <string>
+
+// Makes the folders, fills in missing samples, begins the log file, and sets WEB_DIR unless it is
+// set. Throws if /mnt is not a unit's own. Call it before there are threads.
+void openMnt();
+
+// The path by which people find a file of the unit's /mnt: scripts/private_mnt says where it is.
+std::string pathForPeople(const std::string &path);
+
+#endif

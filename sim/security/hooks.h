@@ -1,0 +1,11 @@
+// sim/security/hooks.h: the unit's own security: users, sessions and rights, as hooks of the library.
+//
+// All of sim/security/ runs on the service thread, except for openSecurity(): nothing is locked.
+#ifndef SIM_SECURITY_HOOKS_H
+#define SIM_SECURITY_HOOKS_H
+
+// Reads the users and fills the hooks of webServer.h. Call it before the service starts. Throws when
+// the users cannot be read.
+void openSecurity();
+
+#endif
