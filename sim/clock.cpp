@@ -16,9 +16,9 @@ static const int INITIAL_SOURCE = 2; // time source of a unit that has just star
 static const uint32_t MILLISECONDS_PER_SECOND = 1000;
 static const uint32_t NANOSECONDS_PER_MILLISECOND = 1000000;
 
-// Whole seconds fit one atomic on 32-bit processors. The unit's second ends when the machine's does.
+// Whole seconds fit one atomic on 32-bit processors. A second of the unit ends with one of the machine.
 static std::atomic<time_t> shiftSeconds(0);
-static std::atomic<int> timeSource(INITIAL_SOURCE);
+static int timeSource = INITIAL_SOURCE; // service thread only
 
 void machineTime(struct timespec *now)
 {

@@ -9,22 +9,16 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <stdexcept>
 #include <unistd.h>
 
 #include "mnt.h"
 #include "plain_text.h"
+#include "require.h"
 
 using nlohmann::json;
 
 static const std::size_t MAX_TEXT_BYTES = 300;
 static const bool THROW_ERRORS = true, IGNORE_COMMENTS = true; // arguments of the parser
-
-void require(bool condition, const std::string &reason)
-{
-    if (!condition)
-        throw std::runtime_error(reason);
-}
 
 std::string textField(const json &entry, const char *field)
 {
@@ -58,19 +52,20 @@ void readEntries(const std::string &path, const std::vector<std::string> &fields
         if (event == json::parse_event_t::object_start && depth == 1) {
             ++number;
             keys.clear();
-        } else if (event == json::parse_event_t::key && !keys.insert(parsed).second) {
-            throw std::runtime_error(parsed.dump() + " is there twice");
+        } else if (event == json::parse_event_t::key) {
+            const std::string key = parsed;
+            require(keys.insert(key).second, '"' + key + "\" is there twice");
         }
         return true;
     };
     try {
         std::ifstream file(path);
         require(file.is_open(), strerror(errno));
-        const json list = json::parse(file, refuseRepeatedKeys, THROW_ERRORS, IGNORE_COMMENTS);
+        json list = json::parse(file, refuseRepeatedKeys, THROW_ERRORS, IGNORE_COMMENTS);
         number = 0;
         require(list.is_array(), "not a list: it must begin with [");
-        for (const json &listed : list) {
-            const json entry = listed; // errors name the fields of a copy without the list
+        for (json &listed : list) {
+            const json entry = std::move(listed); // errors then name its fields without the list
             ++number;
             checkFields(entry, fields);
             take(entry);

@@ -1,4 +1,5 @@
-// sim/files.h: the unit's data files: read as lists of JSON objects, written as a whole.
+// sim/files.h: the unit's data files: read as lists of JSON objects, written as a whole. All functions
+// throw, with a reason for people; see require.h.
 #ifndef SIM_FILES_H
 #define SIM_FILES_H
 
@@ -7,10 +8,6 @@
 #include <string>
 #include <sys/types.h>
 #include <vector>
-
-// The unit starts by functions that throw: what() is a reason for people. This throws it unless the
-// condition holds.
-void require(bool condition, const std::string &reason);
 
 // Reads a list of objects that have no other fields than these, and hands them to take in their order.
 // Comments begin with //. Throws the path, the entry's number from 1 and the reason; take throws the
@@ -22,8 +19,8 @@ void readEntries(const std::string &path, const std::vector<std::string> &fields
 // limited length.
 std::string textField(const nlohmann::json &entry, const char *field);
 
-// Replaces a file so that a power cut leaves the old or the new one, or throws. Uses a temporary file
-// beside it, with ".new" appended.
+// Replaces a file so that a power cut leaves the old or the new one. Uses a temporary file beside it,
+// with ".new" appended.
 void replaceFile(const std::string &path, const std::string &text, mode_t mode);
 
 #endif

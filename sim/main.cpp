@@ -11,11 +11,11 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-#include "files.h"
 #include "mnt.h"
 #include "options.h"
 #include "points.h"
 #include "reboot.h"
+#include "require.h"
 #include "security/hooks.h"
 #include "unit.h"
 #include "webServer.h"
@@ -39,7 +39,7 @@ static sigset_t setOf(std::initializer_list<int> signals)
     return set;
 }
 
-// Returns one of the signals, or -1 when the time is over. A null timeout waits without a limit.
+// Returns one of the signals, or -1 when the time is over. With a null timeout, waits without a limit.
 static int waitFor(std::initializer_list<int> signals, const struct timespec *timeout)
 {
     const sigset_t set = setOf(signals);
@@ -112,10 +112,10 @@ static void printBanner()
             break;
         }
     }
-    // What stays open after exec would hold the port, and a client would wait for ever.
+    // A descriptor that stays open would hold the port, and its client would wait for ever.
     close_range(FIRST_INHERITABLE_DESCRIPTOR, ~0U, CLOSE_RANGE_CLOEXEC);
-    waitFor({RESTART_SIGNAL}, &NO_TIME); // a second wish is granted by the same restart
-    // Blocked and pending signals stay so. An emulated program names the one that starts it.
+    waitFor({RESTART_SIGNAL}, &NO_TIME); // one restart is enough for two requests
+    // Blocked signals stay blocked, and pending ones stay pending. SIM_PROGRAM starts an emulated unit.
     const char *starter = getenv("SIM_PROGRAM");
     execv(starter == nullptr ? "/proc/self/exe" : starter, argv);
     sLogErr("unit: cannot restart: %s", strerror(errno));
@@ -124,7 +124,7 @@ static void printBanner()
 
 int main(int argc, char **argv)
 {
-    // Before there are threads, so that all inherit it and only this one gets the signals.
+    // Every thread inherits this mask, so that only this one takes the signals.
     const sigset_t signals = setOf({SIGINT, SIGTERM, RESTART_SIGNAL, BIND_FAILED_SIGNAL});
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, sigpipe_handle);

@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "log.h"
+#include "require.h"
 #include "webServerHost.h"
 
 namespace fs = std::filesystem;
@@ -17,8 +17,9 @@ static const char *const SAMPLES = SIM_FOLDER "/state";
 static const char *const LOG_FOLDER = "/mnt/flash/log";
 static const char *const LOG_FILE = "/mnt/flash/log/unit.log";
 
-// The file says that the folder may be written. It is not enough: with no mount, the folder would be
-// the machine's /mnt in spite of it. scripts/private_mnt provides both; so can a service manager.
+// Any mount on /mnt will do if it holds the file: by the file its owner says that a unit may write there.
+// Without a mount it would be the machine's own folder. scripts/private_mnt provides both; a service
+// manager can do the same.
 static bool isUnitsOwn()
 {
     struct statx mnt;
@@ -54,10 +55,9 @@ static void copySamples()
 
 void openMnt()
 {
-    if (!isUnitsOwn())
-        throw std::runtime_error(
-            "/mnt is not a unit's own: start with scripts/private_mnt, or mount "
-            "a folder there that has a file simulated_unit");
+    require(isUnitsOwn(),
+            "/mnt is not a unit's own: start with scripts/private_mnt, or mount a folder "
+            "there that has a file simulated_unit");
     fs::create_directories(LOG_FOLDER);
     setLogFile(LOG_FILE);
     sLogInfo("unit: /mnt is %s", pathForPeople("/mnt/").c_str());

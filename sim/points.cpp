@@ -8,6 +8,7 @@
 #include <set>
 
 #include "files.h"
+#include "require.h"
 
 using nlohmann::json;
 

@@ -27,7 +27,7 @@ static const std::size_t VALUE_TEXT_SIZE = 312; // what x_readData may write, wi
 
 enum ReadStatus { READ_DONE = 0, READ_NO_POINT = 1, READ_ERROR = 2, READ_NO_TYPE = 3 };
 
-// Of forcing and blocking. 1 is missing: it tells the client that local control refused it.
+// Of forcing and blocking. 1 is missing: the library answers it for local control.
 enum WriteStatus {
     WRITE_DONE = 0,
     WRITE_NO_TYPE = 2,
@@ -127,8 +127,8 @@ static ReadStatus read(const char *type, const char *name, const char *format, c
     return print(*state, format, text);
 }
 
-// The whole text must be a finite number. strtod skips leading space without a word, and takes an
-// empty text for 0.
+// The whole text must be a finite number. strtod alone would skip leading space and
+// accept an empty text as 0.
 static bool parseNumber(const char *text, double *number)
 {
     if (*text == '\0' || isspace(static_cast<unsigned char>(*text)) != 0)

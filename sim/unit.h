@@ -1,4 +1,4 @@
-// sim/unit.h: the present state of the unit's points, behind the x_... functions of webServerHost.h.
+// sim/unit.h: the present state of the unit's points, which the x_... functions of webServerHost.h read and write.
 #ifndef SIM_UNIT_H
 #define SIM_UNIT_H
 

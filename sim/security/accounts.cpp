@@ -9,6 +9,7 @@
 #include "files.h"
 #include "mnt.h"
 #include "plain_text.h"
+#include "require.h"
 #include "security/password.h"
 #include "webServer.h"
 #include "webServerHost.h"
@@ -159,7 +160,7 @@ static void noteFailure(Account *account)
 const Account *checkPassword(const std::string &user, const char *password)
 {
     Account *account = findAccount(user);
-    // An unknown user takes as long as a known one, so that the time does not tell them apart.
+    // An unknown user takes as long as a known one, so that the time does not give them away.
     const bool matches = passwordMatches(password, (account ? *account : accounts.front()).hash);
     if (account == nullptr) {
         sLogWarn("security: no such user: %s", inQuotes(user).c_str());

@@ -2,6 +2,7 @@
 #include "security/hooks.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -14,7 +15,8 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-static const int REFUSED = -1; // in place of a level
+static const int REFUSED = -1;                 // in place of a level
+static const std::size_t SESSION_ID_SIZE = 80; // the library has room for so many bytes
 
 // ---- Login and sessions ------------------------------------------------------------------------
 
@@ -27,8 +29,8 @@ static int verifyLogin(const char *user, const char *password, char *sessionId)
     sLogInfo("security: logs in, level %d: %s", level, inQuotes(user).c_str());
     try {
         if (level >= WS_LEVEL_READ)
-            strcpy(sessionId, openSession(account->name).c_str()); // has room for 80 bytes
-    } catch (const std::exception &error) {                        // a login without a session's id
+            snprintf(sessionId, SESSION_ID_SIZE, "%s", openSession(account->name).c_str());
+    } catch (const std::exception &error) { // a login without a session's id
         sLogErr("security: %s", error.what());
     }
     return level;

@@ -5,7 +5,7 @@
 #include <crypt.h>
 #include <cstring>
 
-#include "files.h"
+#include "require.h"
 
 static const char *const METHOD = "$y$"; // yescrypt
 static const unsigned long DEFAULT_COST = 0;

@@ -35,7 +35,7 @@ std::string openSession(const std::string &user)
                                         [](const auto &one, const auto &other) {
                                             return one.second.lastUse < other.second.lastUse;
                                         }));
-    const std::string id = newId();
+    std::string id = newId();
     sessions[id] = {user, Clock::now()};
     return id;
 }

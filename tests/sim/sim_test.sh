@@ -32,8 +32,8 @@ stop() { # SIGNAL: the unit must end with status 0
 "$sim" --help | has -- --web-root || fail "--help"
 ! "$sim" --port 70000 >/dev/null 2>&1 || fail "a port out of range is accepted"
 
-start # and stop as soon as the program has taken charge of its signals: it catches SIGPIPE last. What
-      # it blocks would not tell: while it waits for a signal, that one shows as not blocked.
+start # and stop as soon as the program has prepared its signals: it catches SIGPIPE last. The blocked
+      # ones do not show this: while it waits for a signal, that one counts as not blocked.
 for _ in $(seq 1000); do
   grep -qx sim "/proc/$pid/comm" && grep -q 'SigCgt:.*[13579bdf]...$' "/proc/$pid/status" && break
 done
@@ -68,7 +68,7 @@ post "$(body fnPut '<binContName>coreDb</binContName><function>setLR</function><
 post "$(body thmSetTime '<inputTime>31:02:03:04:05:06</inputTime>')" >/dev/null
 post "$(body thmGetInfo '')" | value | has '^31:02:03:04:05:0' || fail "the unit's clock"
 
-if "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is no error"; fi
+if "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is not an error"; fi
 grep -q "cannot listen on 127.0.0.1:$port" "$work/second" || fail "no clear message"
 
 # Without the script the unit writes no /mnt but a mount with its mark: the used port shows that it starts.

@@ -1,5 +1,5 @@
-// scripts/dialog.js: the one dialog: says what is about to happen, asks for what is missing, and
-// stays open until the unit has done it.
+// scripts/dialog.js: the one dialog. It says what will happen, asks for missing values, and stays open
+// until the unit has done it.
 'use strict';
 
 const dialog = (() => {
@@ -31,13 +31,13 @@ const dialog = (() => {
     return Object.fromEntries([...inputs].map(input => [input.name, input.value]));
   }
 
-  // What it tells of the unit may change while it is open.
+  // What it shows of the unit may change while it is open.
   function update() {
     if (element.open)
       page.write(page.byId('dialog-text'), question.text(values()));
   }
 
-  // Shows what would happen with what is entered, or why nothing can.
+  // Shows what the entered values would do, or why they cannot be used.
   function review() {
     const entered = values();
     const objection = question.objection ? question.objection(entered) : '';
@@ -51,7 +51,7 @@ const dialog = (() => {
     element.toggleAttribute('data-busy', busy);
   }
 
-  // A good outcome closes the dialog, a bad one stays to be read.
+  // A good outcome closes the dialog; a bad one stays open so that it can be read.
   async function submit(event) {
     event.preventDefault();
     if (confirm.disabled)

@@ -1,5 +1,5 @@
-// scripts/files.js: shows files of the unit, as text: it sends them as pages, and a browser would
-// interpret them.
+// scripts/files.js: shows files of the unit as text. The unit sends them as pages, which a browser
+// would interpret.
 'use strict';
 
 const files = (() => {
@@ -11,10 +11,10 @@ const files = (() => {
     ['Head unit', '/privatedata/modules/0-HU/module.xml'],
   ];
   const MAX_NAME = 100;
-  const READABLE = /\.(xml|xsd|wsdl|json|svg|html?|css|js)$/i; // other endings the unit refuses
+  const READABLE = /\.(xml|xsd|wsdl|json|svg|html?|css|js)$/i; // the unit refuses other endings
   let shown = { path: '', text: '' };
 
-  // Empty when it can be a file of the unit.
+  // Returns an empty text for a possible file of the unit, else the reason.
   function nameObjection(name) {
     if (!/^[\w-][\w.-]*$/.test(name) || name.length > MAX_NAME)
       return `A name has up to ${MAX_NAME} letters, digits, ".", "-" and "_", and does not begin `
@@ -32,7 +32,7 @@ const files = (() => {
     page.byId('file-view').scrollIntoView({ block: 'nearest' });
   }
 
-  // Null: the unit is there and the session lives, but it does not give the file.
+  // Returns null when the unit answers and the session lives, but the unit does not send the file.
   async function read(path) {
     try {
       return await link.get(path);
@@ -61,7 +61,7 @@ const files = (() => {
     const name = page.byId('view-name').value.trim();
     let objection = nameObjection(name);
     if (objection === '' && !READABLE.test(name))
-      objection = 'The unit gives files that end in .xml, .xsd, .wsdl, .json, .svg, .htm, .html, .css '
+      objection = 'The unit shows files that end in .xml, .xsd, .wsdl, .json, .svg, .htm, .html, .css '
         + 'or .js only.';
     if (objection === '')
       view(page.byId('view-folder').value + name);

@@ -1,4 +1,4 @@
-// scripts/log.js: the section of the unit's log: the newest lines first, filtered.
+// scripts/log.js: the section that shows the unit's log, filtered, with the newest lines first.
 'use strict';
 
 (() => {
@@ -6,7 +6,7 @@
   const REFRESH_MS = 10000;
   const MAX_SHOWN = 500;
   const LINE = /^(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (ERROR|WARN|INFO|DEBUG) +(.*)$/;
-  const LEVELS = ['ERROR', 'WARN', 'INFO', 'DEBUG']; // the gravest first
+  const LEVELS = ['ERROR', 'WARN', 'INFO', 'DEBUG']; // the worst first
   let lines = []; // the newest first
   let drawn = ''; // the lines shown
 
@@ -15,7 +15,7 @@
       const [, time, level, message] = LINE.exec(line) || ['', '', '', line];
       return { line, time, level, message };
     });
-    // The unit strings its log files together in any order.
+    // The unit joins its log files in any order.
     return parsed.sort((a, b) => a.time < b.time ? -1 : a.time > b.time ? 1 : 0).reverse();
   }
 
@@ -30,7 +30,7 @@
     return element;
   }
 
-  // Leaves the same lines alone: somebody may be marking them to copy.
+  // Does not redraw the same lines: somebody may be selecting them to copy.
   function draw(shown) {
     const text = shown.map(({ line }) => line).join('\n');
     if (text === drawn)

@@ -1,21 +1,21 @@
-// scripts/main.js: starts the page behind the login, asks the unit again and again, and tells when it
-// does not answer.
+// scripts/main.js: starts the page that follows the login, polls the unit, and shows when the unit does
+// not answer.
 'use strict';
 
 const poll = (() => {
   const POLL_MS = 2000;
   const RETRY_MS = 4000;
-  const LEAST_PAUSE_MS = 200; // others want to be served, too
+  const LEAST_PAUSE_MS = 200; // leaves the unit time for other clients
   const KEEP_ALIVE_MS = 60000;
-  const REBOOT_MS = 5000; // nobody answers so soon
-  const STALE_MS = 8000; // values older than this are marked, even while an answer may still come
-  const SLOW_TURNS = 5; // what changes seldom is asked for every so many turns
+  const REBOOT_MS = 5000; // a rebooting unit does not answer sooner
+  const STALE_MS = 8000; // older values are marked, even if an answer may still come
+  const SLOW_TURNS = 5; // between two polls of what seldom changes
 
   let turn = 0;
   let aliveMs = performance.now();
   let answeredMs = performance.now();
   let lastAnswer = ''; // the time of day
-  let quietUntilMs = 0; // after a reboot was asked for
+  let quietUntilMs = 0; // after a request to reboot
   let rebooting = false;
 
   function show(state, banner) {
@@ -27,7 +27,7 @@ const poll = (() => {
 
   function showOk() {
     if (document.body.dataset.connection === 'lost')
-      page.showStation(); // it may not have been told, or be another unit now
+      page.showStation(); // the name may still be unknown, or this may be another unit now
     show('ok', '');
   }
 
@@ -81,7 +81,7 @@ const poll = (() => {
       await askAll();
       answeredMs = performance.now();
       lastAnswer = new Date().toTimeString().slice(0, 8);
-      rebooting = rebooting && performance.now() < quietUntilMs; // it may answer until it goes down
+      rebooting = rebooting && performance.now() < quietUntilMs; // the unit may answer until it goes down
       if (!rebooting)
         showOk();
       ++turn;

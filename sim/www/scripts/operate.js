@@ -8,12 +8,12 @@ const operate = (() => {
   const OUTCOMES = [
     'done',
     'refused: the unit is under local control',
-    'the unit has no such type of points',
+    'the unit has no such type of point',
     'the unit has no such point',
-    'the unit does not take this value',
-    'the unit does not take these flags',
+    'the unit does not accept this value',
+    'the unit does not accept these flags',
   ];
-  let flagsObjection = ''; // once the unit has said that its database is too old
+  let flagsObjection = ''; // set when the unit says that its database is too old
 
   const nameOf = type => type === 'setPoint' ? 'set point' : type;
   const withUnit = (point, value) => point.unit === '' ? value : `${value} ${point.unit}`;
@@ -110,7 +110,7 @@ const operate = (() => {
                  after),
   };
 
-  // Which of them a point offers.
+  // The actions that a point offers.
   function actionsOf(type) {
     const main = { command: ['operate', 'Operate'], setPoint: ['set', 'Set'] }[type];
     const common = [['force', 'Force'], ['block', 'Block'], ['unblock', 'Unblock']];

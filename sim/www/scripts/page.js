@@ -1,8 +1,8 @@
-// scripts/page.js: what both pages share: no foreign frame around them, small helpers for the
-// document, and the name of the unit. Texts go in as text, never as HTML.
+// scripts/page.js: what both pages share: protection against foreign frames, small helpers for the
+// document, and the name of the unit. Texts are inserted as text, never as HTML.
 'use strict';
 
-if (window.top !== window.self) { // a click could be stolen there
+if (window.top !== window.self) { // a foreign frame could steal a click
   document.documentElement.hidden = true;
   window.stop();
 }
@@ -30,7 +30,7 @@ const page = (() => {
     return element;
   }
 
-  // Leaves the document alone when nothing changes: most cells keep their text from poll to poll.
+  // Does not touch the document when nothing changes: most cells keep their text from poll to poll.
   function write(element, text) {
     if (element.textContent !== text)
       element.textContent = text;
@@ -41,14 +41,14 @@ const page = (() => {
       element.hidden = !visible;
   }
 
-  // A message in its place; an empty text takes it away. Kinds: good, bad, wait.
+  // Shows a message in an element; an empty text removes it. Kinds: good, bad, wait.
   function tell(element, text, kind) {
     write(element, text);
     element.dataset.kind = kind || '';
     show(element, text !== '');
   }
 
-  // The outcome of what a person did, at the foot of the page until the next one.
+  // Shows the outcome of a person's action at the foot of the page, until the next outcome.
   function report({ good, text }) {
     const time = new Date().toTimeString().slice(0, 8);
     write(byId('result-text'), `${time}  ${text}`);
@@ -56,7 +56,7 @@ const page = (() => {
     show(byId('result'), true);
   }
 
-  // The same, and beside the form that it belongs to.
+  // Shows the outcome there and beside the form that it belongs to.
   function reportAt(element, outcome) {
     tell(element, outcome.text, outcome.good ? 'good' : 'bad');
     report(outcome);
@@ -83,7 +83,7 @@ const page = (() => {
     }
   }
 
-  // Tells which unit this is, also without a session.
+  // Shows which unit this is, with or without a session.
   function showStation() {
     write(byId('address'), location.host);
     attempt(readPlace, STATION_ATTEMPTS);

@@ -1,10 +1,10 @@
-// scripts/point_table.js: the rows of the live table: made once, then updated in place.
+// scripts/point_table.js: the rows of the live table. They are made once, then updated in place.
 'use strict';
 
 const pointTable = (() => {
   const body = page.byId('points-rows');
   const head = page.byId('points-head');
-  const DECIMAL = /^([+-]?\d{1,7})(\.\d{1,6})?$/; // aligned at the point; other texts stand as they are
+  const DECIMAL = /^([+-]?\d{1,7})(\.\d{1,6})?$/; // aligned at the decimal point; other texts stay as they are
   const UNREADABLE = 'X';
   const ORDER = {
     name: (a, b) => compare(a.name, b.name),
@@ -127,7 +127,7 @@ const pointTable = (() => {
     }
   }
 
-  // Only when asked for: rows must not move under the mouse while values change.
+  // Sorts on request only: rows must not move under the mouse while values change.
   function sort(by) {
     sorting = { by, down: sorting.by === by && !sorting.down };
     const sign = sorting.down ? -1 : 1;

@@ -1,17 +1,17 @@
-// scripts/points.js: the section of points: which ones the unit has (from its list), what they read at
-// each poll, filter and count.
+// scripts/points.js: the section that shows the points: those of the unit's list, with the values of
+// each poll, a filter and a count.
 'use strict';
 
 const pointList = (() => {
   const ADDRESS = '/cfgFiles/points.xml';
   const TYPES = ['status', 'analog', 'command', 'setPoint'];
-  // With the empty format the unit gives every digit, as of values that people set. Measured ones have few.
+  // The empty format gives every digit, as people need for values that they set. Measured values need few.
   const FORMATS = { analog: '%g' };
   const MAX_NAMES = 1000; // of one request
   const NAME = /^[^[\]]+$/; // brackets separate names in a request
   const UNREAD = { value: '', quality: 'X' };
 
-  // An element as a point, or null when it is none.
+  // Returns the point that an element describes, or null if it describes none.
   function pointOf(element) {
     const text = name => element.getAttribute(name) || '';
     const point = { type: text('type'), name: text('name'), unit: text('unit'), text: text('text') };
@@ -20,11 +20,11 @@ const pointList = (() => {
     return { ...point, ...UNREAD, changed: '' };
   }
 
-  // Throws when the list cannot be used at all; what is only odd is left out and counted.
+  // Throws when the list cannot be used at all. Leaves out and counts single entries that cannot be used.
   function parse(text) {
     const xml = new DOMParser().parseFromString(text, 'text/xml');
     if (xml.querySelector('parsererror') !== null)
-      throw new Error('The list of points is damaged: it is no well-formed XML.');
+      throw new Error('The list of points is damaged: it is not well-formed XML.');
     if (xml.documentElement.localName !== 'points')
       throw new Error('The list of points is damaged: it has no element "points".');
     const elements = [...xml.documentElement.children];
@@ -40,12 +40,12 @@ const pointList = (() => {
     try {
       text = await link.get(ADDRESS);
     } catch {
-      throw new Error(`The unit does not give its list of points, ${ADDRESS}.`);
+      throw new Error(`The unit does not send its list of points, ${ADDRESS}.`);
     }
     return parse(text);
   }
 
-  // "[value|QUALITY][X|X]": what could not be read is X, and a reply may be cut.
+  // "[value|QUALITY][X|X]": X means that a point could not be read. A reply may be cut.
   function readings(text) {
     return text.slice(1, -1).split('][').map(part => {
       const bar = part.lastIndexOf('|');
@@ -65,7 +65,7 @@ const pointList = (() => {
     points.forEach((point, index) => Object.assign(point, answers[index] || UNREAD));
   }
 
-  // One request a type, and one more for each further thousand.
+  // Sends one request for each type and thousand points.
   async function readAll(points, types = TYPES) {
     for (const type of types) {
       const own = points.filter(point => point.type === type);
@@ -112,7 +112,7 @@ const points = (() => {
       pointTable.build(list);
       page.tell(page.byId('points-state'), ignored === 0 ? ''
         : `${ignored} entries of the list of points cannot be used and are left out.`, 'bad');
-      applyFilter(); // the browser may have kept it over a reload
+      applyFilter(); // the browser may keep the filter over a reload
     } catch (error) {
       failed = true;
       pointTable.build([]);
@@ -128,10 +128,10 @@ const points = (() => {
     for (const point of list)
       if (types === undefined || types.includes(point.type))
         pointTable.update(point, time);
-    dialog.update(); // it may tell one of these values
+    dialog.update(); // it may show one of these values
   }
 
-  // At each poll. A fault is told here; that the unit is away is the caller's business.
+  // Called at each poll. Shows a fault here; the caller handles a unit that does not answer.
   async function refresh() {
     if (rights.reason('read') !== '' || failed)
       return;
@@ -158,7 +158,7 @@ const points = (() => {
       await read([point.type]);
       await control.refresh();
     } catch {
-      // The action's own outcome counts; the next poll tells what is wrong.
+      // The outcome of the action is shown; the next poll shows what is wrong.
     }
     applyFilter();
   }
@@ -169,7 +169,7 @@ const points = (() => {
     failed = false;
   }
 
-  // After the unit was away: a list that could not be loaded may be there now.
+  // Called when the unit answers again: a list that could not be loaded may be there now.
   function retry() {
     failed = false;
   }

@@ -1,18 +1,18 @@
-// scripts/rights.js: what the caller may do here. What he may not is shown disabled, with the reason.
-// In the document data-needs="write" disables an element, and data-reason="write" shows why.
+// scripts/rights.js: what the user may do here. The rest is shown disabled, with the reason: in the
+// document data-needs="write" disables an element without that right, and data-reason="write" says why.
 'use strict';
 
 const rights = (() => {
   const OWN_MODE = 'Not available: the unit runs without its security module.';
 
   let mode = null; // 'host': the unit's security module decides; 'off': it has none
-  let level = null; // undefined when the unit does not tell
+  let level = null; // undefined when the unit does not report it
   let administrator = false;
   let ownLevel = null; // without the security module; asked for once, since it may be refused
 
   function levelReason(needed, what) {
     if (mode === null)
-      return 'The unit has not told your rights yet.';
+      return 'The unit has not reported your rights yet.';
     if (mode === 'off' || level >= needed)
       return '';
     return `${what} needs access level ${needed}; yours is ${level}.`;
@@ -34,7 +34,7 @@ const rights = (() => {
     administrator: administratorReason,
   };
 
-  // Empty when the caller may.
+  // Returns an empty text if the user may, else the reason.
   const reason = need => NEEDS[need]();
 
   function applyTo(root) {

@@ -1,12 +1,12 @@
-// scripts/session.js: requests in the browser's session: one after the other, and back to the login
-// when the session is over.
+// scripts/session.js: sends requests in the browser's session, one after the other, and returns to the
+// login page when the session is over.
 'use strict';
 
-// The way to the unit. It serves one request at a time, so all of them queue here; what a person asks
-// for goes before the next poll.
+// The unit serves one request at a time, so all requests queue here. A person's request goes before the
+// next poll.
 const link = (() => {
   const ANSWER_MS = 20000;
-  const SESSION_PAGE = '/session.htm'; // says nothing but that the session lives
+  const SESSION_PAGE = '/session.htm'; // its text says that the session lives
   // What the unit sends in place of an answer when the session is over, with or without a reason.
   const TO_LOGIN = /^<html>\s*<body onLoad=window\.location\.href='(\/index\.htm(?:\?u=[a-z]+)?)'/;
   const NEVER = new Promise(() => {});
@@ -30,7 +30,7 @@ const link = (() => {
     working = false;
   }
 
-  // Calls send() when it is its turn; the promise settles as that of send().
+  // Calls send() at its turn. The promise settles like the one of send().
   function inTurn(send, isPoll) {
     return new Promise((resolve, reject) => {
       (isPoll ? polls : commands).push(() => send().then(resolve, reject));
@@ -38,7 +38,7 @@ const link = (() => {
     });
   }
 
-  // Nothing more is sent from here on: the next page would cut it off.
+  // From here on nothing is sent: the next page would cut it off.
   function leaveFor(address) {
     leaving = true;
     location.assign(address);
@@ -50,8 +50,8 @@ const link = (() => {
     return match === null ? text : leaveFor(match[1]);
   }
 
-  // The text of an answer, whatever its status, without waiting for a turn. Where the unit refuses
-  // without a word, as it does for a file that is not there, this is NoAnswer, too.
+  // Returns the text of an answer with any status, without waiting for a turn. Throws NoAnswer also where
+  // the unit refuses by closing the connection, as it does for a missing file.
   async function exchange(url, options) {
     try {
       const signal = AbortSignal.timeout(ANSWER_MS);
@@ -64,7 +64,7 @@ const link = (() => {
 
   const request = (url, options, isPoll) => inTurn(() => exchange(url, options), isPoll);
 
-  // Anybody's file may look like the way to the login: only the session's own page is believed.
+  // An uploaded file may look like the page that leads to the login: only SESSION_PAGE is believed.
   async function get(url, isPoll) {
     const text = await request(url, {}, isPoll);
     if (TO_LOGIN.test(text))
@@ -81,14 +81,14 @@ const link = (() => {
   return { ANSWER_MS, NoAnswer, tooLate, inTurn, leaveFor, exchange, get, getSession, post };
 })();
 
-// Login, logout, keep-alive, and whether the session still lives.
+// Logs in and out, keeps the session alive, and finds out whether it still lives.
 const session = (() => {
   const FORM = { 'Content-Type': 'application/x-www-form-urlencoded' };
-  const FIELD_BYTES = 127; // of user and password: the unit cuts longer ones
+  const FIELD_BYTES = 127; // of user and password: the unit cuts longer texts
   const REMEMBERED = 'rtu.session'; // user and level, for display only
   const REBOOTED = 'rtu.rebooted';
-  // Of getRbacPerm.
-  const OWN_SECURITY = -1; // the library's own, with every operation for everybody
+  // An answer of getRbacPerm.
+  const OWN_SECURITY = -1; // the library's own sessions: everybody may call every operation
   const NOT_AUTHENTICATED = 2;
   const ALLOWED = 3;
 
@@ -110,8 +110,8 @@ const session = (() => {
     }
   }
 
-  // Empty when logged in, else the reason's code; '?' when the unit gave none. It waits for no turn:
-  // a lost request for the unit's name must not keep anybody out.
+  // Returns an empty text after a login, else the code of the reason, or '?' without a code. Does not wait
+  // for its turn: a lost request for the unit's name must not keep anybody out.
   async function logIn(user, password) {
     const text = await link.exchange('/index.htm', {
       method: 'POST',
@@ -129,7 +129,7 @@ const session = (() => {
 
   const verdict = async () => Number(await soap.poll('getRbacPerm'));
 
-  // The level that the unit's own session table tells; undefined when it does not find it.
+  // Returns the level in the unit's session table, or undefined if the session is not there.
   async function toldLevel() {
     try {
       return Number(await soap.poll('getUserAuth'));
@@ -140,17 +140,17 @@ const session = (() => {
     }
   }
 
-  // Without the cookie the unit sends no page, as if it were away. Its operations tell.
+  // Without the cookie the unit sends no page, as if it did not run. Its operations show the difference.
   async function isCookieGone() {
     const answer = await verdict();
     if (answer !== OWN_SECURITY)
       return answer === NOT_AUTHENTICATED;
     if (await toldLevel() !== undefined)
       return false;
-    return link.getSession().then(() => false, () => true); // the level of a living one may be missing
+    return link.getSession().then(() => false, () => true); // a live session may have no level
   }
 
-  // Goes to the login page when the session is over. Throws NoAnswer when the unit is away, or this
+  // Goes to the login page when the session is over. Throws NoAnswer when the unit does not answer or this
   // request was lost.
   async function check() {
     try {
@@ -158,7 +158,7 @@ const session = (() => {
     } catch (lost) {
       if (!await isCookieGone())
         throw lost;
-      await link.get('/index.htm', true); // is it there to go to?
+      await link.get('/index.htm', true); // throws unless the unit can send the login page
       await link.leaveFor('/index.htm?u=is');
     }
   }
@@ -170,7 +170,7 @@ const session = (() => {
     await link.leaveFor('/index.htm');
   }
 
-  // Another page of this browser has logged in, and so has changed whose session this is.
+  // Another page of this browser has logged in, so the cookie may now be that of another user.
   function onOtherLogin(act) {
     window.addEventListener('storage', event => {
       if (event.key === REMEMBERED && event.newValue !== null)

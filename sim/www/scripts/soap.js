@@ -6,7 +6,7 @@ const soap = (() => {
   const SERVICE = 'urn:soapServ';
   const HEADERS = { 'Content-Type': 'text/xml; charset=utf-8', 'SOAPAction': '""' };
 
-  class Fault extends Error {} // the unit's own "no"
+  class Fault extends Error {} // the unit answered with a fault
 
   function faultOf(element) {
     const text = textOf(element, 'faultstring') || 'fault';
@@ -28,7 +28,7 @@ const soap = (() => {
     return child === undefined ? null : child.textContent;
   }
 
-  // The result as text; null when the answer has none.
+  // Returns the result as text, or null if the answer has no result.
   function resultOf(answer, operation) {
     const xml = new DOMParser().parseFromString(answer, 'text/xml');
     const fault = xml.getElementsByTagNameNS(ENVELOPE, 'Fault')[0];
@@ -40,13 +40,13 @@ const soap = (() => {
     return textOf(response, 'return');
   }
 
-  // call('coreDbReadData', {inputType: 'analog', ...}) asks for a person, poll(...) for the page.
+  // call('coreDbReadData', {inputType: 'analog', ...}) is a person's request, poll(...) one of the page.
   async function send(operation, parameters, isPoll) {
     const answer = await link.post('/', HEADERS, envelope(operation, parameters), isPoll);
     return resultOf(answer, operation);
   }
 
-  // A result that is a number: many operations answer with a status.
+  // Returns the result as a number: many operations answer with a status.
   async function status(operation, parameters) {
     const result = await send(operation, parameters, false);
     if (result === null)
@@ -54,7 +54,7 @@ const soap = (() => {
     return Number(result);
   }
 
-  // What came of a person's action: {good, text}, as the action itself says or as it failed.
+  // Returns the outcome of a person's action as {good, text}: the action's own, or why it failed.
   async function outcomeOf(action) {
     try {
       return await action();

@@ -1,5 +1,5 @@
-// scripts/tabs.js: the sections as tabs; the address tells which one is open (#files). A section
-// loads what it shows when it is opened.
+// scripts/tabs.js: the sections as tabs. The address says which one is open (#files). A section loads
+// its contents when it is opened.
 'use strict';
 
 const tabs = (() => {
@@ -39,8 +39,8 @@ const tabs = (() => {
     goTo(list[there]);
   }
 
-  // Calls read() when a section is opened, and when the rights change meanwhile, unless the caller may
-  // not see it; the state tells a failure. Returns this for further occasions.
+  // Calls read() when a section is opened and when the rights change while it is open, unless the user
+  // may not see it. Shows a failure in the state. Returns the function that does this.
   function loading(name, need, state, read) {
     const panel = page.byId(`panel-${name}`);
 

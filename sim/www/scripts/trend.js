@@ -1,4 +1,4 @@
-// scripts/trend.js: the line of a point's last values. Only lines that can be seen are drawn.
+// scripts/trend.js: draws the last values of a point as a line. Only visible lines are drawn.
 'use strict';
 
 const trend = (() => {
@@ -41,7 +41,7 @@ const trend = (() => {
     return svg;
   }
 
-  // One point's trend: append its element, add(value or null) at each reading.
+  // The trend of one point: append its element, and call add(value or null) at each reading.
   function make(name) {
     const samples = [];
     const element = makeLine(name);

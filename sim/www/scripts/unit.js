@@ -1,14 +1,14 @@
-// scripts/unit.js: the unit itself: its clock, kept ticking between polls, whether it is under local
-// control, versions, setting the clock, reboot. In the header and in a section.
+// scripts/unit.js: the unit itself, in the header and in a section: its clock, which ticks between polls,
+// local or remote control, versions, setting the clock, and reboot.
 'use strict';
 
 const clock = (() => {
   const ANSWER = /^(\d\d):(\d\d):(\d\d):(\d\d):(\d\d):(\d\d)\|(-?\d+)$/;
   const SOURCES = new Map([['1', 'set by hand'], ['2', 'not set since the start']]);
-  const SLACK_MS = 500; // of the way to the unit
+  const SLACK_MS = 500; // a request may take so long on its way
   const TICK_MS = 250;
 
-  // The unit's local time as milliseconds, read as if it were UTC, and when this was so.
+  // The unit's local time in milliseconds, read as if it were UTC, and the moment of that reading.
   let unitMs = null;
   let seenMs = 0;
   let source = '';
@@ -17,13 +17,13 @@ const clock = (() => {
   const textOf = ms => new Date(ms).toISOString().slice(0, 19).replace('T', ' ');
   const text = () => unitMs === null ? '' : textOf(now());
 
-  // This PC's wall clock in the same form.
+  // This PC's local time in the same form.
   function pcMs() {
     const date = new Date();
     return date.getTime() - date.getTimezoneOffset() * 60000;
   }
 
-  // The answer has whole seconds: the clock is moved only when it cannot be right.
+  // The answer has whole seconds: move the clock only if it cannot be right.
   function adjust(ms) {
     const ahead = unitMs === null ? NaN : now() - ms;
     if (ahead >= -SLACK_MS && ahead < 1000 + SLACK_MS)
@@ -74,7 +74,7 @@ const control = (() => {
   ]);
   const QUESTION =
     { binContName: 'coreDb', binName: '', function: 'getLR', arg: '', timeout: 1000 };
-  let unavailable = false; // asking again would only be refused again
+  let unavailable = false; // the unit would refuse every further question
 
   function show(state, meaning) {
     for (const id of ['control', 'unit-control']) {
@@ -88,7 +88,7 @@ const control = (() => {
   async function refresh() {
     const allowed = rights.reason('write') === '';
     if (!allowed || unavailable) {
-      show('', allowed ? 'The unit does not tell.' : 'Told from access level 200 on.');
+      show('', allowed ? 'The unit does not report it.' : 'Shown from access level 200.');
       return;
     }
     try {
@@ -109,7 +109,7 @@ const control = (() => {
   const CLOCK_FIELD = /^20(\d\d)-(\d\d)-(\d\d)[T ](\d\d):(\d\d)(?::(\d\d))?$/;
   const MODES = new Map([
     ['host', 'the unit\'s security module'],
-    ['off', 'off: SOAP calls are allowed to everybody'],
+    ['off', 'off: everybody may call SOAP operations'],
   ]);
 
   function showRights() {
@@ -121,7 +121,7 @@ const control = (() => {
     page.tell(page.byId('unit-version'), await soap.call('baselineShowVer') || 'none', '');
   }
 
-  // Takes "2026-11-21T12:00:30", also without seconds.
+  // Takes "2026-11-21T12:00:30", with or without seconds.
   async function setClock(text) {
     const match = CLOCK_FIELD.exec(text);
     if (match === null)
@@ -138,7 +138,7 @@ const control = (() => {
   }
 
   async function reboot() {
-    // The unit wants a user and a password to be there, and looks at your session only.
+    // The operation needs a user and a password, but the unit only looks at the session.
     const user = session.remembered().user || 'user';
     const status = await soap.status('rtuReboot', { user, password: '' });
     if (status !== 0)

@@ -1,22 +1,22 @@
-// scripts/upload.js: sends a configuration file. The unit answers the same whether or not it could
-// write it, so the page reads the file back and compares.
+// scripts/upload.js: sends a configuration file. The unit gives the same answer whether or not it could
+// write the file, so the page reads it back and compares.
 'use strict';
 
 (() => {
-  const MAX_BYTES = 16 * 1024 * 1024 - 1024; // of a request, less the rest of the form
+  const MAX_BYTES = 16 * 1024 * 1024 - 1024; // limit of a request, minus the rest of the form
   const ELSEWHERE = ['netConfig.xml', 'userLogin.xml']; // kept in a folder that the unit may not show
-  // Of the unit's pages, where it would act in everybody's session.
+  // Endings of pages and their parts: such a file could act in the session of everybody who opens it.
   const ACTIVE = /\.(html?|js|css|svg)$/i;
   const input = page.byId('upload-file');
 
   const tell = (text, kind) => page.tell(page.byId('upload-outcome'), text, kind);
 
-  // Why a file cannot be sent; empty when it can.
+  // Returns why a file cannot be sent, or an empty text.
   function objection(name, content) {
     if (files.nameObjection(name) !== '')
       return files.nameObjection(name);
     if (ACTIVE.test(name))
-      return 'Pages, scripts, styles and drawings are no configuration.';
+      return 'Pages, scripts, styles and drawings are not configuration files.';
     if (content === '')
       return 'The file is empty.';
     if (content.includes('&'))
@@ -35,7 +35,7 @@
     }
   }
 
-  // XMLHttpRequest, because fetch does not tell how far it has come. It may take long, but not stall.
+  // Uses XMLHttpRequest, because fetch does not report its progress. Sending may take long, but not stall.
   function post(body) {
     return new Promise((resolve, reject) => {
       const request = new XMLHttpRequest();
@@ -60,15 +60,15 @@
     });
   }
 
-  const withoutMark = text => text.replace(/^\uFEFF/, ''); // reading drops a byte order mark
+  const withoutMark = text => text.replace(/^\uFEFF/, ''); // reading a file drops its byte order mark
 
   async function compare(name, content) {
     const there = files.isReadable(name) ? await files.read(`/cfgFiles/${name}`) : null;
     if (there !== null && withoutMark(there) === withoutMark(content))
       return { good: true, text: `${name} was written, and reads back as sent.` };
     if (ELSEWHERE.includes(name) || !files.isReadable(name))
-      return { good: true, text: `${name} was sent. The unit does not let it be read back, so whether `
-        + 'it was written is not known.' };
+      return { good: true, text: `${name} was sent. The unit does not let it be read back, so it is `
+        + 'not known whether it was written.' };
     return { good: false, text: `${name} was NOT written: the unit has `
       + (there === null ? 'no such file.' : 'other contents under this name.') };
   }

@@ -1,16 +1,16 @@
-// scripts/users.js: the section of users: roles, locks and passwords for an administrator, and
-// everybody's own password. The unit's security module keeps them.
+// scripts/users.js: the section of users: an administrator changes roles, locks and passwords, and
+// everybody changes the own password. The unit's security module keeps them.
 'use strict';
 
 (() => {
   const LEAST_PASSWORD_BYTES = 8;
   const MOST_PASSWORD_BYTES = 127;
-  const LIST_BYTES = 2047; // of a list of names: the unit cuts a longer one, also within a name
+  const LIST_BYTES = 2047; // the unit cuts a longer list of names, even within a name
   const OUTCOMES = new Map([
     [0, 'done'],
     [1, 'you may not do this'],
     [2, 'there is no such user'],
-    [3, 'the unit does not take this value'],
+    [3, 'the unit does not accept this value'],
     [4, 'refused, since no administrator who can log in would be left'],
     [5, 'the unit could not save it, and nothing has changed'],
     [-1, 'the unit has no user administration'],
@@ -18,7 +18,7 @@
 
   const ownName = () => page.byId('own-name').value.trim();
 
-  // Every whole name ends with a blank.
+  // Every whole name is followed by a space.
   async function names(operation, parameters) {
     const text = await soap.call(operation, parameters) || '';
     const whole = text.slice(0, text.lastIndexOf(' ') + 1);
@@ -30,7 +30,7 @@
 
   // ---- Changes ----
 
-  // Sends a change, and shows the users as they are then.
+  // Sends a change, then shows the users as the unit has them.
   async function change(what, operation, parameters) {
     const outcome = await soap.outcomeOf(async () => {
       const status = await soap.status(operation, parameters);
@@ -77,7 +77,7 @@
     for (const box of boxes)
       box.defaultChecked = checked.includes(box);
     if (document.activeElement === save)
-      boxes[0].focus(); // the keyboard's place is kept in the row
+      boxes[0].focus(); // keeps the keyboard focus in the row
     markUnsaved({ boxes, save });
   }
 
@@ -91,7 +91,7 @@
     password: askForPassword,
   };
 
-  // ---- Rows: made once, then updated: unsaved ticks and the keyboard's place stay ----
+  // ---- Rows: made once, then updated, so that unsaved ticks and the keyboard focus stay ----
 
   const entries = new Map(); // by user and roles: {user, row, boxes, save, state, lock, unlock}
 
@@ -127,7 +127,7 @@
     return entries.get(key);
   }
 
-  // A box's default is what the unit has.
+  // The default of a box is the unit's present state.
   const isUnsaved = box => box.checked !== box.defaultChecked;
 
   function markUnsaved({ boxes, save }) {
@@ -138,12 +138,12 @@
     for (const box of entry.boxes) {
       const has = own.includes(box.dataset.role);
       const checked = isUnsaved(box) ? box.checked : has;
-      Object.assign(box, { defaultChecked: has, checked }); // in this order: a default may tick, too
+      Object.assign(box, { defaultChecked: has, checked }); // in this order: setting the default may also tick the box
     }
     markUnsaved(entry);
   }
 
-  // Not known when the list of the locked users is cut: then both changes are offered.
+  // If the list of locked users is cut, the state is unknown, and both changes are offered.
   function showLock({ state, lock, unlock }, locked) {
     page.write(state, { true: 'LOCKED', false: 'open' }[locked] || 'not known');
     state.dataset.locked = locked;
@@ -164,7 +164,7 @@
   // ---- The section ----
 
   async function readUsers() {
-    const users = await names('getUsersList'); // none for who is no administrator
+    const users = await names('getUsersList'); // empty unless the user is an administrator
     const roles = await names('getRolesList');
     const locked = await names('getLockedUsers');
     const rows = [];
@@ -176,7 +176,7 @@
     }
     showRows(rows);
     page.tell(page.byId('users-state'), users.cut || locked.cut
-      ? 'There are more users than the unit can list: some are missing here, or their state is.'
+      ? 'There are more users than the unit can list: some users or their states are missing here.'
       : '', 'bad');
   }
 
@@ -199,7 +199,7 @@
     markUnsaved(entryOf(event.target.closest('tr'))));
   page.byId('users-refresh').addEventListener('click', load);
 
-  // ---- One's own password ----
+  // ---- The user's own password ----
 
   function showOwnName() {
     const { user } = session.remembered();
