@@ -2,8 +2,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <system_error>

@@ -117,7 +117,8 @@ Options readOptions(int argc, char **argv)
                    "Version that the database reports. Characters 9 and 10 are the major version; "
                    "below 10, forcing with quality is refused")
         ->capture_default_str();
-    app.add_option("--state", state, "Folder that keeps what the unit writes")
+    app.add_option("--state", state,
+                   "Folder that keeps what the unit writes; scripts/private_mnt reads it")
         ->default_str("~/.local/state/webServer-sim");
     CLI::Option *verbose = app.add_flag_callback(
         "--verbose", [] { setLogLevel(LOG_LEVEL_DETAIL); },

@@ -118,15 +118,6 @@ static ReadStatus print(const State &state, const std::string &format, char *tex
     return READ_DONE;
 }
 
-static ReadStatus read(const char *type, const char *name, const char *format, char *text)
-{
-    WriteStatus reason;
-    const State *state = find(type, name, &reason);
-    if (state == nullptr)
-        return reason == WRITE_NO_TYPE ? READ_NO_TYPE : READ_NO_POINT;
-    return print(*state, format, text);
-}
-
 // The whole text must be a finite number. strtod alone would skip leading space and
 // accept an empty text as 0.
 static bool parseNumber(const char *text, double *number)
@@ -188,7 +179,10 @@ extern "C" {
 
 int x_readData(const char *type, const char *name, const char *format, char *text)
 {
-    const ReadStatus status = read(type, name, format, text);
+    WriteStatus reason;
+    const State *state = find(type, name, &reason);
+    const ReadStatus missing = reason == WRITE_NO_TYPE ? READ_NO_TYPE : READ_NO_POINT;
+    const ReadStatus status = state == nullptr ? missing : print(*state, format, text);
     logDetail("read: %d: %s %s %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
               status == READ_DONE ? text : "");
     return status;
