@@ -15,7 +15,8 @@
 
 /* ---- What the library calls ------------------------------------------------------------------ */
 
-static void logLine(const char *level, const char *format, va_list arguments)
+__attribute__((format(printf, 2, 0))) static void logLine(const char *level, const char *format,
+                                                          va_list arguments)
 {
     fprintf(stderr, "%s ", level);
     vfprintf(stderr, format, arguments);

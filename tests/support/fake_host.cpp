@@ -73,10 +73,10 @@ void FakeHost::record(const std::string &call)
     calls_.push_back(call);
 }
 
-void FakeHost::write(char level, const std::string &line)
+void FakeHost::write(char severity, const std::string &line)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    log_ += std::string(1, level) + " " + line + "\n";
+    log_ += std::string(1, severity) + " " + line + "\n";
 }
 
 bool waitFor(const std::function<bool()> &condition)
@@ -176,7 +176,7 @@ static void writeText(char *to, const std::string &text, std::size_t size)
         memcpy(to, text.c_str(), std::min(text.size() + 1, size));
 }
 
-static void log(char level, const char *format, va_list arguments)
+[[gnu::format(printf, 2, 0)]] static void log(char level, const char *format, va_list arguments)
 {
     char line[1024];
     vsnprintf(line, sizeof line, format, arguments);

@@ -57,7 +57,7 @@ public:
     void forgetCalls();                     // and their memory
 
     void record(const std::string &call);
-    void write(char level, const std::string &line);
+    void write(char severity, const std::string &line);
 };
 
 FakeHost &host(); // the one that exists

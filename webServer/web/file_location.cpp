@@ -18,7 +18,7 @@ static const char *const PRIVATE_DATA = "/mnt";
 
 // Deliberate: four characters choose the folder, but ten are dropped ("/cfgFiles/"), so "/cfgX/abcdefg"
 // is the file "efg" of the configuration. Old links rely on it. ".." is not checked.
-static constexpr SpecialFolder SPECIAL_FOLDERS[] = {
+static const SpecialFolder SPECIAL_FOLDERS[] = {
     {"/cfg", &g_configDir,  strlen("/cfgFiles/")},
     {"/nvr", &NV_RAM,       strlen("/nvrFiles/")},
     {"/pri", &PRIVATE_DATA, 0                   },

@@ -16,8 +16,9 @@ static const char *password; // "user:password" to send in the header, or null
 
 static std::string field(struct soap *soap, const char *text)
 {
-    return soap_encode_url_string(
-        soap, soap_s2base64(soap, (const unsigned char *)text, nullptr, (int)strlen(text)));
+    return soap_encode_url_string(soap,
+                                  soap_s2base64(soap, reinterpret_cast<const unsigned char *>(text),
+                                                nullptr, static_cast<int>(strlen(text))));
 }
 
 // Logs in as a browser does. gSOAP misreads the cookie's empty Domain, so this sets the cookie
@@ -77,10 +78,10 @@ static void check(const char *what, const char *pattern, const std::string &outc
     ++checks;
 }
 
-// CHECK(operation, pattern that the outcome must match, fields in the order of the WSDL...)
+// CHECK(operation, pattern that the outcome must match, soap, fields in the order of the WSDL...)
 #define CHECK(operation, pattern, ...)                                                             \
     {                                                                                              \
-        auto *request = soap_new_set__ns__##operation(unit.soap, ##__VA_ARGS__);                   \
+        auto *request = soap_new_set__ns__##operation(__VA_ARGS__);                                \
         const std::string outcome = call(unit, &soapServProxy::operation, request);                \
         check(#operation, pattern, outcome);                                                       \
         called.insert(#operation);                                                                 \
@@ -95,8 +96,9 @@ int main(int argc, char **argv)
     const char *version = argv[2], *authentication = argv[3];
     // Texts are UTF-8. A message is sent as a whole, with its length.
     soapServProxy unit(argv[1], SOAP_C_UTFSTRING | SOAP_IO_STORE);
+    struct soap *soap = unit.soap;
 
-    CHECK(thmGetInfo, "WebServer Error: Authentication error: ns__thmGetInfo")
+    CHECK(thmGetInfo, "WebServer Error: Authentication error: ns__thmGetInfo", soap)
     if (strcmp(authentication, "header") == 0) {
         password = "admin:admin";
     } else if (!logIn(unit, "admin", "admin")) {
@@ -105,38 +107,38 @@ int main(int argc, char **argv)
     }
 
     int off = 0, on = 1, two = 2, milliseconds = 1000;
-    CHECK(getRTU, "512Q")
-    CHECK(baselineShowVer, "sim baseline [0-9.]+")
-    CHECK(getUserAuth, "250")
-    CHECK(getRbacPerm, "3")
-    CHECK(coreDbReadData, R"([0-9.]+\|GOOD)", "analog", "FDR1_IA", "%g")
+    CHECK(getRTU, "512Q", soap)
+    CHECK(baselineShowVer, "sim baseline [0-9.]+", soap)
+    CHECK(getUserAuth, "250", soap)
+    CHECK(getRbacPerm, "3", soap)
+    CHECK(coreDbReadData, R"([0-9.]+\|GOOD)", soap, "analog", "FDR1_IA", "%g")
     CHECK(coreDbReadData,
-          "WebServer Error: Object read error: Object type analog name NONE not found", "analog",
-          "NONE", "%g")
-    CHECK(coreDbReadMultData, R"(\[[0-9.]+\|GOOD\]\[X\|X\])", "analog", "[FDR1_IA][NONE]", "%g",
-          &two)
-    CHECK(coreDbKrunchData, "0", "setPoint", "V_SETPOINT", "131.5")
-    CHECK(coreDbReadData, R"(131.5\|.*)", "setPoint", "V_SETPOINT", "")
-    CHECK(coreDbKrunchDataQuality, "0", "analog", "BUS1_FREQ", "49.5", "TEST,OLD")
-    CHECK(coreDbReadData, R"(49.5\|TEST,OLD)", "analog", "BUS1_FREQ", "%g")
-    CHECK(coreDbBlockPoint, "0", "status", "BRK1_POS", &on)
-    CHECK(coreDbReadData, R"([01]\|BLOCKED)", "status", "BRK1_POS", "%d")
-    CHECK(thmSetTime, "0", "26:11:21:13:05:00")
-    CHECK(thmGetInfo, R"(26:11:21:13:05:[0-9]+\|[0-9]+)")
-    CHECK(fnPutS, "Grüße, 東京 €", "unit", nullptr, "echo", "Grüße, 東京 €", &milliseconds)
-    CHECK(fnPut, "0", "coreDb", nullptr, "setLR", "L")
-    CHECK(fnPutS, "L", "coreDb", nullptr, "getLR", nullptr, &milliseconds)
-    CHECK(getUsersList, "admin engineer operator viewer ")
-    CHECK(getRolesList, "VIEWER OPERATOR ENGINEER ADMIN ")
-    CHECK(setUserRoles, "0", "operator", "OPERATOR VIEWER")
-    CHECK(getRolesListByUser, "OPERATOR VIEWER ", "operator")
-    CHECK(getRolesListByUser, "null", nullptr)
-    CHECK(setUserPassword, "0", "engineer", "engineer")
-    CHECK(setUserLock, "0", "viewer", &on)
-    CHECK(getLockedUsers, "viewer ")
-    CHECK(getUserLockState, "0", "viewer")
-    CHECK(setUserLock, "0", "viewer", &off)
-    CHECK(rtuReboot, "0", "", "")
+          "WebServer Error: Object read error: Object type analog name NONE not found", soap,
+          "analog", "NONE", "%g")
+    CHECK(coreDbReadMultData, R"(\[[0-9.]+\|GOOD\]\[X\|X\])", soap, "analog", "[FDR1_IA][NONE]",
+          "%g", &two)
+    CHECK(coreDbKrunchData, "0", soap, "setPoint", "V_SETPOINT", "131.5")
+    CHECK(coreDbReadData, R"(131.5\|.*)", soap, "setPoint", "V_SETPOINT", "")
+    CHECK(coreDbKrunchDataQuality, "0", soap, "analog", "BUS1_FREQ", "49.5", "TEST,OLD")
+    CHECK(coreDbReadData, R"(49.5\|TEST,OLD)", soap, "analog", "BUS1_FREQ", "%g")
+    CHECK(coreDbBlockPoint, "0", soap, "status", "BRK1_POS", &on)
+    CHECK(coreDbReadData, R"([01]\|BLOCKED)", soap, "status", "BRK1_POS", "%d")
+    CHECK(thmSetTime, "0", soap, "26:11:21:13:05:00")
+    CHECK(thmGetInfo, R"(26:11:21:13:05:[0-9]+\|[0-9]+)", soap)
+    CHECK(fnPutS, "Grüße, 東京 €", soap, "unit", nullptr, "echo", "Grüße, 東京 €", &milliseconds)
+    CHECK(fnPut, "0", soap, "coreDb", nullptr, "setLR", "L")
+    CHECK(fnPutS, "L", soap, "coreDb", nullptr, "getLR", nullptr, &milliseconds)
+    CHECK(getUsersList, "admin engineer operator viewer ", soap)
+    CHECK(getRolesList, "VIEWER OPERATOR ENGINEER ADMIN ", soap)
+    CHECK(setUserRoles, "0", soap, "operator", "OPERATOR VIEWER")
+    CHECK(getRolesListByUser, "OPERATOR VIEWER ", soap, "operator")
+    CHECK(getRolesListByUser, "null", soap, nullptr)
+    CHECK(setUserPassword, "0", soap, "engineer", "engineer")
+    CHECK(setUserLock, "0", soap, "viewer", &on)
+    CHECK(getLockedUsers, "viewer ", soap)
+    CHECK(getUserLockState, "0", soap, "viewer")
+    CHECK(setUserLock, "0", soap, "viewer", &off)
+    CHECK(rtuReboot, "0", soap, "", "")
 
     check("SOAP version of the answer", version, unit.soap->version == 2 ? "1.2" : "1.1");
     printf("gsoap, SOAP %s, %s: %zu operations, %d checks\n", version, authentication,
