@@ -127,7 +127,7 @@ TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
         EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("<return>512Q</return>"));
         const std::string listening =
             "webServer: Listening address 127.0.0.1:" + std::to_string(service.port()) + "\n";
-        expected += "I " + listening + closing;
+        expected.append("I ").append(listening).append(closing);
         printed += listening;
     }
     EXPECT_EQ(printed, testing::internal::GetCapturedStdout());
@@ -298,7 +298,7 @@ TEST(Service, DropsWhatIsNoRequestAndWhatCostsTooMuch)
                 testing::Not(HasSubstr("512Q")));
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ("", talk(service.port(), "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n5;"
-                                           + std::string(40 << 20, 'x')));
+                                           + std::string(40U << 20, 'x')));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
     EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
 }
@@ -319,7 +319,8 @@ TEST(Service, SkipsElementsThatAreNoFieldsHoweverTheyNestAndRefer)
             const std::string own = id + "i" + std::to_string(i) + "'";
             nested += "<n:fnPut" + own + ">";
             ends += "</n:fnPut>";
-            references += "<d:int" + own + ref + "i" + std::to_string(i + 1) + "'/>";
+            references.append("<d:int").append(own).append(ref);
+            references.append("i" + std::to_string(i + 1) + "'/>");
         }
         references += "<d:int" + id + "i5000'>1</d:int>";
         std::string behind = envelope("getRTU", "", soap12);
@@ -344,7 +345,7 @@ TEST(Service, LimitsTheSizeOfARequestAndItsProcessorTime)
     fake.cpuSecondsPerLook = 0;
     EXPECT_THAT(service.post(envelope("fnPut", pieces)), HasSubstr("200 OK"));
     fake.forgetCalls();
-    const std::string value(17 * 1024 * 1024, 'x');
+    const std::string value(17U << 20, 'x');
     const std::string reply = service.post(envelope("fnPut", "<arg>" + value + "</arg>"));
     EXPECT_THAT(reply, testing::Not(HasSubstr("200 OK")));
     EXPECT_TRUE(fake.calls().empty());

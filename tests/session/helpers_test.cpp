@@ -289,7 +289,7 @@ TEST(SendFolder, IsACompleteTextResponseOrNone)
         EXPECT_EQ(content, out.str().substr(out.str().find("\r\n\r\n") + 4)) << folder;
         soap_end(soap.get());
     }
-    std::ofstream("/mnt/folder/empty.log");
+    std::ofstream("/mnt/folder/empty.log") << "";
     std::ostringstream out;
     soap->os = &out;
     EXPECT_EQ(0, copy_folder(soap.get(), "/mnt/folder", ".log.1"));

@@ -108,7 +108,7 @@ static Reply serve(const std::string &request)
     soap->os = &out;
     soap_serve(soap.get());
     const char *fault = soap->fault == nullptr ? nullptr : *soap_faultstring(soap.get());
-    const Reply reply = {out.str(), fault == nullptr ? "" : fault};
+    Reply reply = {out.str(), fault == nullptr ? "" : fault};
     soap_destroy(soap.get());
     soap_end(soap.get());
     soap_done(soap.get());
@@ -163,8 +163,9 @@ class SoapCases : public Dialect {
             for (const bool reversed : {false, true}) {
                 std::string children = reversed ? "<stranger>x</stranger>" : "";
                 for (const auto &[name, value] : request.fields) {
-                    const std::string child = "<" + name + ">" + escaped(value) + "</" + name + ">";
-                    children = reversed ? child + children : children + child;
+                    std::string child = "<" + name + ">";
+                    child.append(escaped(value)).append("</").append(name).append(">");
+                    children.insert(reversed ? 0 : children.size(), child);
                 }
                 FakeHost fake;
                 installSecurityHooks();

@@ -24,7 +24,7 @@ Lines split(const std::string &text, const std::string &separator)
 std::string takeWord(std::string *text)
 {
     const std::size_t end = text->find(' ');
-    const std::string word = text->substr(0, end);
+    std::string word = text->substr(0, end);
     text->erase(0, end == std::string::npos ? end : end + 1);
     return word;
 }

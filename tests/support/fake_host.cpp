@@ -1,6 +1,7 @@
 // tests/support/fake_host.cpp: a host under a test's control; nothing reboots, and waiting is short.
 #include "support/fake_host.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdarg>
 #include <cstring>
@@ -248,7 +249,7 @@ int appUserVerify(Text user, Text password, char *sessionId)
 {
     recorded(__func__, {user, password, sessionId == nullptr ? "local" : "host"});
     if (sessionId != nullptr)
-        memcpy(sessionId, host().sessionId.data(), host().sessionId.size());
+        std::copy(host().sessionId.begin(), host().sessionId.end(), sessionId);
     return host().level;
 }
 

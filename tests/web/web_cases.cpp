@@ -1,7 +1,6 @@
 // tests/web/web_cases.cpp: the browsers' cases: every section is a series of requests to one service.
 #include <algorithm>
 #include <arpa/inet.h>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -9,7 +8,6 @@
 #include <optional>
 #include <sstream>
 #include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -17,7 +15,7 @@
 #include "core/config.h"
 #include "core/hooks.h"
 #include "core/serve_loop.h"
-#include "core/service_thread.h"
+#include "gsoap/context.h"
 #include "net/connections.h"
 #include "session/lockout.h"
 #include "session/session_table.h"
@@ -144,19 +142,6 @@ static Check readExpected(std::string text)
     if (kind == "relogin")
         return readReply("200", "text/html " + reLoginPage(text));
     return readReply(kind, text);
-}
-
-// The library names the thread and blocks SIGPIPE in it. This thread outlives the case: other tests look for
-// the name, and their service threads inherit the signals.
-static void initiate(struct soap *soap)
-{
-    char name[16];
-    sigset_t blocked;
-    prctl(PR_GET_NAME, name);
-    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
-    ws_soap_initiate(soap);
-    prctl(PR_SET_NAME, name);
-    pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
 }
 
 class WebCases : public Dialect {
@@ -332,8 +317,9 @@ public:
         readConfiguration();
         for (const auto &entry : fs::directory_iterator("/mnt"))
             fs::remove_all(entry);
+        fs::create_directories("/mnt/bf/webFiles");
         freshHost();
-        initiate(soap_.get());
+        initContext(soap_.get());
         require(openService(soap_.get()) != -1, "the service does not start");
         send_ = soap_->fsend;
         soap_->fsend = [](struct soap *soap, const char *data, std::size_t size) {
