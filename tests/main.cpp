@@ -1,6 +1,6 @@
-// tests/main.cpp: runs the tests that are written in C++ and those that are written as cases, with a
-// /mnt of their own, since the unit's fixed folders belong to the machine, and with a loopback network
-// of their own, since other tests listen at the same time.
+// tests/main.cpp: runs the tests that are written in C++ and those that are written as cases. They get a private
+// /mnt, since the unit's fixed folders belong to the machine, and a private loopback network, since other
+// tests listen at the same time.
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -47,9 +47,10 @@ int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
     registerCases("soap", makeSoapDialect);
-    registerCases("web", makeWebDialect);
+    for (const char *folder : {"web", "session"})
+        registerCases(folder, makeWebDialect);
     if (!GTEST_FLAG_GET(list_tests) && (!leaveMachine() || !raiseLoopback())) {
-        perror("no /mnt and no loopback network of the tests' own");
+        perror("no private /mnt or loopback network");
         return 1;
     }
     return RUN_ALL_TESTS();

@@ -1,19 +1,19 @@
 #!/bin/bash
-# check_symbols.sh LIBRARY RUNTIME LISTS NM: compares what the library exports to hosts, imports from
+# check_symbols.sh LIBRARY GSOAP LISTS NM: compares what the library exports to hosts, imports from
 # them and links with the lists in the repository.
 set -euo pipefail
-library=$1 runtime=$2 lists=$3 nm=$4
+library=$1 gsoap=$2 lists=$3 nm=$4
 export LC_ALL=C
 
 defined=$("$nm" -D --defined-only "$library" | awk '{print $NF}' | sort)
 undefined=$("$nm" -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | sort)
-runtimeNeeds=$("$nm" -D --undefined-only "$runtime" | awk '{print $2}' | sort)
-runtimeGives=$("$nm" -D --defined-only "$runtime" | awk '{print $NF}' | sort)
+gsoapNeeds=$("$nm" -D --undefined-only "$gsoap" | awk '{print $2}' | sort)
+gsoapGives=$("$nm" -D --defined-only "$gsoap" | awk '{print $NF}' | sort)
 
-# What the shared gSOAP runtime calls back is visible, too, and nothing else is.
-exports=$(comm -23 <(echo "$defined") <(echo "$runtimeNeeds"))
+# The library also exports what the gSOAP library calls, and nothing else.
+exports=$(comm -23 <(echo "$defined") <(echo "$gsoapNeeds"))
 # Symbols with a version belong to the C and C++ libraries.
-imports=$(comm -23 <(echo "$undefined" | grep -v '@') <(echo "$runtimeGives"))
+imports=$(comm -23 <(echo "$undefined" | grep -v '@') <(echo "$gsoapGives"))
 links=$(readelf -d "$library" | sed -n 's/.*NEEDED.*\[\(.*\)\.so.*\]/\1/p' | sed 's/-[0-9.]*$//' | sort)
 
 diff -u "$lists/exports.txt" <(echo "$exports")

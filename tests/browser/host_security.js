@@ -22,7 +22,7 @@ after(async () => {
   await unit.stop();
 });
 
-// A test with a visitor of its own, who must leave without a complaint.
+// A test with a new visitor. It fails when the visitor has noticed an error.
 function visit(name, steps) {
   test(name, async () => {
     const visitor = await Visitor.meet(browser, unit);
@@ -31,7 +31,7 @@ function visit(name, steps) {
   });
 }
 
-// The same, at a unit of its own.
+// The same, with a new unit.
 function visitAnother(name, options, users, steps) {
   test(name, async context => {
     const another = await Unit.start(['--security', 'host', ...options], users);
@@ -42,7 +42,7 @@ function visitAnother(name, options, users, steps) {
   });
 }
 
-visit('a wrong password is told, the fifth in a row differently', async (visitor, page) => {
+visit('a wrong password is reported, and the fifth in a row in other words', async (visitor, page) => {
   await page.goto('/');
   await visitor.sees('#unit-type', '512Q');
   for (let attempt = 1; attempt <= 5; ++attempt) {
@@ -53,7 +53,7 @@ visit('a wrong password is told, the fifth in a row differently', async (visitor
   }
 });
 
-visit('an operator sees values change and writes a set point, and not what he may not', async visitor => {
+visit('an operator sees values change and writes a set point, but no command that needs more rights', async visitor => {
   await visitor.logIn('operator');
   await visitor.sees('#level', '200');
   const current = visitor.cell('FDR1_IA', 'value');
@@ -158,7 +158,7 @@ visit('an administrator takes roles, locks, and sets a password', async (visitor
   await visitor.logIn('viewer', 'a new secret');
 });
 
-visit('the clock is set, and the log tells so', async (visitor, page) => {
+visit('the clock is set, and the log shows it', async (visitor, page) => {
   await visitor.logIn('engineer');
   await visitor.openTab('unit');
   await page.fill('#clock-field', '2031-02-03T04:05:06');
@@ -214,7 +214,7 @@ visitAnother('a sixth login is refused', [], CROWD, async (visitor, crowded) => 
   await visitor.sees('#message', 'Too many people');
 });
 
-visitAnother('a service that stops is told, and its return', [], undefined, async (visitor, stopped) => {
+visitAnother('the page reports that the service has stopped, and that it is back', [], undefined, async (visitor, stopped) => {
   await visitor.logIn('viewer');
   await stopped.end();
   await visitor.sees('#banner', 'does not answer');

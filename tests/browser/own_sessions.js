@@ -15,7 +15,7 @@ after(async () => {
   await unit.stop();
 });
 
-test('from a wrong password to the logout, without a complaint', async context => {
+test('from a wrong password to the logout, without an error', async context => {
   const visitor = await Visitor.meet(browser, unit);
   const { page } = visitor;
 
@@ -73,7 +73,7 @@ test('an ended session leads back to the login', async () => {
   await visitor.leave();
 });
 
-// The unit tells of its old database by a fault, which the browser reports as well.
+// The unit reports its old database with a fault, which the browser reports as an error.
 test('an old database does not force with flags, and the page says so', async () => {
   const visitor = await Visitor.meet(browser, unit);
   await visitor.logIn('admin');

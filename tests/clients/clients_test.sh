@@ -24,7 +24,7 @@ ready() { # TIMES: the unit has said so that often
   fail "the unit is not ready"
 }
 start() {
-  rm -rf "$work"/{state,unit.log} # the last unit was ready, too
+  rm -rf "$work"/{state,unit.log} # or ready() would find the line of the last unit
   touch "$work/unit.log"
   "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/unit.log" 2>&1 & pid=$!
   ready 1
@@ -71,7 +71,7 @@ for client in $clients; do
   done
 done
 
-cells() { # FIRST COMMAND...: a row of the table, with what the command tells of each client
+cells() { # FIRST COMMAND...: a row of the table, with what the command prints for each client
   printf '| %s |' "$1"
   for client in $clients; do printf ' %s |' "$("${@:2}")"; done
   echo

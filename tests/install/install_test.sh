@@ -26,7 +26,7 @@ esac
 export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name libwebServer.so)"):${LD_LIBRARY_PATH-}
 
 # It must not reach the system's own: a failed bind calls them.
-[ "$(${NM-nm} -D --defined-only "$host" | grep -cE ' (reboot|sync)$')" -eq 2 ] || fail "no reboot() of its own"
+[ "$(${NM-nm} -D --defined-only "$host" | grep -cE ' (reboot|sync)$')" -eq 2 ] || fail "the host does not define reboot() and sync()"
 
 port=$((20000 + $$ % 9000))
 # shellcheck disable=SC2086

@@ -68,7 +68,7 @@ post "$(body fnPut '<binContName>coreDb</binContName><function>setLR</function><
 post "$(body thmSetTime '<inputTime>31:02:03:04:05:06</inputTime>')" >/dev/null
 post "$(body thmGetInfo '')" | value | has '^31:02:03:04:05:0' || fail "the unit's clock"
 
-if "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is not an error"; fi
+if "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is not reported"; fi
 grep -q "cannot listen on 127.0.0.1:$port" "$work/second" || fail "no clear message"
 
 # Without the script the unit writes no /mnt but a mount with its mark: the used port shows that it starts.

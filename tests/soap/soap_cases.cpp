@@ -156,7 +156,7 @@ class SoapCases : public Dialect {
     }
 
     // Sends the request in both versions, its fields in order and reversed among strangers. Every request
-    // meets a host of its own.
+    // meets a fresh host.
     void send(const Request &request, const Expected &expected, const std::string &refusal) const
     {
         for (const bool soap12 : {false, true})

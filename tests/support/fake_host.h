@@ -24,7 +24,7 @@ public:
 
     // What the host answers.
     int verdict = WS_ALLOWED;
-    int status = 0;                        // of every function without an answer of its own below
+    int status = 0;                        // of every function that has no result below
     std::string point;                     // the text of every point; "@" stands for its name
     int readResult = 0;                    // of every point but "bad", which is not found
     std::function<int(char *text)> onRead; // instead of these two
@@ -42,7 +42,7 @@ public:
     std::size_t noRoom = 0;         // nobody gets memory of exactly this size
     int createError = 0;            // of a thread; 0: it works
     int detachError = 0;            // although it works
-    bool noTime = false;            // mktime cannot tell the time
+    bool noTime = false;            // mktime fails
     int cpuSecondsPerLook = 0;      // that the thread's processor-time clock moves by itself
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry

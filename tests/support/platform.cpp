@@ -1,5 +1,5 @@
-// tests/support/platform.cpp: the platform's calls that a test must not let through, cannot wait for
-// or wants to fail. Linked into the program, they win over the system's and the runtime's.
+// tests/support/platform.cpp: the platform's functions that must not run in a test, or would take too long, or
+// must fail. They are linked into the program and so replace those of the system and of gSOAP.
 #include <cstdlib>
 #include <cstring>
 #include <ctime>

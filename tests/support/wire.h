@@ -27,8 +27,8 @@ int listenOn(int port);
 // A connected socket, from the given address of the loopback network; -1 when nobody listens.
 int connectTo(int port, const std::string &from = "127.0.0.1");
 
-// Sends bytes and returns all that comes back until the connection ends. Hanging up means to end the
-// sending side behind them.
+// Sends bytes and returns all that comes back until the connection ends. With hangUp, the client also ends its
+// sending side after the bytes.
 std::string talk(int port, const std::string &bytes, const std::string &from = "127.0.0.1",
                  bool hangUp = false);
 

@@ -40,7 +40,7 @@ TEST(Unescape, ReadsTwoDigitsAndNeverPastTheEnd)
     EXPECT_EQ('\xFF', x2c("fF"));
 }
 
-TEST(PathUtils, TranslateReplaceAndVet)
+TEST(PathUtils, TranslatesReplacesAndChecks)
 {
     static const char *const REPLACED[][4] = {
         {"aVVbVV", "VV", "Y", "aYbY"}, {"aXb", "X", "long", "alongb"}, {"VVV", "VV", "Y", "YV"},

@@ -1,4 +1,4 @@
-// unit.js: a reference unit of its own for a test, on a free port of the loopback address.
+// unit.js: a new reference unit for a test, on a free port of the loopback address.
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdir, mkdtemp, rm, writeFile } from 'node:fs/promises';

@@ -7,7 +7,7 @@ import { chromium } from 'playwright-core';
 const { SCREENSHOTS } = process.env; // a folder; set by CTest
 const PATIENCE_MS = 15000;
 
-// No sandbox, for root's sake, and no company of its own on the network.
+// Without a sandbox, since root has none, and without the browser's own network traffic.
 const FLAGS = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
@@ -62,7 +62,7 @@ export class Visitor {
   }
 
   async logIn(user, password) {
-    await this.page.goto('/', { waitUntil: 'networkidle' }); // the icon, too
+    await this.page.goto('/', { waitUntil: 'networkidle' }); // waits for the icon as well
     await this.submitLogin(user, password);
     await this.page.waitForURL('**/QOPweb.htm*');
     await this.sees('#connection', 'Connected');

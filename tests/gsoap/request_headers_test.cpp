@@ -1,4 +1,4 @@
-// tests/http/request_headers_test.cpp: what a gate finds in the context after a request's header lines.
+// tests/gsoap/request_headers_test.cpp: what a gate finds in the context after a request's header lines.
 #include <gtest/gtest.h>
 #include <memory>
 #include <sstream>

@@ -1,0 +1,107 @@
+// tests/http/http_test.cpp: what soap and web share of a request and of a reply.
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+#include <stdsoap2.h>
+#include <string>
+
+#include "http/accept.h"
+#include "http/client_address.h"
+#include "http/form_plugin.h"
+#include "http/send_file.h"
+#include "support/fake_host.h"
+#include "webServer.h"
+
+TEST(ClientInfo, KnowsTheMethodOfTheRequestLineOrOfGsoap)
+{
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    const struct {
+        const char *line;
+        int status, verb;
+    } cases[] = {{"GET / HTTP", SOAP_POST, 0}, {"POST / HTTP", SOAP_GET, 1}, {"PUT /", SOAP_GET, 0},
+                 {"", SOAP_POST, 1},           {"", SOAP_PUT, -1},           {"GETX", 0, -1}};
+    for (const auto &row : cases) {
+        strcpy(soap->msgbuf, row.line);
+        soap->status = row.status;
+        EXPECT_EQ(row.verb, getHTTPVerb(soap.get())) << row.line;
+    }
+    EXPECT_EQ(nullptr, httpGetIp(nullptr));
+    httpClearIp(nullptr);
+}
+
+TEST(ClientInfo, KnowsWhatTheClientAccepts)
+{
+    FakeHost fake;
+    struct soap *soap = soap_new();
+    const auto parser = soap->fparsehdr;
+    fake.noRoom = 4 * sizeof(void *);
+    EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
+    EXPECT_EQ(parser, soap->fparsehdr) << "without memory the plug-in stays out";
+    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
+    soap_free(soap);
+
+    soap = soap_new();
+    fake.noRoom = 0;
+    EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
+    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
+    static const struct {
+        const char *accept;
+        int result;
+    } CASES[] = {{"text/html, application/xml, application/json", ACCEPT_JSON},
+                 {"text/plain;q=0.5, application/xml", ACCEPT_XML},
+                 {"text/html, */*", ACCEPT_HTML},
+                 {"*/*, text/plain", ACCEPT_TEXT},
+                 {"image/png, */*", ACCEPT_ANY},
+                 {"TEXT/PLAIN", ACCEPT_HTML},
+                 {"", ACCEPT_HTML}};
+    for (const auto &row : CASES) {
+        EXPECT_EQ(SOAP_OK, soap->fparsehdr(soap, "Accept", row.accept));
+        EXPECT_EQ(row.result, handleHTTPAccept(soap)) << row.accept;
+    }
+    soap_end(soap);
+    soap_free(soap);
+}
+
+TEST(SendFolder, SendsAllMatchingFilesAsOneTextReply)
+{
+    FakeHost fake;
+    std::filesystem::create_directories("/mnt/folder");
+    std::ofstream("/mnt/folder/a.log.1") << "one";
+    std::ofstream("/mnt/folder/b.txt") << "two";
+    std::filesystem::create_directories("/mnt/broken");
+    std::ofstream("/mnt/broken/a.log") << "a";
+    std::filesystem::create_symlink("nowhere", "/mnt/broken/b.log");
+    std::ofstream("/mnt/broken/c.log") << "c";
+    std::string readable; // in the folder's own order
+    for (const auto &entry : std::filesystem::directory_iterator("/mnt/broken")) {
+        if (entry.is_symlink())
+            break;
+        readable += entry.path().stem();
+    }
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    const std::pair<const char *, std::string> cases[] = {{"/mnt/folder", "one"},
+                                                          {"/mnt/folder/", "one"},
+                                                          {"/mnt/missing", ""},
+                                                          {"/mnt/broken", readable}};
+    for (const auto &[folder, content] : cases) {
+        std::ostringstream out;
+        soap->os = &out;
+        EXPECT_EQ(SOAP_OK, http_copy_folder(soap.get(), folder, ".log"));
+        EXPECT_NE(std::string::npos, out.str().find("\r\nContent-Type: text/plain\r\n"));
+        EXPECT_EQ(content, out.str().substr(out.str().find("\r\n\r\n") + 4)) << folder;
+        soap_end(soap.get());
+    }
+    std::ofstream("/mnt/folder/empty.log") << "";
+    std::ostringstream out;
+    soap->os = &out;
+    EXPECT_EQ(0, copy_folder(soap.get(), "/mnt/folder", ".log.1"));
+    EXPECT_EQ(-1, copy_folder(soap.get(), "/mnt/folder", "empty"));
+    soap->fpreparesend = [](struct soap *, const char *, std::size_t) { return SOAP_EOM; };
+    EXPECT_EQ(SOAP_EOM, http_copy_folder(soap.get(), "/mnt/folder", ".log"));
+    EXPECT_EQ(SOAP_EOM, copy_file(soap.get(), "/mnt/folder/b.txt", "text/plain"));
+    EXPECT_EQ("", out.str());
+    soap_end(soap.get());
+}

@@ -1,0 +1,142 @@
+// tests/session/session_test.cpp: the table of sessions, the check of a request, and the lockout.
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+#include <stdsoap2.h>
+#include <string>
+#include <vector>
+
+#include "base/base64.h"
+#include "session/lockout.h"
+#include "session/request_check.h"
+#include "session/session_table.h"
+#include "support/fake_host.h"
+
+TEST(SessionTable, MakesIdsFromTheGeneratorAndTheTime)
+{
+    FakeHost fake;
+    fake.milliseconds = 0x1234ABCD;
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    srand(7);
+    const unsigned first = static_cast<unsigned>(rand());
+    srand(first + fake.milliseconds);
+    char expected[18];
+    snprintf(expected, sizeof expected, "%08x:1234abcd", static_cast<unsigned>(rand()));
+    srand(7);
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
+        EXPECT_EQ(slot, createSession(soap.get()));
+    unsigned char id[32];
+    httpBase64decode(g_accesstok[0].id, id, 24);
+    EXPECT_STREQ(expected, reinterpret_cast<char *>(id));
+    EXPECT_EQ(-1, createSession(soap.get())) << "full";
+    EXPECT_EQ(MAX_SESSIONS, numOfSessions);
+    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
+        clearSession(slot, soap.get());
+    soap_end(soap.get());
+}
+
+TEST(SessionTable, FindsOnlySlotsBelowTheNumberOfSessions)
+{
+    FakeHost fake;
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(i, createSession(soap.get()));
+    const std::string first = getSessionId(0);
+    EXPECT_EQ(24U, first.size());
+    EXPECT_EQ('=', first.back());
+    EXPECT_NE(first, getSessionId(1)) << "made in the same millisecond";
+    g_accesstok[2].level = 70;
+    EXPECT_EQ(70, getSessionAccessLevel(2));
+    clearSession(0, soap.get());
+    EXPECT_EQ(-1, getSessionAccessLevel(2)) << "live, but two sessions are left";
+    EXPECT_EQ(nullptr, getSessionId(2));
+    EXPECT_EQ(nullptr, getSessionId(-1));
+    EXPECT_EQ(-1, getSessionNum(nullptr));
+    EXPECT_EQ(2, getSessionNum(g_accesstok[2].id));
+    EXPECT_EQ(0, createSession(soap.get())) << "the first free slot";
+    for (int slot = 0; slot < 3; ++slot)
+        clearSession(slot, soap.get());
+    EXPECT_EQ(0, numOfSessions);
+    soap_end(soap.get());
+
+    EXPECT_EQ(5U, diffTimestamp(10, 5));
+    EXPECT_EQ(10U, diffTimestamp(5, 0xFFFFFFFBU));
+    EXPECT_EQ(4294967290U, diffTimestamp(5, 10));
+    EXPECT_EQ(0x7FFFFFFFU, diffTimestamp(0x7FFFFFFFU, 0));
+    EXPECT_EQ(0x7FFFFFFFU, diffTimestamp(0x80000000U, 0));
+}
+
+TEST(RequestCheck, TestsAndRenewsOnlyWhatTheCallerAsksFor)
+{
+    FakeHost fake;
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    std::ostringstream out;
+    soap->os = &out;
+    const int slot = createSession(soap.get());
+    soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
+    static const struct {
+        uint32_t now;
+        short refresh, checkTimeout;
+        int result;
+        uint32_t lastActivity;
+    } CASES[] = {{900000, 0, 1, 0, 0},  {900001, 0, 0, 0, 0},   {900001, 2, 0, 0, 0},
+                 {900001, 1, 1, -1, 0}, {900001, 1, -1, -1, 0}, {900002, 1, 0, 0, 900002}};
+    for (const auto &row : CASES) {
+        fake.milliseconds = row.now;
+        int found = -1;
+        EXPECT_EQ(row.result, httpCheckUser(soap.get(), row.refresh, row.checkTimeout, &found));
+        EXPECT_EQ(slot, found);
+        EXPECT_EQ(row.lastActivity, g_accesstok[slot].lastActivity) << row.now;
+        if (row.result != 0) { // the reply has taken the cookies with it
+            EXPECT_NE(std::string::npos, out.str().find("?u=to'"));
+            soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
+        }
+    }
+    clearSession(slot, soap.get());
+    EXPECT_EQ(0, numOfSessions);
+    soap_end(soap.get());
+}
+
+TEST(Lockout, CountsFailuresByAddressAndRemovesEntriesInPlace)
+{
+    FakeHost fake;
+    fake.now = 1000;
+    initAccessRetry();
+    char ann[] = "10.0.0.1", bob[] = "10.0.0.2", cid[] = "10.0.0.3";
+    for (int failure = 1; failure <= 6; ++failure)
+        EXPECT_EQ(failure < 5 ? 0 : 1, createAccessRetry(ann)) << failure;
+    EXPECT_EQ(0, createAccessRetry(bob));
+    static const struct {
+        time_t now;
+        int locked;
+    } CASES[] = {{1000, 1}, {1899, 1}, {1900, 0}, {100, 1}};
+    for (const auto &row : CASES) {
+        fake.now = row.now;
+        EXPECT_EQ(row.locked, isWaitingAccess(ann)) << row.now;
+    }
+    EXPECT_EQ(0, isWaitingAccess(bob));
+    fake.now = 1900;
+    EXPECT_EQ(0, createAccessRetry(ann));
+    EXPECT_EQ(1, g_webAccess.slots[0].failures);
+
+    removeAccessRetry(cid); // unknown
+    EXPECT_EQ(2, g_webAccess.count);
+    char *hidden = g_webAccess.slots[1].ip;
+    removeAccessRetry(ann);
+    EXPECT_EQ(-1, getAccessRetry(bob)) << "the top entry is out of sight";
+    EXPECT_EQ(-1, addAccessRetry(0)) << "a free slot";
+    EXPECT_EQ(0, createAccessRetry(cid));
+    EXPECT_EQ(1, getAccessRetry(cid));
+    free(hidden);
+    EXPECT_EQ(-1, createAccessRetry(nullptr));
+
+    std::vector<std::string> keys;
+    for (int i = 0; g_webAccess.count < 63; ++i)
+        EXPECT_EQ(0, createAccessRetry(keys.emplace_back("k" + std::to_string(i)).data()));
+    EXPECT_EQ(-1, createAccessRetry(ann)) << "full with one slot free";
+    initAccessRetry();
+    EXPECT_EQ(63, g_webAccess.count) << "only the first call empties the table";
+    for (auto &slot : g_webAccess.slots)
+        free(slot.ip);
+    g_webAccess = {};
+}
