@@ -13,6 +13,7 @@
 #include "core/config.h"
 #include "core/serve_loop.h"
 #include "core/service_thread.h"
+#include "gsoap/context.h"
 #include "support/fake_host.h"
 #include "support/wire.h"
 
@@ -177,6 +178,45 @@ TEST(Accept, FailuresAreLoggedUnlessTheServiceIsBeingClosed)
         close(client);
     }
     g_wsRunningSocket = 0;
+    soap_free(soap);
+}
+
+TEST(Memory, AHeaderLineThatFindsNoneRefusesTheRequest)
+{
+    FakeHost fake;
+    const Service service;
+    const std::string origin = "http://" + std::string(70, 'x'),
+                      line = "Origin: " + origin + "\r\n";
+    EXPECT_THAT(service.post(envelope("thmGetInfo"), line), HasSubstr("200 OK"));
+    fake.noRoom = origin.size() + 1;
+    fake.askedLevel = 0;
+    EXPECT_THAT(service.post(envelope("thmGetInfo"), line), HasSubstr("HTTP/1.1 500"));
+    EXPECT_EQ(0, fake.askedLevel) << "the gate would take it for a page of the unit";
+}
+
+// gSOAP writes to a fault, a detail and a look-aside buffer without asking whether they are there.
+TEST(Memory, FaultsNeedNoneAndDoNotOutliveTheirRequest)
+{
+    setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
+    readConfiguration();
+    FakeHost fake;
+    struct soap *soap = soap_new();
+    initContext(soap);
+    ASSERT_NE(-1, openService(soap));
+    for (const short version : {1, 2}) {
+        soap->version = version;
+        const auto *objects = soap->clist;
+        soap_receiver_fault(soap, "reason", "detail");
+        EXPECT_EQ(objects, soap->clist) << "nothing was allocated";
+        EXPECT_STREQ("detail", *soap_faultdetail(soap));
+        soap->labbuf = nullptr; // as after a failed allocation
+        soap->lablen = 1 << 20;
+        EXPECT_EQ(SOAP_OK, soap->fprepareinitsend(soap));
+        EXPECT_EQ(SOAP_OK, soap_append_lab(soap, "x", 1));
+        soap->accept_timeout = -1000; // microseconds
+        forgetRequest(soap);
+        serveConnection(soap); // writes the text of its failure to the fault
+    }
     soap_free(soap);
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ctime>
 #include <dlfcn.h>
+#include <stdsoap2.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -51,7 +52,16 @@ void *soap_malloc(struct soap *soap, size_t size)
 {
     using Function = void *(*)(struct soap *, size_t);
     static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
-    return hostExists() && host().noRoom == size ? nullptr : real(soap, size);
+    if (!hostExists() || host().noRoom != size)
+        return real(soap, size);
+    soap->error = SOAP_EOM;
+    return nullptr;
+}
+
+void *__real_malloc(size_t size);
+void *__wrap_malloc(size_t size)
+{
+    return hostExists() && host().noRoom == size ? nullptr : __real_malloc(size);
 }
 
 void *__real_calloc(size_t count, size_t size);

@@ -11,6 +11,7 @@
 #include "core/run_state.h"
 #include "gsoap/context.h"
 #include "gsoap/limits.h"
+#include "gsoap/out_of_memory.h"
 #include "gsoap/request_headers.h"
 #include "gsoap/transport.h"
 #include "http/form_plugin.h"
@@ -53,6 +54,7 @@ int openService(struct soap *soap)
     readCookieHeaders(soap, isSessionId);
     installTransport(soap);
     installLimits(soap);
+    installMemoryChecks(soap);
     return openListener(soap, g_serverAddr, g_serverPort);
 }
 

@@ -4,6 +4,7 @@
 #include <stdsoap2.h>
 
 #include "gsoap/limits.h"
+#include "gsoap/out_of_memory.h"
 
 // gSOAP delivers a body that ended early as if it were complete, so the last receive is asked.
 static char *readBody(struct soap *soap, bool chunked)
@@ -28,6 +29,7 @@ char *form(struct soap *soap)
     // Checked before gSOAP does: a length near 2^64 overflows its addition.
     const bool readable = chunked || (soap->length > 0 && soap->length <= MAX_REQUEST_BYTES);
     char *body = readable ? readBody(soap, chunked) : nullptr;
+    noteLackOfMemory(soap);
     soap->error = SOAP_OK;
     if (body == nullptr)
         return nullptr; // without soap_end_recv, which would wait for the rest of a refused body

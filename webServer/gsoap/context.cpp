@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 
 #include "gsoap/limits.h"
+#include "gsoap/out_of_memory.h"
 
 // Strings pass through unchanged, as UTF-8. Without SOAP_IO_KEEPALIVE each connection carries one
 // request.
@@ -23,6 +24,7 @@ static constexpr int MAX_COOKIES = 256; // browsers send the cookies of all port
 void initContext(struct soap *soap)
 {
     soap_init2(soap, CONTEXT_MODE, CONTEXT_MODE);
+    lendFault(soap);
 }
 
 void configureContext(struct soap *soap)
@@ -47,8 +49,10 @@ void configureContext(struct soap *soap)
 // texts and pointers below; those that point into the request's memory would dangle.
 void forgetRequest(struct soap *soap)
 {
-    soap_destroy(soap); // first: otherwise every fault leaks
+    noteLackOfMemory(soap);
+    soap_destroy(soap); // before soap_end, which would forget what it has to delete
     soap_end(soap);
+    lendFault(soap);
     soap_free_cookies(soap);
     soap->path[0] = '\0';
     soap->msgbuf[0] = '\0';
@@ -61,7 +65,7 @@ void forgetRequest(struct soap *soap)
     soap->cors_origin = soap->cors_method = soap->cors_header = nullptr;
     soap->cors_methods = soap->cors_headers = nullptr;
     soap->imode = soap->omode = CONTEXT_MODE; // sending a file changes the mode
-    if (requestWasLong())
+    if (lackedMemory() || requestWasLong())
         malloc_trim(0);
 }
 

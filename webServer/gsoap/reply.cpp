@@ -3,6 +3,8 @@
 
 #include <stdsoap2.h>
 
+#include "gsoap/out_of_memory.h"
+
 static soap_mode withoutTransfer(soap_mode mode)
 {
     return mode & ~static_cast<soap_mode>(SOAP_IO);
@@ -13,6 +15,7 @@ int endReply(struct soap *soap)
     const int error = soap->error;
     if (error == SOAP_OK)
         return soap_end_send(soap);
+    noteLackOfMemory(soap);
     sendNothing(soap);
     return error;
 }

@@ -6,12 +6,14 @@
 struct soap;
 struct Namespace;
 
+void soap_fault(struct soap *) __attribute__((weak)); // out_of_memory.cpp has the one that counts
+
 #pragma GCC visibility push(default)
 
 const char **soap_faultcode(struct soap *);
 const char **soap_faultsubcode(struct soap *);
 const char **soap_faultstring(struct soap *);
-const char **soap_faultdetail(struct soap *);
+const char **soap_faultdetail(struct soap *) __attribute__((weak)); // out_of_memory.cpp has it
 const char *soap_fault_subcode(struct soap *);
 const char *soap_fault_string(struct soap *);
 const char *soap_fault_detail(struct soap *);

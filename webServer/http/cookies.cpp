@@ -15,14 +15,20 @@ const char *sessionCookie(const struct soap *soap)
     return nullptr;
 }
 
-void setSessionCookie(struct soap *soap, const char *id)
+bool setSessionCookie(struct soap *soap, const char *id)
 {
     char value[SENT_COOKIE_SIZE];
     snprintf(value, sizeof value, "%s", id);
     // gSOAP overwrites the value of a cookie that it already has, and the browser's own might be that.
     soap_free_cookies(soap);
     // Deliberate: an empty domain, which the reply shows as "Domain=".
-    soap_set_cookie(soap, SESSION_COOKIE, value, "", "/");
-    // gSOAP sends only cookies that are marked as modified; a new one is not, and this call marks it.
-    soap_set_cookie_session(soap, SESSION_COOKIE, "", "/");
+    struct soap_cookie *cookie = soap_set_cookie(soap, SESSION_COOKIE, value, "", "/");
+    if (cookie == nullptr || cookie->name == nullptr || cookie->value == nullptr) {
+        soap_free_cookies(soap); // gSOAP would compare the name that is not there
+        return false;
+    }
+    // gSOAP sends only cookies that are marked as modified, and a new one is not.
+    cookie->modified = 1;
+    cookie->session = 1;
+    return true;
 }

@@ -10,5 +10,5 @@ constexpr char SESSION_COOKIE[] = "SESSIONID";
 const char *sessionCookie(const struct soap *soap);
 
 // Makes the reply set SESSIONID to id, of which at most 98 characters are sent. Forgets the request's
-// cookies.
-void setSessionCookie(struct soap *soap, const char *id);
+// cookies. Returns false when there is no memory for the cookie: the reply then sets none.
+bool setSessionCookie(struct soap *soap, const char *id);

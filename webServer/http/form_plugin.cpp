@@ -35,7 +35,12 @@ static int http_form_parse_header(struct soap *soap, const char *key, const char
     FormPlugin *plugin = pluginOf(soap);
     if (plugin == nullptr)
         return SOAP_PLUGIN_ERROR;
-    soap->error = plugin->parseHeader(soap, key, value);
+    soap->error = SOAP_OK;
+    const int error = plugin->parseHeader(soap, key, value);
+    // gSOAP goes on without a value that it has no memory for. A gate would take a page of another site,
+    // whose Origin is lost, for the unit's own.
+    if (error != SOAP_OK || soap->error != SOAP_EOM)
+        soap->error = error;
     if (soap->error != SOAP_OK)
         return soap->error;
     if (soap_tag_cmp(key, "Content-Type") == 0) {

@@ -46,12 +46,21 @@ static int collectFile(struct soap *soap, const char *path, const char *contentT
 
 // ---- Folders -----------------------------------------------------------------------------------
 
+// Without memory a folder cannot be listed, and must not look empty.
+static DIR *openFolder(struct soap *soap, const char *directory)
+{
+    DIR *folder = opendir(directory);
+    if (folder == nullptr && errno == ENOMEM)
+        soap->error = SOAP_EOM;
+    return folder;
+}
+
 // Calls use(path) for every entry whose name contains nameFilter, until it returns false. Returns false
 // when there is no such folder.
 template <typename Use>
-static bool forEachEntry(const char *directory, const char *nameFilter, Use use)
+static bool forEachEntry(struct soap *soap, const char *directory, const char *nameFilter, Use use)
 {
-    DIR *folder = opendir(directory);
+    DIR *folder = openFolder(soap, directory);
     if (folder == nullptr)
         return false;
     while (const struct dirent *entry = readdir(folder)) {
@@ -71,7 +80,7 @@ static bool forEachEntry(const char *directory, const char *nameFilter, Use use)
 int copy_folder(struct soap *soap, const char *directory, const char *nameFilter)
 {
     int result = -1;
-    forEachEntry(directory, nameFilter, [&](const char *path) {
+    forEachEntry(soap, directory, nameFilter, [&](const char *path) {
         const File file = openFile(path, FOR_READING);
         if (file != nullptr && sendBlocks(soap, file.get(), false) > 0)
             result = 0;
@@ -86,11 +95,13 @@ static bool sendFolderFiles(struct soap *soap, const char *contentType, const ch
 {
     FileReply reply;
     bool fits = true;
-    forEachEntry(directory, nameFilter, [&](const char *path) {
+    forEachEntry(soap, directory, nameFilter, [&](const char *path) {
         const int descriptor = openDescriptor(path);
         fits = descriptor == -1 || reply.add(descriptor);
         return descriptor != -1 && fits;
     });
+    if (soap->error == SOAP_EOM)
+        return endReply(soap) != SOAP_OK;
     if (fits)
         reply.send(soap, contentType);
     return fits;

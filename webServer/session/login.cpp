@@ -24,12 +24,11 @@ static constexpr std::size_t START_PAGE_SIZE = 254 + 1;
 struct Login {
     int level;           // what logInUser returns
     const char *refusal; // the reason code for the browser; null: the login succeeded
-    int slot;            // of the session, when there is one
 };
 
 static Login refused(int level, const char *code)
 {
-    return {level, code, -1};
+    return {level, code};
 }
 
 // Decides about a login, without a reply. The order of the questions is behaviour.
@@ -65,8 +64,13 @@ static Login tryLogin(struct soap *soap, const char *user, const char *password)
     const int slot = openSession(soap, user, level, hostId);
     if (slot == -1)
         return refused(level, "is");
+    // A browser without the cookie would be logged in, and refused everywhere.
+    if (!setSessionCookie(soap, g_accesstok[slot].id)) {
+        clearSession(slot, soap);
+        return refused(level, "is");
+    }
     removeAccessRetry(gblIpAddress);
-    return {level, nullptr, slot};
+    return {level, nullptr};
 }
 
 static void sendWelcome(struct soap *soap, int accept, int level)
@@ -88,12 +92,10 @@ int logInUser(struct soap *soap, const char *user, const char *password)
 {
     const int accept = handleHTTPAccept(soap);
     const Login login = tryLogin(soap, user, password);
-    if (login.refusal != nullptr) {
+    if (login.refusal != nullptr)
         reLogin(soap, login.refusal);
-    } else {
-        setSessionCookie(soap, g_accesstok[login.slot].id);
+    else
         sendWelcome(soap, accept, login.level);
-    }
     return login.level;
 }
 

@@ -90,12 +90,13 @@ int openSession(struct soap *soap, const char *user, int level, const char *host
     session.level = level;
     if (g_csEnabled != 0)
         session.id = strdup(hostId);
-    if (session.user != nullptr)
-        snprintf(session.user, USER_SIZE, "%s", user);
-    if (session.id != nullptr)
-        return slot;
-    freeSession(slot); // there was no memory for the id
-    return -1;
+    // Without one of them the session could not be used, found by its id, or ended by its user's name.
+    if (session.ip == nullptr || session.id == nullptr || session.user == nullptr) {
+        freeSession(slot);
+        return -1;
+    }
+    snprintf(session.user, USER_SIZE, "%s", user);
+    return slot;
 }
 
 void touchSession(int slot, uint32_t now)
