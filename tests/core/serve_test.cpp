@@ -5,6 +5,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <httpget.h>
 #include <soapH.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -179,6 +180,26 @@ TEST(Accept, FailuresAreLoggedUnlessTheServiceIsBeingClosed)
     }
     g_wsRunningSocket = 0;
     soap_free(soap);
+}
+
+TEST(Memory, APlugInThatFindsNoneIsLoggedAndTheOthersServe)
+{
+    static const struct {
+        std::size_t noRoom;
+        const char *log;
+    } CASES[] = {
+        {sizeof(struct http_get_data),
+         "E webServer: cannot register the plug-in for GET requests: "},
+        {4 * sizeof(void *), "E webServer: no memory for the form plug-in: forms are refused\n"},
+    };
+    for (const auto &row : CASES) {
+        FakeHost fake;
+        fake.noRoom = row.noRoom;
+        const Service service;
+        EXPECT_THAT(fake.log(), testing::StartsWith(row.log));
+        fake.noRoom = 0;
+        EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
+    }
 }
 
 TEST(Memory, AHeaderLineThatFindsNoneRefusesTheRequest)

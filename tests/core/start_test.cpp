@@ -1,4 +1,5 @@
 // tests/core/start_test.cpp: configuration, default hooks, version record and banner.
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -49,6 +50,21 @@ TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
             EXPECT_STREQ(row.value, getenv(row.variable)) << "the environment was written to";
         }
         unsetenv(row.variable);
+    }
+}
+
+TEST(Configuration, AFolderThatFindsNoMemoryStopsTheStart)
+{
+    for (const char *variable : {"WEB_DIR", "CONFIG_DIR", "SSL_DIR"}) {
+        setenv(variable, "/data/folder", 1);
+        FakeHost fake;
+        fake.noRoom = sizeof "/data/folder/";
+        fake.createError = EAGAIN; // of a thread, which would be logged
+        pgf_parseAuth = nullptr;
+        EXPECT_EQ(-1, webServer_Web_Start());
+        EXPECT_EQ(std::string("E webServer: no memory for ") + variable + "\n", fake.log());
+        EXPECT_EQ(nullptr, pgf_parseAuth);
+        unsetenv(variable);
     }
 }
 

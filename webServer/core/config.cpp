@@ -2,7 +2,6 @@
 #include "core/config.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
@@ -38,23 +37,29 @@ static constexpr TextSetting TEXT_SETTINGS[] = {
 };
 
 // The environment's storage must not be written to, so a folder is extended in a copy. The copy is never
-// freed: the host may hold the pointer for as long as the process lives.
+// freed: the host may hold the pointer for as long as the process lives. Returns null without memory.
 static const char *withSeparator(const char *folder)
 {
     const char last = folder[strlen(folder) - 1];
     if (last == '/' || last == '\\')
         return folder;
-    char *copy = nullptr;
-    return asprintf(&copy, "%s/", folder) < 0 ? folder : copy;
+    char *copy = static_cast<char *>(malloc(strlen(folder) + sizeof "/"));
+    if (copy != nullptr)
+        stpcpy(stpcpy(copy, folder), "/");
+    return copy;
 }
 
-void readConfiguration()
+int readConfiguration()
 {
     for (const TextSetting &setting : TEXT_SETTINGS) {
         const char *text = getenv(setting.variable);
         if (text == nullptr || *text == '\0')
             text = setting.fallback;
         *setting.global = setting.kind == IS_FOLDER ? withSeparator(text) : text;
+        if (*setting.global == nullptr) {
+            sLogErr("webServer: no memory for %s", setting.variable);
+            return -1;
+        }
     }
 
     const char *port = getenv("SERVER_PORT");
@@ -64,6 +69,7 @@ void readConfiguration()
 
     const char *remote = getenv("WEB_IS_REMOTE");
     g_webRemote = remote != nullptr && strcmp(remote, "Y") == 0 ? 1 : 0;
+    return 0;
 }
 
 void reportMissingWebRoot()

@@ -2,8 +2,8 @@
 #pragma once
 
 // Reads the environment and writes g_webDir, g_configDir, g_sslDir, g_rootFile, g_serverPort,
-// g_serverAddr and g_webRemote.
-void readConfiguration();
+// g_serverAddr and g_webRemote. Returns 0; logs and returns -1 when there is no memory for a text.
+int readConfiguration();
 
 // Logs a warning when the web root is missing or cannot be searched. Pages may still appear later.
 void reportMissingWebRoot();

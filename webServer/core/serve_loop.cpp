@@ -24,12 +24,22 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
+// Deliberate: without a plug-in the service runs all the same, so that at least SOAP clients reach it.
+static void registerPlugin(struct soap *soap,
+                           int (*create)(struct soap *, struct soap_plugin *, void *),
+                           int (*handler)(struct soap *))
+{
+    if (soap_register_plugin_arg(soap, create, reinterpret_cast<void *>(handler)) == SOAP_OK)
+        return;
+    soap_print_fault(soap, stderr);
+    sLogErr("webServer: cannot register the plug-in for %s: %s",
+            create == http_get ? "GET requests" : "forms", failureText(soap));
+}
+
 static void registerPlugins(struct soap *soap)
 {
-    if (soap_register_plugin_arg(soap, http_get, reinterpret_cast<void *>(http_get_handler)) != 0)
-        soap_print_fault(soap, stderr);
-    if (soap_register_plugin_arg(soap, http_form, reinterpret_cast<void *>(http_post_handler)) != 0)
-        soap_print_fault(soap, stderr);
+    registerPlugin(soap, http_get, http_get_handler);
+    registerPlugin(soap, http_form, http_post_handler);
 }
 
 void serveConnection(struct soap *soap)

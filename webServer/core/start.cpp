@@ -5,7 +5,9 @@
 
 int http_main()
 {
-    readConfiguration();
+    // Deliberate: no service rather than one that finds no file, or that listens where nobody asked.
+    if (readConfiguration() != 0)
+        return -1;
     reportMissingWebRoot();
     const int result = spawnHttpThread();
     // Deliberate: after the thread has started, an order that hosts rely on. Until the default gate is

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <stdsoap2.h>
 
+#include "webServerHost.h"
+
 static constexpr char ID[] = "webServer-form";
 
 struct FormPlugin {
@@ -79,6 +81,8 @@ int http_form(struct soap *soap, struct soap_plugin *plugin, void *handler)
     if (plugin->data != nullptr)
         http_form_init(soap, static_cast<FormPlugin *>(plugin->data),
                        reinterpret_cast<int (*)(struct soap *)>(handler));
+    else
+        sLogErr("webServer: no memory for the form plug-in: forms are refused");
     return SOAP_OK;
 }
 

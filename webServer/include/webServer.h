@@ -64,8 +64,9 @@ enum {
  * start while a service runs fails to bind and so reboots the unit. A start after a close that
  * returned 1 gives two services the same memory, and the process will crash.
  *
- * Returns 0 on success; -1 if no thread could be created, and then nothing runs; otherwise the
- * error number of pthread_detach, and the service runs all the same. Both errors are logged. */
+ * Returns 0 on success; -1 if there was no memory for a text of the configuration or no thread could
+ * be created, and then nothing runs; otherwise the error number of pthread_detach, and the service
+ * runs all the same. These errors are logged. */
 WS_EXPORT int webServer_Web_Start(void);
 WS_EXPORT int httpd(void);
 /** @} */
