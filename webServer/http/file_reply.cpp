@@ -36,10 +36,12 @@ bool FileReply::add(int descriptor)
 
 int FileReply::send(struct soap *soap, const char *contentType)
 {
-    if (sendFileHeader(soap, contentType, length_) != SOAP_OK)
-        return soap->error;
-    // Without memory for the list the reply ends after its header, shorter than announced.
-    if (count_ > 0 && sendFiles(parts_, count_))
-        count_ = 0;
-    return SOAP_OK;
+    // The files wait until the header has left. Without memory for their list nothing is sent.
+    if (count_ > 0 && !sendFiles(parts_, count_)) {
+        soap->error = SOAP_EOM;
+        return endReply(soap);
+    }
+    count_ = 0;
+    sendFileHeader(soap, contentType, length_);
+    return soap->error;
 }
