@@ -224,7 +224,7 @@ TEST(Memory, FaultsNeedNoneAndDoNotOutliveTheirRequest)
     struct soap *soap = soap_new();
     initContext(soap);
     ASSERT_NE(-1, openService(soap));
-    for (const short version : {1, 2}) {
+    for (const short version : {short{1}, short{2}}) {
         soap->version = version;
         const auto *objects = soap->clist;
         soap_receiver_fault(soap, "reason", "detail");

@@ -9,6 +9,7 @@
 #include "gsoap/context.h"
 #include "http/cookies.h"
 #include "session/session_table.h"
+#include "support/cases.h"
 #include "support/fake_host.h"
 #include "support/wire.h"
 
