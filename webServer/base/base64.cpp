@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <cstring>
 
-static const char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-static const int PAD_VALUE = -1;
-static const int NO_VALUE = -2;
+static constexpr char ALPHABET[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+static constexpr int PAD_VALUE = -1;
+static constexpr int NO_VALUE = -2;
 
 int httpBase64encode(const unsigned char *in, int inLen, char *out, int outSize)
 {

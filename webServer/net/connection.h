@@ -10,8 +10,7 @@
 #include "net/limits.h"
 #include "net/request_end.h"
 
-using Milliseconds =
-    int64_t; // of the monotonic clock, so that setting the unit's clock ends nothing
+using Milliseconds = int64_t; // of the monotonic clock: setting the unit's clock ends nothing
 
 enum Stage { FREE, ARRIVING, READY, SERVED, LEAVING };
 

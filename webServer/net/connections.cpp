@@ -14,7 +14,7 @@
 #include "net/connection.h"
 
 static constexpr Milliseconds ACCEPT_RETRY_MS =
-    100; // bounds the attempts while descriptors are lacking
+    100; // bounds the work while descriptors are lacking
 static constexpr std::size_t MAX_DROPPED_BYTES = 256 * 1024; // read at a connection's end
 
 Connection connections[MAX_CONNECTIONS];

@@ -10,8 +10,8 @@ constexpr std::size_t MAX_RECEIVED_BYTES = MAX_REQUEST_BYTES + 2 * 1024 * 1024;
 
 // A request beyond this size needs the one place for large requests.
 constexpr std::size_t LARGE_REQUEST_BYTES = 256 * 1024;
-constexpr std::size_t LARGE_REQUEST_BYTES_PER_SECOND =
-    8 * 1024;                                              // at least, while another one waits
+// At least so fast, while another one waits for the place.
+constexpr std::size_t LARGE_REQUEST_BYTES_PER_SECOND = 8 * 1024;
 constexpr int LARGE_REQUEST_TRIAL_MS = 5 * 1000;           // before its speed counts
 constexpr std::size_t MAX_WAITING_BYTES = 3 * 1024 * 1024; // of all other arriving requests
 constexpr std::size_t MAX_PARKED_BYTES = 4 * 1024 * 1024;  // of all replies that are leaving

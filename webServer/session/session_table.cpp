@@ -1,6 +1,5 @@
 // session/session_table.cpp: who is logged in.
 #include "session/session_table.h"
-
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>

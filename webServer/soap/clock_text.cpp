@@ -11,7 +11,7 @@ struct ClockField {
     int offset;    // from the text to struct tm
 };
 
-static const ClockField CLOCK_FIELDS[] = {
+static constexpr ClockField CLOCK_FIELDS[] = {
     {&tm::tm_year, 0, 99, 100}, // struct tm counts years from 1900
     {&tm::tm_mon,  1, 12, -1 },
     {&tm::tm_mday, 1, 31, 0  },

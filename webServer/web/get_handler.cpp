@@ -13,7 +13,7 @@
 #include "web/path_utils.h"
 #include "webServer.h"
 
-static const char *const LOG_FOLDER = "/mnt/flash/log/";
+static constexpr char LOG_FOLDER[] = "/mnt/flash/log/";
 static constexpr int REFUSED = -1; // Deliberate: gSOAP then closes the connection without a reply.
 
 // Deliberate: drops the first five characters wherever "/cgi/" stands, so "/x/cgi/y.png" becomes

@@ -92,9 +92,9 @@ int traduceWebToFsPath(char **out, const char *webPath)
 }
 
 // Deliberate, in both: ".." passes. They vet characters, not where a path leads.
-static const char PATH_CHARACTERS[] =
+static constexpr char PATH_CHARACTERS[] =
     "/-._0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-static const char *const FILENAME_CHARACTERS = PATH_CHARACTERS + 1; // all but "/"
+static constexpr const char *FILENAME_CHARACTERS = PATH_CHARACTERS + 1; // all but "/"
 
 static int consistsOf(const char *text, const char *characters)
 {
