@@ -33,12 +33,12 @@ static const int RATE_REQUESTS = 5000;
 static const int CLIENT_TIMEOUT_SECONDS = 10;
 static const std::size_t PAGE_BYTES = 4096;
 static const unsigned char PAINT = 0xA5;
-static const std::size_t OWN_FRAMES = 1024; // accept() below must not paint its own frame
+static const std::size_t OWN_FRAMES = 1024; // accept4() below must not paint its own frame
 
 // ---- The service thread, watched ----------------------------------------------------------------
 
 struct Mark {
-    std::size_t calls = 0, bytes = 0; // allocations by the service thread since its first accept()
+    std::size_t calls = 0, bytes = 0; // allocations by the service thread since its first accept4()
     std::size_t inUse = 0;            // bytes of these that are not freed
     std::size_t held = 0;             // bytes that the process's allocator has from the system
     std::size_t stack = 0; // deepest use since the last mark, with the C library's part at its top
@@ -116,9 +116,9 @@ WS_EXPORT int pthread_create(pthread_t *thread, const pthread_attr_t *wanted, vo
     return create(thread, &attributes, run, argument);
 }
 
-// The service calls this when it has released everything of the last request. Each call sets a
-// mark.
-WS_EXPORT int accept(int listener, struct sockaddr *address, socklen_t *size)
+// The service calls this when a client has come and everything of the last request has been released.
+// Each call sets a mark.
+WS_EXPORT int accept4(int listener, struct sockaddr *address, socklen_t *size, int flags)
 {
     serving = true;
     if (marked < marks.size()) {
@@ -133,7 +133,8 @@ WS_EXPORT int accept(int listener, struct sockaddr *address, socklen_t *size)
         for (volatile unsigned char *byte = stack + untouched; byte < top; ++byte)
             *byte = PAINT; // not memset(), whose frame would be painted
     }
-    return accept4(listener, address, size, 0);
+    static const auto accept = reinterpret_cast<decltype(&accept4)>(dlsym(RTLD_NEXT, "accept4"));
+    return accept(listener, address, size, flags);
 }
 
 } // extern "C"
@@ -225,6 +226,10 @@ static bool budget(const char *what, std::size_t value, std::size_t limit)
 // first mark of the next round.
 static bool report(const std::vector<Exchange> &kinds, std::size_t rounds)
 {
+    if (marked <= rounds * kinds.size()) {
+        printf("only %zu marks: not every request has been seen\n", marked);
+        return false;
+    }
     const auto markOf = [&](std::size_t round, std::size_t kind) -> const Mark & {
         return marks[round * kinds.size() + kind];
     };
