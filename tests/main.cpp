@@ -1,47 +1,9 @@
-// tests/main.cpp: runs the tests that are written in C++ and those that are written as cases. They get a private
-// /mnt, since the unit's fixed folders belong to the machine, and a private loopback network, since other
-// tests listen at the same time.
+// tests/main.cpp: runs the tests that are written in C++ and those that are written as cases.
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <net/if.h>
-#include <sched.h>
-#include <sys/ioctl.h>
-#include <sys/mount.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "support/cases.h"
-
-static bool leaveMachine()
-{
-    const int namespaces = CLONE_NEWNS | CLONE_NEWNET;
-    const uid_t user = getuid();
-    const gid_t group = getgid();
-    if (unshare(namespaces) != 0) {
-        if (unshare(namespaces | CLONE_NEWUSER) != 0)
-            return false;
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
-    }
-    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
-           && mount("tmpfs", "/mnt", "tmpfs", 0, nullptr) == 0
-           && std::filesystem::create_directories("/mnt/bf/webFiles"); // the default web root
-}
-
-static bool raiseLoopback()
-{
-    struct ifreq request = {};
-    strcpy(request.ifr_name, "lo");
-    request.ifr_flags = IFF_UP;
-    const int any = socket(AF_INET, SOCK_DGRAM, 0);
-    const bool raised = ioctl(any, SIOCSIFFLAGS, &request) == 0;
-    close(any);
-    return raised;
-}
+#include "support/private_machine.h"
 
 int main(int argc, char **argv)
 {
@@ -49,7 +11,7 @@ int main(int argc, char **argv)
     registerCases("soap", makeSoapDialect);
     for (const char *folder : {"web", "session"})
         registerCases(folder, makeWebDialect);
-    if (!GTEST_FLAG_GET(list_tests) && (!leaveMachine() || !raiseLoopback())) {
+    if (!GTEST_FLAG_GET(list_tests) && !enterPrivateMachine()) {
         perror("no private /mnt or loopback network");
         return 1;
     }

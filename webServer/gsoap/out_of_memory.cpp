@@ -20,13 +20,10 @@ static int (*prepareToReceive)(struct soap *);
 
 extern "C" {
 
-// The fprepareinitrecv callback.
+// The fprepareinitrecv callback. gSOAP has just forgotten the fault.
 static int prepareRequest(struct soap *soap)
 {
     lendFault(soap);
-    // Without its namespaces gSOAP would go on, and take elements of any namespace for ours.
-    if (soap->local_namespaces == nullptr)
-        return SOAP_EOM;
     return prepareToReceive == nullptr ? SOAP_OK : prepareToReceive(soap);
 }
 
@@ -39,7 +36,8 @@ static int prepareReply(struct soap *soap)
         soap->lablen = soap->labidx = 0;
     // The one attribute of a reply is the language of a SOAP 1.2 fault. gSOAP allocates it where it counts
     // the bytes of the reply and ignores a failure, so the reply would be longer than announced.
-    const bool fault12 = soap->version == 2 && soap->fault->SOAP_ENV__Reason != nullptr;
+    const bool fault12 =
+        soap->version == 2 && soap->fault != nullptr && soap->fault->SOAP_ENV__Reason != nullptr;
     if (fault12 && soap_set_attr(soap, "xml:lang", LANGUAGE, 1) != SOAP_OK)
         soap->lang = nullptr;
     soap_clr_attr(soap); // it is set again where it belongs
