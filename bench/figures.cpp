@@ -32,6 +32,10 @@ static const int WARM_UP_ROUNDS = 20;      // the allocator has then seen every 
 static const int RATE_REQUESTS = 5000;
 static const int CLIENT_TIMEOUT_SECONDS = 10;
 static const std::size_t PAGE_BYTES = 4096;
+static const unsigned SETTLE_MICROSECONDS = 50000; // for the service to forget a request
+// Twice the largest request: as it has arrived, and as gSOAP holds it. A chunked form has headers between its
+// blocks as well.
+static const std::size_t LARGEST_PEAK_BYTES = 34 * 1024 * 1024;
 static const unsigned char PAINT = 0xA5;
 static const std::size_t OWN_FRAMES = 1024; // accept4() below must not paint its own frame
 
@@ -40,6 +44,7 @@ static const std::size_t OWN_FRAMES = 1024; // accept4() below must not paint it
 struct Mark {
     std::size_t calls = 0, bytes = 0; // allocations by the service thread since its first accept4()
     std::size_t inUse = 0;            // bytes of these that are not freed
+    std::size_t peak = 0;             // the most of that since the last mark
     std::size_t held = 0;             // bytes that the process's allocator has from the system
     std::size_t stack = 0; // deepest use since the last mark, with the C library's part at its top
 };
@@ -57,6 +62,7 @@ static void *counted(void *block, std::size_t size)
         ++now.calls;
         now.bytes += size;
         now.inUse += malloc_usable_size(block);
+        now.peak = std::max(now.peak, now.inUse);
     }
     return block;
 }
@@ -129,6 +135,7 @@ WS_EXPORT int accept4(int listener, struct sockaddr *address, socklen_t *size, i
         const struct mallinfo2 heap = mallinfo2();
         now.held = heap.arena + heap.hblkhd;
         marks[marked++] = now;
+        now.peak = now.inUse;
         auto *const top = static_cast<unsigned char *>(__builtin_frame_address(0)) - OWN_FRAMES;
         for (volatile unsigned char *byte = stack + untouched; byte < top; ++byte)
             *byte = PAINT; // not memset(), whose frame would be painted
@@ -188,13 +195,40 @@ static double singleReadsPerSecond(const Exchange &read)
     return RATE_REQUESTS / std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
+// Returns a figure of the service's process, which is the parent, in KiB.
+static long serviceKib(const std::string &name)
+{
+    std::ifstream status("/proc/" + std::to_string(getppid()) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.compare(0, name.size(), name) == 0)
+            return atol(line.c_str() + name.size());
+    return -1;
+}
+
+// Prints what the request adds to the resident memory of the service, at its peak and afterwards.
+static bool isLargestAnswered(const Exchange &kind)
+{
+    std::ofstream("/proc/" + std::to_string(getppid()) + "/clear_refs") << 5; // VmHWM begins again
+    const long before = serviceKib("VmRSS:");
+    if (!isAnswered(kind))
+        return false;
+    usleep(SETTLE_MICROSECONDS);
+    printf("resident, %-24s %12ld %12ld KiB\n", kind.name.c_str(), serviceKib("VmHWM:") - before,
+           serviceKib("VmRSS:") - before);
+    return true;
+}
+
 // Runs in a process of its own, so that its memory does not count.
-static int runClient(const std::vector<Exchange> &kinds, std::size_t rounds)
+static int runClient(const std::vector<Exchange> &kinds, std::size_t rounds,
+                     const std::vector<Exchange> &largest)
 {
     for (std::size_t round = 0; round < rounds; ++round)
         for (const Exchange &kind : kinds)
             if (!isAnswered(kind))
                 return 2;
+    for (const Exchange &kind : largest)
+        if (!isLargestAnswered(kind))
+            return 2;
     // The first of these reads also makes the service mark the end of the last request above.
     printf("single reads per second: %.0f\n", singleReadsPerSecond(kinds[0]));
     fflush(stdout);
@@ -224,9 +258,10 @@ static bool budget(const char *what, std::size_t value, std::size_t limit)
 
 // markOf(round, kind) is the mark before that request. The mark after a round's last request is the
 // first mark of the next round.
-static bool report(const std::vector<Exchange> &kinds, std::size_t rounds)
+static bool report(const std::vector<Exchange> &kinds, std::size_t rounds,
+                   const std::vector<Exchange> &largest)
 {
-    if (marked <= rounds * kinds.size()) {
+    if (marked <= rounds * kinds.size() + largest.size()) {
         printf("only %zu marks: not every request has been seen\n", marked);
         return false;
     }
@@ -252,12 +287,21 @@ static bool report(const std::vector<Exchange> &kinds, std::size_t rounds)
     printf(
         "heap in use by the service since its start: %zu after the first round, %zu at the end\n",
         first.inUse, last.inUse);
+    printf("%-34s %12s %12s\n", "largest requests", "heap, peak", "held after");
+    std::size_t peak = 0;
+    for (std::size_t kind = 0; kind < largest.size(); ++kind) {
+        const Mark &before = markOf(rounds, kind), &after = markOf(rounds, kind + 1);
+        printf("%-34s %12zu %12zu\n", largest[kind].name.c_str(), after.peak - before.inUse,
+               after.held);
+        peak = std::max(peak, after.peak - before.inUse);
+    }
+    const bool peakMet = budget("heap of the largest requests", peak, LARGEST_PEAK_BYTES);
     const bool stackMet =
         budget("deepest stack, a quarter of what is reserved", deepest, stackBytes / 4);
     const bool useMet =
         budget("heap in use at the end, as after round one", last.inUse, first.inUse);
     return budget("heap held at the end, as after warm-up", last.held, warm.held) && stackMet
-           && useMet;
+           && useMet && peakMet;
 }
 
 static void startService(const char *port)
@@ -288,7 +332,8 @@ int main(int argc, char **argv)
         close(start[1]); // otherwise it would wait forever if the service cannot start
         char go;
         const std::vector<Exchange> kinds = makeExchanges(argv[2]);
-        return read(start[0], &go, 1) == 1 ? runClient(kinds, roundsOf(kinds)) : 2;
+        return read(start[0], &go, 1) == 1 ? runClient(kinds, roundsOf(kinds), makeLargest(argv[2]))
+                                           : 2;
     }
     marks.resize(REQUESTS + MOST_KINDS);
     startService(argv[1]);
@@ -299,7 +344,7 @@ int main(int argc, char **argv)
     printf("resident memory of this process: idle %ld KiB, after all requests %ld KiB\n", idle,
            residentKib());
     const std::vector<Exchange> kinds = makeExchanges(argv[2]); // only their names are used here
-    const bool met = report(kinds, roundsOf(kinds));
+    const bool met = report(kinds, roundsOf(kinds), makeLargest(argv[2]));
     fflush(stdout);
     return ws_soap_close() == 0 && met ? 0 : 1;
 }

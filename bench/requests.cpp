@@ -8,7 +8,9 @@
 
 #include "webServer.h"
 
-static const std::size_t LONG_FORM_BYTES = 0x200000; // long enough to make the library trim
+static const std::size_t LONG_FORM_BYTES = 0x200000;       // long enough to make the library trim
+static const std::size_t LARGEST_BYTES = 16 * 1024 * 1024; // of a body that is served
+static const std::size_t LARGEST_ENVELOPE_BYTES = LARGEST_BYTES - 4096; // here the header counts
 static const int MOST_POINTS = 1000;
 
 static std::string post(const std::string &path, const std::string &type, const std::string &body,
@@ -119,4 +121,43 @@ std::vector<Exchange> makeExchanges(const std::string &folder)
     add("logout", form(logOut, cookie), "/index.htm");
     add("logout, no session", form(logOut), "");
     return kinds;
+}
+
+// The request with its body as one chunk.
+static std::string chunked(const std::string &request)
+{
+    const std::size_t length = request.find("Content-Length: "), end = request.find("\r\n", length);
+    const std::size_t body = request.find("\r\n\r\n") + 4;
+    char size[32];
+    snprintf(size, sizeof size, "%zx\r\n", request.size() - body);
+    return request.substr(0, length) + "Transfer-Encoding: chunked"
+           + request.substr(end, body - end) + size + request.substr(body) + "\r\n0\r\n\r\n";
+}
+
+std::vector<Exchange> makeLargest(const std::string &folder)
+{
+    const auto filled = [](const std::string &begin, const std::string &end,
+                           std::size_t bytes = LARGEST_BYTES) {
+        return begin + std::string(bytes - begin.size() - end.size(), 'x') + end;
+    };
+    const std::string cookie = std::string("Cookie: SESSIONID=") + SESSION_ID + "\r\n";
+    const std::string logIn =
+        form(filled("pad=", "&cgiMethod=Y2dpTG9naW4%3D&arg1=YWRtaW4%3D&arg2=YWRtaW4%3D"));
+    const std::string upload =
+        form(filled("fileName=site.xml&xmlString=", ""), cookie, "/cgi/upconfig");
+    const std::string call = contents(folder + "/fnPut.xml");
+    const std::size_t text = call.find("</arg>");
+    const auto row = [](const std::string &name, const std::string &request,
+                        const std::string &expected) {
+        return Exchange{name, request, expected, WS_ALLOWED};
+    };
+    return {row("form", logIn, SESSION_ID),
+            row("form in a chunk", chunked(logIn), SESSION_ID),
+            row("upload", upload, "200 OK"),
+            row("upload in a chunk", chunked(upload), "200 OK"),
+            row("file", get("/cfgFiles/site.xml", cookie), "xxx"),
+            row("text of a field",
+                soap11(filled(call.substr(0, text), call.substr(text), LARGEST_ENVELOPE_BYTES)),
+                "fnPutResponse"),
+            row("logout", form("cgiMethod=Y2dpTG9nb3V0", cookie), "/index.htm")};
 }

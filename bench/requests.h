@@ -16,3 +16,7 @@ struct Exchange {
 // Returns one round: a request of each kind, the single read first. After it nobody is logged in.
 // The folder has an envelope for each operation.
 std::vector<Exchange> makeExchanges(const std::string &folder);
+
+// Returns requests of the greatest size that is served, and one for a file of that size. After them nobody is
+// logged in.
+std::vector<Exchange> makeLargest(const std::string &folder);

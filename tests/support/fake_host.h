@@ -1,6 +1,7 @@
 // tests/support/fake_host.h: a host under a test's control; nothing reboots, and waiting is short.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -50,6 +51,7 @@ public:
 
     // What the library did.
     static constexpr int NOT_ASKED = -1;
+    std::atomic<int> trims{0}; // how often the heap was given back
     int askedLevel = NOT_ASKED;             // of the gate, last
     std::vector<std::string> calls() const; // "x_readData(analog,A,%d)", in order
     std::string callsText() const;          // "f(a,b) g()"

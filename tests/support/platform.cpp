@@ -58,6 +58,13 @@ void *soap_malloc(struct soap *soap, size_t size)
     return nullptr;
 }
 
+int __wrap_malloc_trim(size_t)
+{
+    if (hostExists())
+        ++host().trims;
+    return 0;
+}
+
 void *__real_malloc(size_t size);
 void *__wrap_malloc(size_t size)
 {
