@@ -45,8 +45,9 @@ void configureContext(struct soap *soap)
     soap->x_frame_options = nullptr;
 }
 
-// The next request may be another client's, so nothing of this one may reach it. soap_end keeps the
-// texts and pointers below; those that point into the request's memory would dangle.
+// The next request may be another client's, so nothing of this one may reach it. gSOAP keeps what is
+// reset below: a pointer into the request's memory would dangle. docs/gsoap.md lists what gSOAP resets
+// by itself.
 void forgetRequest(struct soap *soap)
 {
     noteLackOfMemory(soap);
@@ -55,16 +56,9 @@ void forgetRequest(struct soap *soap)
     lendFault(soap);
     soap_free_cookies(soap);
     soap->path[0] = '\0';
-    soap->msgbuf[0] = '\0';
-    soap->host[0] = '\0';
-    soap->endpoint[0] = '\0';
-    soap->tag[0] = '\0';
-    soap->dime.size = 0;
     soap->user = nullptr;
-    soap->origin = soap->proxy_from = nullptr;
-    soap->cors_origin = soap->cors_method = soap->cors_header = nullptr;
-    soap->cors_methods = soap->cors_headers = nullptr;
-    soap->imode = soap->omode = CONTEXT_MODE; // sending a file changes the mode
+    soap->origin = nullptr;
+    soap->omode = CONTEXT_MODE; // sending a file changes it
     if (lackedMemory() || requestWasLong())
         malloc_trim(0);
 }
