@@ -18,7 +18,6 @@ static_assert(CONTEXT_MODE == 0x2000000, "the mode that passes UTF-8 through");
 static constexpr int ACCEPT_TIMEOUT_SECONDS = 0; // no limit: the service waits for clients
 static constexpr int STALL_TIMEOUT_SECONDS = 60; // a client that stands still for longer is dropped
 static constexpr int MAX_KEEP_ALIVE = 100;       // has no effect: keep-alive is never on
-static constexpr unsigned MAX_XML_DEPTH = 100;   // gSOAP's 10,000 would overrun the thread's stack
 static constexpr int MAX_COOKIES = 256; // browsers send the cookies of all ports of an address
 
 void initContext(struct soap *soap)
@@ -38,7 +37,6 @@ void configureContext(struct soap *soap)
     soap->max_keep_alive = MAX_KEEP_ALIVE;
     soap->bind_flags = SO_REUSEADDR;
     soap->recv_maxlength = MAX_REQUEST_BYTES; // gSOAP's 2 GB would use up the unit's memory
-    soap->maxlevel = MAX_XML_DEPTH;
     // gSOAP adds two headers by default. The first would let every page in the world call the unit
     // from a browser; the second would keep the unit's pages out of a control room's frames.
     soap->cors_allow = nullptr;
