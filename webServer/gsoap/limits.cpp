@@ -65,7 +65,7 @@ static int parseRequest(struct soap *soap)
     const int error = parseHttp(soap);
     // Attachments off: no operation takes any, and gSOAP would keep those of this request for the next
     // one and would try to send them with replies.
-    soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME | SOAP_ENC_MTOM);
+    soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME);
     // gSOAP sets the path only for a whole request line with a method that it knows. Without one it
     // still goes on for the first line of a response, a form of an unknown method, and bare XML.
     if (soap->path[0] == '\0' && (soap->status != 0 || error == SOAP_OK || error == SOAP_FORM)) {
@@ -73,7 +73,7 @@ static int parseRequest(struct soap *soap)
         return soap->error = SOAP_EOF;
     }
     // With the status of a POST, gSOAP would answer a malformed envelope with silence, not a fault.
-    if (error == SOAP_OK && soap->status == SOAP_POST && soap->body)
+    if (error == SOAP_OK && soap->status == SOAP_POST)
         soap->status = 0;
     return error;
 }
