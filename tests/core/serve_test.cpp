@@ -1,8 +1,10 @@
 // tests/core/serve_test.cpp: the service over a real socket: bind, serve, close, and start again.
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httpget.h>
@@ -113,8 +115,9 @@ TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, ws_soap_close()) << "nothing to close yet";
     std::string expected = closing;
+    const int port = freePort();
     for (int run = 0; run < 3; ++run) {
-        const Service service;
+        const Service service(port); // on which connections of the run before still linger
         EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("<return>512Q</return>"));
         const std::string listening =
             "webServer: Listening address 127.0.0.1:" + std::to_string(service.port()) + "\n";
@@ -126,6 +129,19 @@ TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
     EXPECT_EQ(0, g_wsRunningSocket);
     EXPECT_EQ(0, ws_soap_close());
     EXPECT_EQ(expected + closing, fake.log());
+}
+
+TEST(Close, ReturnsWhatClosingTheListeningSocketReturned)
+{
+    setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
+    readConfiguration();
+    FakeHost fake;
+    struct soap *soap = soap_new();
+    auto result = std::async(std::launch::async, ws_soap_main, soap);
+    EXPECT_TRUE(waitFor([] { return __atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) == 1; }));
+    EXPECT_EQ(0, ws_soap_close());
+    EXPECT_EQ(0, result.get());
+    soap_free(soap);
 }
 
 TEST(Accept, FailuresAreLoggedUnlessTheServiceIsBeingClosed)
@@ -287,6 +303,50 @@ TEST(Service, RunsInAThreadNamedWebServerThatBlocksSigpipe)
     Service service;
     EXPECT_THAT(service.post(envelope("coreDbReadData", READ_ANALOG)),
                 HasSubstr("<return>webServer</return>"));
+}
+
+TEST(Service, KeepsItsSocketsFromProgramsAndFromDescriptorZero)
+{
+    FakeHost fake;
+    pgf_parseAuth = [](struct soap *soap, int) -> int {
+        host().record(fcntl(soap->socket, F_GETFD) == FD_CLOEXEC ? "kept" : "passed on");
+        return WS_ALLOWED;
+    };
+    const int input = dup(STDIN_FILENO);
+    for (const bool withInput : {true, false}) {
+        if (!withInput)
+            close(STDIN_FILENO);
+        const Service service;
+        const int listener = __atomic_load_n(&g_wsSocket, __ATOMIC_ACQUIRE);
+        EXPECT_GT(listener, STDERR_FILENO);
+        EXPECT_EQ(FD_CLOEXEC, fcntl(listener, F_GETFD));
+        service.post(envelope("thmGetInfo"));
+        EXPECT_EQ("kept", fake.calls().back());
+    }
+    dup2(input, STDIN_FILENO);
+    close(input);
+}
+
+static int (*closeSocket)(struct soap *, SOAP_SOCKET);
+
+TEST(Service, KeepsItsContextWhenTheHostExits)
+{
+    const auto serveAndExit = [] {
+        FakeHost fake;
+        pgf_parseAuth = [](struct soap *soap, int) -> int {
+            closeSocket = soap->fclosesocket;
+            soap->fclosesocket = [](struct soap *context, SOAP_SOCKET socket) {
+                if (socket == context->master)
+                    fputs("released", stderr);
+                return closeSocket(context, socket);
+            };
+            return WS_ALLOWED;
+        };
+        const Service service;
+        service.post(envelope("thmGetInfo"));
+        exit(0);
+    };
+    EXPECT_EXIT(serveAndExit(), testing::ExitedWithCode(0), testing::Not(HasSubstr("released")));
 }
 
 TEST(Service, SurvivesClientsThatLeaveEarlyAndBrokenRequests)

@@ -96,7 +96,12 @@ TEST(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
     fake.cpuSecondsPerLook = 0;
     EXPECT_THAT(service.post(envelope("fnPut", pieces)), HasSubstr("200 OK"));
     fake.forgetCalls();
-    const std::string value(17U << 20, 'x');
+    const std::string form =
+        "POST /x HTTP/1.1\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: ";
+    for (const char *length : {"18446744073709551615", "2147483648", "1"}) // the last one is read
+        talk(service.port(), form + length + "\r\n\r\nx", "127.0.0.1", true);
+    EXPECT_LT(fake.largestPiece, 1U << 20);
+    const std::string value(16U << 20, 'x');
     const std::string reply = service.post(envelope("fnPut", "<arg>" + value + "</arg>"));
     EXPECT_THAT(reply, testing::Not(HasSubstr("200 OK")));
     EXPECT_TRUE(fake.calls().empty());

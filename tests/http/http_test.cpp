@@ -8,8 +8,10 @@
 #include <stdsoap2.h>
 #include <string>
 
+#include "gsoap/body.h"
 #include "http/accept.h"
 #include "http/client_address.h"
+#include "http/form_fields.h"
 #include "http/form_plugin.h"
 #include "http/send_file.h"
 #include "support/fake_host.h"
@@ -63,6 +65,32 @@ TEST(ClientInfo, KnowsWhatTheClientAccepts)
     }
     soap_end(soap);
     soap_free(soap);
+}
+
+TEST(Form, BeginsWithAQuestionMarkAndIsNullWithoutABody)
+{
+    static const struct {
+        const char *sent, *form;
+    } CASES[] = {{"3\r\na=b\r\n0\r\n\r\n", "?a=b"}, {"0\r\n\r\n", nullptr}};
+    for (const auto &row : CASES) {
+        const std::unique_ptr<struct soap> soap(new struct soap);
+        std::istringstream in(row.sent);
+        soap->is = &in;
+        soap->mode = SOAP_IO_CHUNK;
+        EXPECT_STREQ(row.form, form(soap.get()));
+        soap_end(soap.get());
+    }
+}
+
+TEST(Form, IsReadNoFurtherThanItsTerminator)
+{
+    for (const std::string last : {"%", "%4", "%%%%", "\"", "\"x"}) {
+        std::string memory = "?a=" + last + '\0' + "xbehind&b=c";
+        FormFields field(memory.data(), DECODED);
+        EXPECT_TRUE(field.next());
+        EXPECT_EQ(nullptr, strstr(field.value, "be")) << last;
+        EXPECT_FALSE(field.next()) << last;
+    }
 }
 
 TEST(SendFolder, SendsAllMatchingFilesAsOneTextReply)

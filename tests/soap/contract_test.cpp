@@ -10,6 +10,16 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+// Declared without the generated header: it links only while operations have C linkage.
+extern "C" int ns__getRTU(struct soap *, char **);
+
+TEST(Operation, IsCalledByItsCName)
+{
+    char *type = nullptr;
+    EXPECT_EQ(0, ns__getRTU(nullptr, &type));
+    EXPECT_STREQ("512Q", type);
+}
+
 class Contract : public testing::Test {
 protected:
     FakeHost fake;

@@ -51,12 +51,13 @@ public:
 
     // What the library did.
     static constexpr int NOT_ASKED = -1;
-    std::atomic<int> trims{0}; // how often the heap was given back
-    int askedLevel = NOT_ASKED;             // of the gate, last
-    std::vector<std::string> calls() const; // "x_readData(analog,A,%d)", in order
-    std::string callsText() const;          // "f(a,b) g()"
-    std::string log() const;                // lines "E text", "W text", "I text"
-    void forgetCalls();                     // and their memory
+    std::atomic<int> trims{0};                 // how often the heap was given back
+    int askedLevel = NOT_ASKED;                // of the gate, last
+    std::atomic<std::size_t> largestPiece = 0; // of memory asked for a request
+    std::vector<std::string> calls() const;    // "x_readData(analog,A,%d)", in order
+    std::string callsText() const;             // "f(a,b) g()"
+    std::string log() const;                   // lines "E text", "W text", "I text"
+    void forgetCalls();                        // and their memory
 
     void record(const std::string &call);
     void write(char severity, const std::string &line);

@@ -52,6 +52,8 @@ void *soap_malloc(struct soap *soap, size_t size)
 {
     using Function = void *(*)(struct soap *, size_t);
     static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
+    if (hostExists() && size > host().largestPiece)
+        host().largestPiece = size;
     if (!hostExists() || host().noRoom != size)
         return real(soap, size);
     soap->error = SOAP_EOM;

@@ -3,12 +3,15 @@
 
 #include <string>
 
-// The service on a free loopback port, from start to close.
+// A port of the loopback interface that nobody listens on, below the kernel's ephemeral range.
+int freePort();
+
+// The service on a loopback port, from start to close.
 class Service {
     int port_;
 
 public:
-    Service();
+    explicit Service(int port = freePort());
     ~Service(); // closes it; the test fails when it does not stop
     Service(const Service &) = delete;
     Service &operator=(const Service &) = delete;
@@ -17,9 +20,6 @@ public:
     // Posts an envelope: the HTTP reply. headers are further lines, each with its CR LF.
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
-
-// A port of the loopback interface that nobody listens on, below the kernel's ephemeral range.
-int freePort();
 
 // A socket that listens on the port.
 int listenOn(int port);
