@@ -17,6 +17,7 @@
 #include "core/serve_loop.h"
 #include "core/service_thread.h"
 #include "gsoap/context.h"
+#include "net/connections.h"
 #include "support/fake_host.h"
 #include "support/wire.h"
 
@@ -258,6 +259,39 @@ TEST(Memory, FaultsNeedNoneAndDoNotOutliveTheirRequest)
         forgetRequest(soap);
         serveConnection(soap); // writes the text of its failure to the fault
     }
+    soap_free(soap);
+}
+
+static int (*sendBytes)(struct soap *, const char *, std::size_t);
+static int sends;
+
+TEST(Service, AnswersInOneSendAfterAPageThatCouldNotBeSent)
+{
+    setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
+    readConfiguration();
+    FakeHost fake;
+    struct soap *soap = soap_new();
+    ASSERT_NE(-1, openService(soap));
+    sendBytes = soap->fsend;
+    const auto answerTo = [soap](const std::string &type, const std::string &body) {
+        const std::string request = "POST / HTTP/1.1\r\nContent-Type: " + type
+                                    + "\r\nContent-Length: " + std::to_string(body.size())
+                                    + "\r\n\r\n" + body;
+        auto reply =
+            std::async(std::launch::async, talk, g_serverPort, request, "127.0.0.1", false);
+        serveConnection(soap);
+        awaitDepartures();
+        return reply.get();
+    };
+    soap->fsend = [](struct soap *, const char *, std::size_t) { return SOAP_EOF; };
+    fake.level = -1; // the page that leads back to the login
+    EXPECT_EQ("", answerTo("application/x-www-form-urlencoded", "cgiMethod=Y2dpTG9naW4%3D"));
+    soap->fsend = [](struct soap *context, const char *bytes, std::size_t size) {
+        ++sends;
+        return sendBytes(context, bytes, size);
+    };
+    EXPECT_THAT(answerTo("text/xml", envelope("getRTU")), HasSubstr("512Q"));
+    EXPECT_EQ(1, sends);
     soap_free(soap);
 }
 
