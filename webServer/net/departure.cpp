@@ -72,7 +72,7 @@ static ssize_t copyFile(int socket, const FilePart &file, std::size_t count)
 // client then sees that the reply is shorter than announced.
 std::size_t Departure::sendFile(int socket, FilePart *file)
 {
-    const std::size_t count = std::min<uint64_t>(file->length, MOST_AT_ONCE);
+    const auto count = static_cast<std::size_t>(std::min<uint64_t>(file->length, MOST_AT_ONCE));
     auto offset = static_cast<off_t>(file->offset);
     ssize_t sent = sendfile(socket, file->descriptor, &offset, count);
     if (sent < 0 && (errno == EINVAL || errno == ENOSYS))

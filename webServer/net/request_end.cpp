@@ -178,7 +178,7 @@ std::size_t RequestEnd::step(const char *data, std::size_t size)
         return 0;
     case COUNTED:
     case CHUNK_DATA: {
-        const std::size_t count = std::min<uint64_t>(remaining_, size);
+        const auto count = static_cast<std::size_t>(std::min<uint64_t>(remaining_, size));
         remaining_ -= count;
         if (remaining_ == 0)
             state_ = state_ == COUNTED ? COMPLETE : CHUNK_START;
