@@ -1,8 +1,10 @@
-// base/text.cpp: bounded formatting.
+// base/text.cpp: bounded text. What does not fit is cut; every result is terminated.
 #include "base/text.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 int safe_sprintf(char *buf, int size, const char *fmt, ...)
 {
@@ -16,4 +18,27 @@ int safe_sprintf(char *buf, int size, const char *fmt, ...)
         return length + 1;
     buf[size - 1] = '\0';
     return size;
+}
+
+std::size_t fittingBytes(const char *text, std::size_t limit)
+{
+    const std::size_t length = strlen(text);
+    if (length <= limit)
+        return length;
+    const auto continues = [text](std::size_t at) { return (text[at] & 0xC0) == 0x80; };
+    const std::size_t mostFollowers = 3; // a UTF-8 character has at most four bytes
+    const std::size_t lowest = limit - std::min(limit, mostFollowers);
+    std::size_t cut = limit;
+    while (cut > lowest && continues(cut))
+        --cut;
+    return continues(cut) ? limit : cut; // four in a row are not UTF-8: cut anywhere
+}
+
+void TextWriter::append(const char *text)
+{
+    const std::size_t length = fittingBytes(text, room_);
+    room_ = text[length] == '\0' ? room_ - length : 0;
+    memcpy(next_, text, length);
+    next_ += length;
+    *next_ = '\0';
 }
