@@ -97,7 +97,10 @@ TEST(SendFolder, SendsAllMatchingFilesAsOneTextReply)
 {
     FakeHost fake;
     std::filesystem::create_directories("/mnt/folder");
-    std::ofstream("/mnt/folder/a.log.1") << "one";
+    std::string large; // more than one of gSOAP's buffers
+    for (int i = 0; i < 30000; ++i)
+        large += std::to_string(i);
+    std::ofstream("/mnt/folder/a.log.1") << large;
     std::ofstream("/mnt/folder/b.txt") << "two";
     std::filesystem::create_directories("/mnt/broken");
     std::ofstream("/mnt/broken/a.log") << "a";
@@ -110,8 +113,8 @@ TEST(SendFolder, SendsAllMatchingFilesAsOneTextReply)
         readable += entry.path().stem();
     }
     const std::unique_ptr<struct soap> soap(new struct soap);
-    const std::pair<const char *, std::string> cases[] = {{"/mnt/folder", "one"},
-                                                          {"/mnt/folder/", "one"},
+    const std::pair<const char *, std::string> cases[] = {{"/mnt/folder", large},
+                                                          {"/mnt/folder/", large},
                                                           {"/mnt/missing", ""},
                                                           {"/mnt/broken", readable}};
     for (const auto &[folder, content] : cases) {
@@ -127,8 +130,13 @@ TEST(SendFolder, SendsAllMatchingFilesAsOneTextReply)
     soap->os = &out;
     EXPECT_EQ(0, copy_folder(soap.get(), "/mnt/folder", ".log.1"));
     EXPECT_EQ(-1, copy_folder(soap.get(), "/mnt/folder", "empty"));
-    soap->fpreparesend = [](struct soap *, const char *, std::size_t) { return SOAP_EOM; };
+    static int failures;
+    soap->fpreparesend = [](struct soap *, const char *, std::size_t) {
+        return failures-- > 0 ? SOAP_EOM : SOAP_OK;
+    };
+    failures = 1;
     EXPECT_EQ(SOAP_EOM, http_copy_folder(soap.get(), "/mnt/folder", ".log"));
+    failures = 1;
     EXPECT_EQ(SOAP_EOM, copy_file(soap.get(), "/mnt/folder/b.txt", "text/plain"));
     EXPECT_EQ("", out.str());
     soap_end(soap.get());
