@@ -31,3 +31,16 @@ done
 for name in $(cat tests/abi/exports.txt tests/abi/imports.txt); do
   grep -qE "\`$name(\(\))?\`" docs/host_interface.md || { echo "$name is not in docs/host_interface.md"; exit 1; }
 done
+
+# Each correction of gSOAP names a file that is there and a test that is there, or the build.
+ctest --test-dir "$folder/.." -N | sed -n 's/^ *Test *#[0-9]*: \([^ ]*\).*/\1/p' >"$folder/tests"
+sed '/^## What we leave/,$d' docs/gsoap.md | grep '^| ' | grep -v -e '^| What gSOAP' -e '^| ---' >"$folder/corrections"
+while IFS='|' read -r _ _ what test _; do
+  file=$(sed -E 's/.*: `([^`]+)` $/\1/' <<<"$what")
+  [ -e "webServer/$file" ] || [ -e "$file" ] || { echo "docs/gsoap.md: no file in: $what"; exit 1; }
+  names=$(grep -oE '`[^`]+`' <<<"$test" | tr -d '`') || [ "$test" = ' the build ' ] \
+    || { echo "docs/gsoap.md: no test for: $what"; exit 1; }
+  for name in $names; do
+    grep -qxF "$name" "$folder/tests" || { echo "docs/gsoap.md: $name is not there"; exit 1; }
+  done
+done <"$folder/corrections"

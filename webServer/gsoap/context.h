@@ -1,4 +1,5 @@
 // gsoap/context.h: the life of the one gSOAP context: set up, cleaned between requests, released.
+// docs/gsoap.md lists what gSOAP does wrong, and the corrections that stay outside this folder.
 #pragma once
 
 struct soap;
