@@ -77,11 +77,3 @@ void ByteQueue::clear()
     last_ = nullptr;
     size_ = 0;
 }
-
-void ByteQueue::take(ByteQueue &other)
-{
-    clear();
-    first_ = std::exchange(other.first_, nullptr);
-    last_ = std::exchange(other.last_, nullptr);
-    size_ = std::exchange(other.size_, 0);
-}

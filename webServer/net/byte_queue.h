@@ -14,8 +14,7 @@ public:
     // request takes one.
     static constexpr std::size_t BLOCK_BYTES = 8 * 1024;
 
-    ByteQueue() = default;
-    ~ByteQueue() { clear(); }
+    ByteQueue() = default; // clear() frees what it holds; nothing does so by itself
     ByteQueue(const ByteQueue &) = delete;
     ByteQueue &operator=(const ByteQueue &) = delete;
 
@@ -35,7 +34,4 @@ public:
     void remove(std::size_t bytes);
 
     void clear();
-
-    // Takes over the other queue's bytes, after freeing its own.
-    void take(ByteQueue &other);
 };

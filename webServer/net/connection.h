@@ -16,7 +16,7 @@ enum Stage { FREE, ARRIVING, READY, SERVED, LEAVING };
 
 struct Connection {
     Stage stage = FREE;
-    int socket = -1;
+    int socket = 0; // of any stage but FREE
     union {
         struct sockaddr any;
         struct sockaddr_in v4;
@@ -35,9 +35,12 @@ struct Connection {
     Departure reply;
 };
 
-// The table. Slots from connectionsInUse on are free.
+// The table. Slots from connectionsInUse on are free. All of it is zero at first, so that the library's file
+// does not contain it.
 extern Connection connections[MAX_CONNECTIONS];
 extern int connectionsInUse;
+
+Milliseconds monotonicNow();
 
 // Closes the connection at once and frees its slot.
 void dropConnection(Connection *connection);

@@ -1,116 +1,21 @@
-// net/connections.cpp: all open connections, and the one place where the service thread waits.
+// net/connections.cpp: the one place where the service thread waits, and the connection that it serves.
 #include "net/connections.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <ctime>
-#include <fcntl.h>
 #include <poll.h>
-#include <unistd.h>
 
 #include "net/arrivals.h"
 #include "net/connection.h"
+#include "net/leaving.h"
+#include "net/newcomers.h"
 
-static constexpr Milliseconds ACCEPT_RETRY_MS =
-    100; // bounds the work while descriptors are lacking
-static constexpr std::size_t MAX_DROPPED_BYTES = 256 * 1024; // read at a connection's end
+static constexpr Milliseconds OVER_AGAIN_MS = 100; // for a caller that goes on all the same
 
-Connection connections[MAX_CONNECTIONS];
-int connectionsInUse = 0;
-
-static int listening = -1;
-static bool closing;            // the listening socket has been shut down
-static bool acceptFailed;       // at the last attempt
-static Milliseconds acceptFrom; // not before, after a failure
 static Connection *served;
-
-static Milliseconds monotonicNow()
-{
-    struct timespec time = {};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return Milliseconds{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
-}
-
-void dropConnection(Connection *connection)
-{
-    leaveLargePlace(connection);
-    close(connection->socket);
-    connection->request.clear();
-    connection->reply.clear();
-    connection->stage = FREE;
-    while (connectionsInUse > 0 && connections[connectionsInUse - 1].stage == FREE)
-        --connectionsInUse;
-}
-
-Connection *oldestOf(Stage stage, const Connection *except)
-{
-    Connection *oldest = nullptr;
-    for (int i = 0; i < connectionsInUse; ++i) {
-        Connection *const next = &connections[i];
-        if (next->stage == stage && next != except
-            && (oldest == nullptr || next->lastByte < oldest->lastByte))
-            oldest = next;
-    }
-    return oldest;
-}
-
-// ---- Accept ------------------------------------------------------------------------------------
-
-static Connection *freeSlot()
-{
-    for (Connection &connection : connections)
-        if (connection.stage == FREE)
-            return &connection;
-    return nullptr;
-}
-
-// Makes room for one more connection. Returns false when there is nobody to give way.
-static bool dropOldest()
-{
-    Connection *oldest = oldestOf(ARRIVING, nullptr);
-    if (oldest == nullptr)
-        oldest = oldestOf(LEAVING, nullptr);
-    if (oldest != nullptr)
-        dropConnection(oldest);
-    return oldest != nullptr;
-}
-
-static bool lacksRoom(int error)
-{
-    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
-}
-
-// Accepts one connection and receives what it has sent. Returns false with errno when accept fails for
-// another reason than that nobody has come.
-static bool acceptOne(Milliseconds now)
-{
-    Connection *slot = freeSlot();
-    if (slot == nullptr && dropOldest())
-        slot = freeSlot();
-    if (slot == nullptr)
-        return true; // all are ready to be served; the kernel keeps the newcomer
-    slot->clientSize = sizeof slot->client;
-    int socket = -1;
-    do
-        socket =
-            accept4(listening, &slot->client.any, &slot->clientSize, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    while (socket < 0 && lacksRoom(errno) && dropOldest());
-    acceptFailed = socket < 0 && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
-    if (socket < 0)
-        return !acceptFailed;
-
-    slot->stage = ARRIVING;
-    slot->socket = socket;
-    slot->since = slot->lastByte = now;
-    slot->unclosed = 0;
-    slot->end = RequestEnd();
-    slot->received = 0;
-    connectionsInUse = std::max(connectionsInUse, static_cast<int>(slot - connections) + 1);
-    receiveFrom(slot, now);
-    return true;
-}
+static Milliseconds serviceIsOver; // not to be said before
 
 // The service closes: those who have sent nothing go at once.
 static void dropSilent()
@@ -118,49 +23,6 @@ static void dropSilent()
     for (int i = connectionsInUse; i-- > 0;)
         if (connections[i].stage == ARRIVING && connections[i].received == 0)
             dropConnection(&connections[i]);
-}
-
-// ---- Departures --------------------------------------------------------------------------------
-
-// Ends a connection whose reply has left. Bytes that nobody has read would make the kernel reset the
-// connection, and the client might lose the reply.
-static void finish(Connection *connection)
-{
-    shutdown(connection->socket, SHUT_WR);
-    char dropped[4096];
-    std::size_t total = 0;
-    for (ssize_t count;
-         total < MAX_DROPPED_BYTES
-         && (count = recv(connection->socket, dropped, sizeof dropped, MSG_DONTWAIT)) > 0;)
-        total += static_cast<std::size_t>(count);
-    dropConnection(connection);
-}
-
-static void depart(Connection *connection, Milliseconds now)
-{
-    if (connection->reply.proceed(connection->socket))
-        connection->lastByte = now;
-    if (connection->reply.hasFailed() || now - connection->lastByte >= STALL_MS)
-        dropConnection(connection);
-    else if (connection->reply.isEmpty())
-        finish(connection);
-}
-
-// Keeps the bytes of all replies within MAX_PARKED_BYTES: those whose clients have taken nothing for
-// longest give way. The reply that is being made always has room.
-static void makeRoomForReply()
-{
-    std::size_t parked = served->reply.parkedBytes();
-    for (int i = 0; i < connectionsInUse; ++i)
-        if (connections[i].stage == LEAVING)
-            parked += connections[i].reply.parkedBytes();
-    while (parked > MAX_PARKED_BYTES) {
-        Connection *oldest = oldestOf(LEAVING, nullptr);
-        if (oldest == nullptr)
-            return;
-        parked -= oldest->reply.parkedBytes();
-        dropConnection(oldest);
-    }
 }
 
 // ---- The wait ----------------------------------------------------------------------------------
@@ -198,10 +60,8 @@ static void waitAndProceed(Milliseconds until, bool *newcomers)
         until = std::min(until, deadlineOf(connection));
     }
     const Milliseconds before = monotonicNow();
-    const bool accepting = !closing && before >= acceptFrom;
-    if (!accepting && !closing)
-        until = std::min(until, acceptFrom);
-    polled[count] = {accepting ? listening : -1, POLLIN, 0};
+    until = std::min(until, newcomersDeadline(before));
+    polled[count] = {newcomersSocket(before), POLLIN, 0};
     const Milliseconds wait =
         std::min<Milliseconds>(std::max<Milliseconds>(until - before, 0), STALL_MS);
     poll(polled, static_cast<nfds_t>(count) + 1, static_cast<int>(wait));
@@ -232,43 +92,37 @@ static Connection *nextReady()
 
 void openConnections(int listener)
 {
-    listening = listener;
-    closing = acceptFailed = false;
-    acceptFrom = 0;
-    fcntl(listener, F_SETFL, fcntl(listener, F_GETFL) | O_NONBLOCK);
+    openNewcomers(listener);
+    serviceIsOver = 0;
 }
 
-bool acceptHasFailed()
+// Makes it the connection that is served. Returns its socket.
+static int serve(Connection *ready, struct sockaddr *address, int *addressSize)
 {
-    return acceptFailed;
+    leaveLargePlace(ready);
+    ready->stage = SERVED;
+    served = ready;
+    *addressSize = std::min(*addressSize, static_cast<int>(ready->clientSize));
+    memcpy(address, &ready->client, static_cast<std::size_t>(*addressSize));
+    return ready->socket;
 }
 
 int nextConnection(struct sockaddr *address, int *addressSize)
 {
     for (;;) {
+        const bool over = newcomersAreRefused() && !requestsAreArriving();
         bool newcomers = false;
-        waitAndProceed(closing && !requestsAreArriving() ? acceptFrom : LLONG_MAX, &newcomers);
-        if (newcomers && !acceptOne(monotonicNow())) {
-            const int error = errno;
-            acceptFrom = monotonicNow() + ACCEPT_RETRY_MS;
-            closing = error == EINVAL;
-            if (!closing) {
-                errno = error;
+        waitAndProceed(over ? serviceIsOver : LLONG_MAX, &newcomers);
+        if (newcomers && !acceptNewcomer()) {
+            if (errno != EINVAL)
                 return -1;
-            }
+            refuseNewcomers();
             dropSilent();
-            acceptFrom = 0;
         }
-        if (Connection *ready = nextReady()) {
-            leaveLargePlace(ready);
-            ready->stage = SERVED;
-            served = ready;
-            *addressSize = std::min(*addressSize, static_cast<int>(ready->clientSize));
-            memcpy(address, &ready->client, static_cast<std::size_t>(*addressSize));
-            return ready->socket;
-        }
-        if (closing && !requestsAreArriving() && monotonicNow() >= acceptFrom) {
-            acceptFrom = monotonicNow() + ACCEPT_RETRY_MS; // for a caller that goes on all the same
+        if (Connection *ready = nextReady())
+            return serve(ready, address, addressSize);
+        if (newcomersAreRefused() && !requestsAreArriving() && monotonicNow() >= serviceIsOver) {
+            serviceIsOver = monotonicNow() + OVER_AGAIN_MS;
             errno = EINVAL;
             return -1;
         }
@@ -294,7 +148,7 @@ bool sendReply(const char *bytes, std::size_t count)
     if (served == nullptr || !served->reply.send(served->socket, bytes, count))
         return false;
     if (served->reply.parkedBytes() > 0)
-        makeRoomForReply();
+        makeRoomForReply(*served);
     return true;
 }
 
@@ -331,13 +185,14 @@ bool requestsAreArriving()
 void awaitDepartures()
 {
     const Milliseconds end = monotonicNow() + LAST_REPLIES_MS;
-    bool newcomers = false; // are not accepted here
+    bool newcomers = false;
     while (oldestOf(LEAVING, nullptr) != nullptr && monotonicNow() < end)
         waitAndProceed(end, &newcomers);
 }
 
 void closeConnections()
 {
+    refuseNewcomers(); // a newcomer that nobody accepts would end every wait at once
     awaitDepartures();
     for (int i = connectionsInUse; i-- > 0;)
         if (connections[i].stage != FREE)

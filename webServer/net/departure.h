@@ -25,8 +25,7 @@ class Departure {
     std::size_t sendFile(int socket, FilePart *file);
 
 public:
-    Departure() = default;
-    ~Departure() { clear(); }
+    Departure() = default; // clear() frees what it holds; nothing does so by itself
     Departure(const Departure &) = delete;
     Departure &operator=(const Departure &) = delete;
 

@@ -64,8 +64,8 @@ void RequestEnd::endLine()
 {
     line_[std::min(lineLength_, LINE_SIZE - 1)] = '\0';
     lineLength_ = 0;
-    if (requestLine_) {
-        requestLine_ = false;
+    if (!inHeaders_) {
+        inHeaders_ = true;
         if (strncmp(line_, "POST ", 5) == 0)
             method_ = POST;
         for (const char *method : {"GET ", "HEAD ", "DELETE ", "OPTIONS "})

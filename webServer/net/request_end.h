@@ -26,7 +26,7 @@ class RequestEnd {
 
     State state_ = START;
     Method method_ = OTHER;
-    bool requestLine_ = true;
+    bool inHeaders_ = false; // after the request line
     bool form_ = false;
     bool chunked_ = false;
     bool noBody_ = false;    // a length of 0 was announced
@@ -36,9 +36,9 @@ class RequestEnd {
     uint64_t remaining_ = 0;
     uint64_t length_ = 0; // announced
     std::size_t lineLength_ = 0;
-    char line_[LINE_SIZE];
+    char line_[LINE_SIZE] = {};
     std::size_t tailLength_ = 0;
-    char tail_[TAIL_SIZE];
+    char tail_[TAIL_SIZE] = {};
 
     void addToLine(char character);
     void endLine();

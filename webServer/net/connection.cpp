@@ -1,0 +1,44 @@
+// net/connection.cpp: the table of open connections.
+#include "net/connection.h"
+
+#include <ctime>
+#include <type_traits>
+#include <unistd.h>
+
+#include "net/arrivals.h"
+
+// The service thread may still use the table while the process exits, so nothing may destroy it.
+static_assert(std::is_trivially_destructible_v<Connection>);
+
+Connection connections[MAX_CONNECTIONS];
+int connectionsInUse = 0;
+
+Milliseconds monotonicNow()
+{
+    struct timespec time = {};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return Milliseconds{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+}
+
+void dropConnection(Connection *connection)
+{
+    leaveLargePlace(connection);
+    close(connection->socket);
+    connection->request.clear();
+    connection->reply.clear();
+    connection->stage = FREE;
+    while (connectionsInUse > 0 && connections[connectionsInUse - 1].stage == FREE)
+        --connectionsInUse;
+}
+
+Connection *oldestOf(Stage stage, const Connection *except)
+{
+    Connection *oldest = nullptr;
+    for (int i = 0; i < connectionsInUse; ++i) {
+        Connection *const next = &connections[i];
+        if (next->stage == stage && next != except
+            && (oldest == nullptr || next->lastByte < oldest->lastByte))
+            oldest = next;
+    }
+    return oldest;
+}
