@@ -68,52 +68,62 @@ static Text decoded(std::string_view part)
 }
 
 // Sets the fields as gSOAP does for a cookie that it has received. A gate may look it up by
-// soap_cookie_value(), which compares domain and path.
-static void appendCookie(struct soap_cookie **end, Text name, Text value)
+// soap_cookie_value(), which compares domain and path. Returns false when there is no memory.
+static bool appendCookie(struct soap_cookie **end, Text name, Text value)
 {
+    Text domain = decoded(""), path = decoded("");
     *end = static_cast<struct soap_cookie *>(calloc(1, sizeof **end));
-    if (*end == nullptr)
-        return;
+    if (*end == nullptr || domain == nullptr || path == nullptr) {
+        free(std::exchange(*end, nullptr));
+        return false;
+    }
     (*end)->name = name.release();
     (*end)->value = value.release();
-    (*end)->domain = decoded("").release();
-    (*end)->path = decoded("").release();
+    (*end)->domain = domain.release();
+    (*end)->path = path.release();
     (*end)->maxage = -1;
     (*end)->session = 1;
     (*end)->env = 1;
+    return true;
 }
 
 // Of cookies with the same name the last one counts; of several SESSIONID the first that names a session,
-// because another server at the unit's address may have set one as well.
-static void keepCookie(struct soap *soap, Text name, Text value)
+// because another server at the unit's address may have set one as well. Returns false when there is no
+// memory.
+static bool keepCookie(struct soap *soap, Text name, Text value)
 {
+    if (name == nullptr || value == nullptr)
+        return false;
     // Names with "$" are attributes of RFC 2965, which say nothing about the value.
-    if (name == nullptr || *name == '\0' || *name == '$')
-        return;
-    if (value != nullptr && *value == '\0')
+    if (*name == '\0' || *name == '$')
+        return true;
+    if (*value == '\0')
         value.reset(); // as gSOAP keeps an empty one
     int room = soap->cookie_max;
     struct soap_cookie **place = &soap->cookies;
     for (; *place != nullptr && strcmp((*place)->name, name.get()) != 0; place = &(*place)->next)
         --room;
-    if (*place == nullptr) {
-        if (room > 0)
-            appendCookie(place, std::move(name), std::move(value));
-    } else if (strcmp(name.get(), SESSION_COOKIE) != 0 || !namesSession((*place)->value)) {
+    if (*place == nullptr)
+        return room <= 0 || appendCookie(place, std::move(name), std::move(value));
+    if (strcmp(name.get(), SESSION_COOKIE) != 0 || !namesSession((*place)->value)) {
         free((*place)->value);
         (*place)->value = value.release();
     }
+    return true;
 }
 
-static void readCookies(struct soap *soap, const char *cursor)
+// Returns false when there is no memory for all of them.
+static bool readCookies(struct soap *soap, const char *cursor)
 {
     while (*(cursor += strspn(cursor, " \t=,;")) != '\0') {
         Text name = decoded(takePart(&cursor, "=,;"));
         std::string_view value;
         if (*cursor == '=')
             value = takePart(&++cursor, ",;");
-        keepCookie(soap, std::move(name), decoded(value));
+        if (!keepCookie(soap, std::move(name), decoded(value)))
+            return false;
     }
+    return true;
 }
 
 // The fparsehdr callback.
@@ -122,8 +132,8 @@ static int parseCookieHeader(struct soap *soap, const char *key, const char *val
 {
     if (soap_tag_cmp(key, "Cookie") != 0 && soap_tag_cmp(key, "Cookie2") != 0)
         return parseHeader(soap, key, value);
-    readCookies(soap, value);
-    return SOAP_OK;
+    // A request without one of its cookies might be taken for another user's.
+    return readCookies(soap, value) ? SOAP_OK : soap->error = SOAP_EOM;
 }
 }
 
