@@ -91,6 +91,8 @@ int openSession(struct soap *soap, const char *user, int level, const char *host
         session.id = strdup(hostId);
     // Without one of them the session could not be used, found by its id, or ended by its user's name.
     if (session.ip == nullptr || session.id == nullptr || session.user == nullptr) {
+        if (g_csEnabled != 0 && pgf_closeSession != nullptr)
+            pgf_closeSession(hostId, soap); // the host has made its session already
         freeSession(slot);
         return -1;
     }
