@@ -44,7 +44,7 @@ static void registerPlugins(struct soap *soap)
 
 void serveConnection(struct soap *soap)
 {
-    if (soap_valid_socket(soap_accept(soap))) {
+    if (acceptConnection(soap)) {
         reportAccepted();
         startRequest();
         soap_serve(soap); // whatever it returns, the client has been answered

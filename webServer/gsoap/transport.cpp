@@ -1,6 +1,7 @@
 // gsoap/transport.cpp: lets gSOAP accept, receive, send and close through net/connections.h.
 #include "gsoap/transport.h"
 
+#include <arpa/inet.h>
 #include <stdsoap2.h>
 
 #include "net/connections.h"
@@ -10,6 +11,17 @@ static size_t (*receive)(struct soap *, char *, size_t);
 static int (*sendBytes)(struct soap *, const char *, size_t);
 static int (*shutDown)(struct soap *, SOAP_SOCKET, int);
 static int (*closeSocket)(struct soap *, SOAP_SOCKET);
+
+// gSOAP writes the address as text and reads it back. Without memory for that, its number would stay 0:
+// one address for all clients, by which a stranger could use another's session.
+bool acceptConnection(struct soap *soap)
+{
+    if (!soap_valid_socket(soap_accept(soap)))
+        return false;
+    if (soap->peer.addr.sa_family == AF_INET)
+        soap->ip = ntohl(soap->peer.in.sin_addr.s_addr);
+    return true;
+}
 
 bool servesConnection(const struct soap *soap)
 {

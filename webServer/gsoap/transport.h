@@ -6,6 +6,10 @@ struct soap;
 // Replaces the context's callbacks for its connections. Call it before the bind and before installLimits.
 void installTransport(struct soap *soap);
 
+// Waits for the next complete request and makes its connection the context's. Returns false when accept
+// fails.
+bool acceptConnection(struct soap *soap);
+
 // Returns true when the context serves one of the service's own connections, not one that a host or a
 // test has given it.
 bool servesConnection(const struct soap *soap);
