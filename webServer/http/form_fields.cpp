@@ -30,10 +30,9 @@ static bool endsPart(char character)
 }
 
 // Deliberate: no check that the character is a hexadecimal digit; gSOAP makes none.
-static unsigned hexValue(char character)
+static int hexValue(char character)
 {
-    const auto code = static_cast<unsigned char>(character);
-    return code >= 'A' ? (code & 7U) + 9 : code - unsigned{'0'};
+    return character >= 'A' ? (character & 7) + 9 : character - '0';
 }
 
 // Decodes the part that begins at from into to, which may be one byte before it. Returns where the next
