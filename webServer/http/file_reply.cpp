@@ -8,6 +8,7 @@
 #include "gsoap/reply.h"
 #include "gsoap/transport.h"
 #include "net/connections.h"
+#include "net/limits.h"
 
 FileReply::~FileReply()
 {
@@ -17,7 +18,8 @@ FileReply::~FileReply()
 
 bool FileReply::isPossible(const struct soap *soap)
 {
-    return servesConnection(soap) && (soap->omode & SOAP_IO) != SOAP_IO_CHUNK;
+    return servesConnection(soap) && (soap->omode & SOAP_IO) != SOAP_IO_CHUNK
+           && filesLeaving() < MAX_FILES_LEAVING;
 }
 
 bool FileReply::add(int descriptor)

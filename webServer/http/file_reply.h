@@ -6,7 +6,8 @@
 struct soap;
 
 class FileReply {
-    static constexpr int MAX_FILES = 32; // that one reply holds open
+    static constexpr int MAX_FILES =
+        8; // that one reply holds open; a host needs descriptors as well
 
     FilePart parts_[MAX_FILES];
     int count_ = 0;
@@ -19,7 +20,7 @@ public:
     FileReply &operator=(const FileReply &) = delete;
 
     // Returns true when this context's replies can be sent so: it serves one of the service's own
-    // connections, and not in chunks.
+    // connections, not in chunks, and few files wait for their clients.
     static bool isPossible(const struct soap *soap);
 
     // Takes over an open file or folder; a folder counts as empty. Returns false when there is no place for

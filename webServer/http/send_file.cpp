@@ -107,6 +107,15 @@ static bool sendFolderFiles(struct soap *soap, const char *contentType, const ch
     return fits;
 }
 
+static int collectFolder(struct soap *soap, const char *contentType, const char *directory,
+                         const char *nameFilter)
+{
+    soap->http_content = contentType;
+    if (soap_response(soap, SOAP_FILE) == SOAP_OK)
+        copy_folder(soap, directory, nameFilter);
+    return endReply(soap);
+}
+
 // ---- Whole replies -----------------------------------------------------------------------------
 
 int copy_file(struct soap *soap, const char *path, const char *contentType)
@@ -125,15 +134,13 @@ int sendFolder(struct soap *soap, const char *contentType, const char *directory
 {
     if (FileReply::isPossible(soap) && sendFolderFiles(soap, contentType, directory, nameFilter))
         return soap->error;
-    soap->http_content = contentType;
-    if (soap_response(soap, SOAP_FILE) == SOAP_OK)
-        copy_folder(soap, directory, nameFilter);
-    return endReply(soap);
+    return collectFolder(soap, contentType, directory, nameFilter);
 }
 
+// Collects also on the service's own connections: a host that calls this may send more afterwards.
 int http_copy_folder(struct soap *soap, const char *directory, const char *nameFilter)
 {
-    return sendFolder(soap, "text/plain", directory, nameFilter);
+    return collectFolder(soap, "text/plain", directory, nameFilter);
 }
 
 void sendText(struct soap *soap, const char *contentType, const char *text)

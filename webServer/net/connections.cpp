@@ -157,6 +157,14 @@ bool sendFiles(const FilePart *files, int count)
     return served != nullptr && served->reply.attach(files, count);
 }
 
+int filesLeaving()
+{
+    int files = 0;
+    for (int i = 0; i < connectionsInUse; ++i)
+        files += connections[i].reply.openFiles();
+    return files;
+}
+
 bool isServed(int socket)
 {
     return served != nullptr && served->socket == socket;

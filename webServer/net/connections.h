@@ -26,9 +26,12 @@ std::size_t readRequest(char *to, std::size_t size);
 // the client is gone or the rest cannot be kept.
 bool sendReply(const char *bytes, std::size_t count);
 
-// Sends these files after what has been sent, and owns them from now on. Returns false, and does not own
-// them, when there is no memory.
+// Sends these files at the end of the reply, after all bytes, and owns them from now on. Returns false, and
+// does not own them, when there is no memory, or when the reply has files already.
 bool sendFiles(const FilePart *files, int count);
+
+// Returns how many open files wait in replies for their clients to take them.
+int filesLeaving();
 
 // Returns true when the socket is the one that is served.
 bool isServed(int socket);

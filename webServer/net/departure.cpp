@@ -36,6 +36,8 @@ bool Departure::send(int socket, const char *bytes, std::size_t count)
 
 bool Departure::attach(const FilePart *files, int count)
 {
+    if (files_ != nullptr)
+        return false;
     const std::size_t size = static_cast<std::size_t>(count) * sizeof *files;
     files_ = static_cast<FilePart *>(malloc(size));
     if (files_ == nullptr)

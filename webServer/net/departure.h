@@ -32,12 +32,14 @@ public:
     bool isEmpty() const { return failed_ || (bytes_.size() == 0 && nextFile_ == fileCount_); }
     bool hasFailed() const { return failed_; }
     std::size_t parkedBytes() const { return bytes_.size(); }
+    int openFiles() const { return fileCount_ - nextFile_; }
 
     // Sends what the client takes now and keeps the rest. Returns false when the client is gone or the
     // rest cannot be kept.
     bool send(int socket, const char *bytes, std::size_t count);
 
-    // Takes the files over, to be sent after the bytes. Returns false when there is no memory.
+    // Takes the files over, to be sent after the bytes. Returns false when there is no memory, and when the
+    // reply has files already.
     bool attach(const FilePart *files, int count);
 
     // Sends what the client takes now, up to a share that is fair to others. Returns true when it took

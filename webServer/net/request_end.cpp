@@ -12,8 +12,6 @@
 static constexpr std::size_t MAX_HEADER_LINE = 8190; // gSOAP refuses longer ones
 static constexpr std::size_t MAX_SIZE_DIGITS = 16;   // of a chunk; gSOAP refuses more
 
-static constexpr char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF"; // of UTF-8
-
 static bool isSpace(char character)
 {
     return static_cast<unsigned char>(character) <= ' ';
@@ -99,58 +97,6 @@ void RequestEnd::endHeader()
         state_ = noBody_ ? COMPLETE : ENVELOPE;
 }
 
-void RequestEnd::addToTail(const char *data, std::size_t size)
-{
-    if (size >= TAIL_SIZE) {
-        memcpy(tail_, data + size - TAIL_SIZE, TAIL_SIZE);
-        tailLength_ = TAIL_SIZE;
-        return;
-    }
-    const std::size_t kept = std::min(tailLength_, TAIL_SIZE - size);
-    memmove(tail_, tail_ + tailLength_ - kept, kept);
-    memcpy(tail_ + kept, data, size);
-    tailLength_ = kept + size;
-}
-
-// The bytes so far end with "</prefix:Envelope>", spaces allowed before and after ">". Only the end is
-// looked at: to search all of it would cost more than to parse it.
-bool RequestEnd::tailClosesEnvelope() const
-{
-    static constexpr char NAME[] = "Envelope";
-    const char *end = tail_ + tailLength_;
-    const auto skipSpace = [&] {
-        while (end > tail_ && isSpace(end[-1]))
-            --end;
-    };
-    skipSpace();
-    if (end == tail_ || *--end != '>')
-        return false;
-    skipSpace();
-    if (end - tail_ < static_cast<std::ptrdiff_t>(strlen(NAME)))
-        return false;
-    end -= strlen(NAME);
-    if (memcmp(end, NAME, strlen(NAME)) != 0)
-        return false;
-    while (end > tail_ && end[-1] != '<' && !isSpace(end[-1]))
-        --end;
-    return end > tail_ && end[-1] == '<' && *end == '/';
-}
-
-void RequestEnd::countEnvelope(const char *data, std::size_t size)
-{
-    remaining_ -= std::min<uint64_t>(remaining_, size);
-    if (!markup_) {
-        const char *first = std::find_if_not(data, data + size, isSpace);
-        markup_ = first < data + size && (*first == '<' || *first == BYTE_ORDER_MARK[0]);
-        // gSOAP refuses what does not begin with markup, so there is no envelope to wait for.
-        if (first < data + size && !markup_ && remaining_ == 0)
-            state_ = COMPLETE;
-    }
-    addToTail(data, size);
-    if (tailClosesEnvelope())
-        state_ = COMPLETE;
-}
-
 // Looks at the first bytes, at one in the header and at all that it can in a body. Returns how many.
 std::size_t RequestEnd::step(const char *data, std::size_t size)
 {
@@ -184,9 +130,13 @@ std::size_t RequestEnd::step(const char *data, std::size_t size)
             state_ = state_ == COUNTED ? COMPLETE : CHUNK_START;
         return count;
     }
-    case ENVELOPE:
-        countEnvelope(data, size);
-        return size;
+    case ENVELOPE: {
+        const std::size_t count = envelope_.see(data, size);
+        remaining_ -= std::min<uint64_t>(remaining_, count);
+        if (envelope_.hasEnded())
+            state_ = COMPLETE;
+        return count;
+    }
     case CHUNK_START:
         if (isxdigit(static_cast<unsigned char>(character)) == 0)
             return 1;

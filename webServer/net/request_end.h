@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "net/xml_end.h"
+
 // Sees a request's bytes once, in order, and keeps none of them. It sees the end where gSOAP will stop to
 // read. Where gSOAP would refuse, the request counts as complete: it is then refused without a wait.
 class RequestEnd {
@@ -22,7 +24,6 @@ class RequestEnd {
     enum Method { OTHER, POST, WITHOUT_ENVELOPE }; // OTHER: gSOAP answers without reading a body
 
     static constexpr std::size_t LINE_SIZE = 128; // longer than all that is looked at
-    static constexpr std::size_t TAIL_SIZE = 64;  // longer than the end tag of any prefix in use
 
     State state_ = START;
     Method method_ = OTHER;
@@ -31,21 +32,16 @@ class RequestEnd {
     bool chunked_ = false;
     bool noBody_ = false;    // a length of 0 was announced
     bool continue_ = false;  // the client waits for "100 Continue"
-    bool markup_ = false;    // the body's first byte has come, and begins markup
     bool announced_ = false; // a length was announced
     uint64_t remaining_ = 0;
     uint64_t length_ = 0; // announced
     std::size_t lineLength_ = 0;
     char line_[LINE_SIZE] = {};
-    std::size_t tailLength_ = 0;
-    char tail_[TAIL_SIZE] = {};
+    XmlEnd envelope_;
 
     void addToLine(char character);
     void endLine();
     void endHeader();
-    void addToTail(const char *data, std::size_t size);
-    bool tailClosesEnvelope() const;
-    void countEnvelope(const char *data, std::size_t size);
     std::size_t step(const char *data, std::size_t size);
 
 public:
