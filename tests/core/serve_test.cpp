@@ -92,7 +92,8 @@ TEST(Start, LogsWhyThreadOrWebRootIsMissing)
     setenv("WEB_DIR", "/mnt/absent/", 1);
     EXPECT_EQ(-1, webServer_Web_Start());
     unsetenv("WEB_DIR");
-    EXPECT_NE(nullptr, pgf_parseAuth) << "the default hooks come all the same";
+    EXPECT_FALSE(fake.gateAtStart) << "the default hooks come after the thread";
+    EXPECT_NE(nullptr, pgf_parseAuth) << "and all the same";
     EXPECT_EQ("W webServer: web root /mnt/absent/: No such file or directory\n"
               "E webServer: spawnHttpThread() error creating the thread 11\n",
               fake.log());

@@ -72,7 +72,8 @@ TEST_F(RequestHeaders, GiveTheGateTheCookiesThatTheClientSent)
         {"Cookie: a; Expires=Wed; Domain=d; Path=/; SESSIONID=good; Secure",
          "a=- Expires=Wed Domain=d Path=/ SESSIONID=good Secure=-"},
         {"Cookie: a=1; a=good; SESSIONID=x; a=", "a=- SESSIONID=x"},
-        {"Cookie: SESSIONID=x; SESSIONID=good; SESSIONID=best; SESSIONID=y", "SESSIONID=good"},
+        {"Cookie: SESSIONID=GOOD; SESSIONID=goo; SESSIONID=goods; SESSIONID=good; SESSIONID=best",
+         "SESSIONID=good"},
         {"Cookie: SESSIONID=best\nCookie: SESSIONID=good; SESSIONID=", "SESSIONID=best"},
         {"Cookie: SESSIONID=x; SESSIONID=y; SESSIONID=", "SESSIONID=-"},
         {"Cookie: SESSIONID=good; Expires={x*8000}", "SESSIONID=good Expires={x*8000}"}};

@@ -41,10 +41,13 @@ TEST(Gsoap, HangsUpOnWhatIsNotARequestAndOnWhatCostsTooMuch)
               talk(service.port(), "HTTP/1.1 302 Found\r\nContent-Length: 1900000000\r\n\r\nA"));
     EXPECT_EQ("", talk(service.port(), "x\r\n\r\n" + envelope("getRTU")));
     EXPECT_THAT(talk(service.port(), "FETCH / HTTP/1.1\r\n\r\n"), HasSubstr("HTTP/1.1 405"));
-    std::string attributes;
-    for (int i = 0; i < 8000; ++i)
+    std::string attributes = "<x"; // the envelope has three more
+    for (int i = 4; i <= 1000; ++i)
         attributes += " a" + std::to_string(i) + "=''";
-    EXPECT_THAT(service.post(envelope("getRTU", "<x" + attributes + "/>")),
+    const std::string rest =
+        ">" + std::string(5000, 'x') + "</x>"; // received after they were counted
+    EXPECT_THAT(service.post(envelope("getRTU", attributes + rest)), HasSubstr("512Q"));
+    EXPECT_THAT(service.post(envelope("getRTU", attributes + " b=''" + rest)),
                 testing::Not(HasSubstr("512Q")));
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ("", talk(service.port(), "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n5;"
@@ -90,11 +93,13 @@ TEST(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
     FakeHost fake;
     Service service;
     fake.cpuSecondsPerLook = 1;
-    const std::string pieces = "<arg>" + std::string(30000, 'x') + "</arg>";
-    EXPECT_EQ("", service.post(envelope("fnPut", pieces)));
-    EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
+    // The time is looked at before every 4096 bytes.
+    const std::string two = envelope("fnPut", "<arg>" + std::string(7000, 'x') + "</arg>"),
+                      three = envelope("fnPut", "<arg>" + std::string(9000, 'x') + "</arg>");
+    EXPECT_THAT(service.post(two), HasSubstr("200 OK"));
+    EXPECT_EQ("", service.post(three));
     fake.cpuSecondsPerLook = 0;
-    EXPECT_THAT(service.post(envelope("fnPut", pieces)), HasSubstr("200 OK"));
+    EXPECT_THAT(service.post(three), HasSubstr("200 OK"));
     fake.forgetCalls();
     const std::string form =
         "POST /x HTTP/1.1\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: ";

@@ -113,16 +113,18 @@ TEST(SendFolder, SendsAllMatchingFilesAsOneTextReply)
         readable += entry.path().stem();
     }
     const std::unique_ptr<struct soap> soap(new struct soap);
-    const std::pair<const char *, std::string> cases[] = {{"/mnt/folder", large},
-                                                          {"/mnt/folder/", large},
-                                                          {"/mnt/missing", ""},
-                                                          {"/mnt/broken", readable}};
-    for (const auto &[folder, content] : cases) {
+    const std::string folder = "/mnt/folder"; // a path has at most 298 characters
+    const std::pair<std::string, std::string> cases[] = {{folder, large},
+                                                         {folder + std::string(279, '/'), large},
+                                                         {folder + std::string(280, '/'), ""},
+                                                         {"/mnt/missing", ""},
+                                                         {"/mnt/broken", readable}};
+    for (const auto &[path, content] : cases) {
         std::ostringstream out;
         soap->os = &out;
-        EXPECT_EQ(SOAP_OK, http_copy_folder(soap.get(), folder, ".log"));
+        EXPECT_EQ(SOAP_OK, http_copy_folder(soap.get(), path.c_str(), ".log"));
         EXPECT_NE(std::string::npos, out.str().find("\r\nContent-Type: text/plain\r\n"));
-        EXPECT_EQ(content, out.str().substr(out.str().find("\r\n\r\n") + 4)) << folder;
+        EXPECT_EQ(content, out.str().substr(out.str().find("\r\n\r\n") + 4)) << path;
         soap_end(soap.get());
     }
     std::ofstream("/mnt/folder/empty.log") << "";

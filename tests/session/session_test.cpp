@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "base/base64.h"
+#include "http/cookies.h"
 #include "session/lockout.h"
+#include "session/relogin.h"
 #include "session/request_check.h"
 #include "session/session_table.h"
 #include "support/fake_host.h"
@@ -94,6 +96,26 @@ TEST(RequestCheck, TestsAndRenewsOnlyWhatTheCallerAsksFor)
     }
     clearSession(slot, soap.get());
     EXPECT_EQ(0, numOfSessions);
+    soap_end(soap.get());
+}
+
+TEST(Session, TextsAreCut)
+{
+    FakeHost fake;
+    installSecurityHooks();
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    std::ostringstream out;
+    soap->os = &out;
+    const std::string id(254, 'x');
+    const int slot = openSession(soap.get(), "ann", WS_LEVEL_READ, id.c_str());
+    soap_set_cookie(soap.get(), "SESSIONID", (id + "x").c_str(), "", "/");
+    EXPECT_EQ(SESSION_VALID, checkSession(soap.get(), 0, 0, nullptr));
+    EXPECT_TRUE(setSessionCookie(soap.get(), id.c_str()));
+    EXPECT_EQ(id.substr(0, 98), sessionCookie(soap.get()));
+    clearSession(slot, soap.get());
+    reLogin(soap.get(), "0123456789abcdefgh");
+    EXPECT_NE(std::string::npos,
+              out.str().find("'/index.htm?u=0123456789abcdefg'; > </body>\n</html>"));
     soap_end(soap.get());
 }
 

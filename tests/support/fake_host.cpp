@@ -226,7 +226,8 @@ int x_readData(Text type, Text name, Text format, char *text)
     recorded(__func__, {type, name, format});
     if (host().onRead)
         return host().onRead(text);
-    writeText(text, host().point == "@" ? name : host().point, mostThatAHostMayWrite);
+    if (strcmp(name, "silent") != 0)
+        writeText(text, host().point == "@" ? name : host().point, mostThatAHostMayWrite);
     return strcmp(name, "bad") == 0 ? 1 : host().readResult;
 }
 

@@ -26,7 +26,7 @@ public:
     // What the host answers.
     int verdict = WS_ALLOWED;
     int status = 0;                        // of every function that has no result below
-    std::string point;                     // the text of every point; "@" stands for its name
+    std::string point;                     // the text of every point but "silent"; "@": its name
     int readResult = 0;                    // of every point but "bad", which is not found
     std::function<int(char *text)> onRead; // instead of these two
     bool silent = false;                   // writes no texts
@@ -53,6 +53,7 @@ public:
     static constexpr int NOT_ASKED = -1;
     std::atomic<int> trims{0};                 // how often the heap was given back
     int askedLevel = NOT_ASKED;                // of the gate, last
+    bool gateAtStart = false;                  // there was one when the thread was created
     std::atomic<std::size_t> largestPiece = 0; // of memory asked for a request
     std::vector<std::string> calls() const;    // "x_readData(analog,A,%d)", in order
     std::string callsText() const;             // "f(a,b) g()"

@@ -84,6 +84,8 @@ int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *wanted, void 
                           void *argument)
 {
     const int error = hostExists() ? host().createError : 0;
+    if (hostExists())
+        host().gateAtStart = pgf_parseAuth != nullptr;
     return error != 0 ? error : __real_pthread_create(thread, wanted, run, argument);
 }
 

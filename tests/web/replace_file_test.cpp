@@ -51,6 +51,9 @@ int fsync(int file)
 
 int fchown(int file, uid_t owner, gid_t group)
 {
+    struct stat status = {};
+    fstat(file, &status);
+    EXPECT_EQ(S_IFREG | 0600, status.st_mode) << "until it has the old file's owner and mode";
     return fails("owner") ? -1 : static_cast<int>(syscall(SYS_fchown, file, owner, group));
 }
 
@@ -78,7 +81,7 @@ struct Upload {
 static void nothing() {}
 static void ownByAnother()
 {
-    chmod(TARGET.c_str(), 0640);
+    chmod(TARGET.c_str(), 01640);
     if (chown(TARGET.c_str(), 12, 34) != 0)
         perror("owner not tested"); // in a namespace that has no other
 }
@@ -183,6 +186,7 @@ static const Upload UPLOADS[] = {
 
 TEST(ReplaceFile, LosesNeitherTheOldContentNorOwnerModeAndLinks)
 {
+    const mode_t mask = umask(0002);
     for (const Upload &row : UPLOADS) {
         SCOPED_TRACE(row.name);
         FakeHost fake;
@@ -210,6 +214,9 @@ TEST(ReplaceFile, LosesNeitherTheOldContentNorOwnerModeAndLinks)
         EXPECT_EQ(row.content != '-', fs::is_regular_file(TARGET));
         EXPECT_TRUE(content(TARGET) == (row.content == 'n' ? newContent : oldContent));
         stat(TARGET.c_str(), &after);
+        if (row.oldSize < 0 && row.content == 'n') {
+            EXPECT_EQ(S_IFREG | 0664, after.st_mode);
+        }
         if (row.oldSize >= 0) {
             EXPECT_EQ(row.sameFile, before.st_ino == after.st_ino);
             EXPECT_EQ(before.st_mode, after.st_mode);
@@ -226,6 +233,7 @@ TEST(ReplaceFile, LosesNeitherTheOldContentNorOwnerModeAndLinks)
         umount2(TARGET.c_str(), 0);
         umount2(DEVICE.c_str(), 0);
     }
+    umask(mask);
 }
 
 // A power cut just before the rename leaves two whole files, of which the new one is not served.

@@ -214,7 +214,7 @@ class WebCases : public Dialect {
         if (const auto line = take("header"))
             text += *line + "\r\n";
         const std::string sent = take("type").value_or(type);
-        return text + (sent.empty() ? "" : "Content-Type: " + sent + "\r\n");
+        return text + (sent.empty() ? "" : "content-type: " + sent + "\r\n");
     }
 
     std::string get(const std::string &target)
