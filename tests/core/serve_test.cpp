@@ -285,7 +285,8 @@ TEST(Service, AnswersInOneSendAfterAPageThatCouldNotBeSent)
         return reply.get();
     };
     soap->fsend = [](struct soap *, const char *, std::size_t) { return SOAP_EOF; };
-    fake.level = -1; // the page that leads back to the login
+    pgf_appUserVerify = appUserVerify;
+    fake.level = 49; // a page that leads back to the login, without a failure on record
     EXPECT_EQ("", answerTo("application/x-www-form-urlencoded", "cgiMethod=Y2dpTG9naW4%3D"));
     soap->fsend = [](struct soap *context, const char *bytes, std::size_t size) {
         ++sends;
