@@ -70,33 +70,24 @@ TEST(CaseRunner, KnowsEveryWordOfASoapCase)
 {
     static const WrongLines ROWS[] = {
         {"fnPut arg={x*3 -> return 0", "braces without their other half"},
-        {"fnPut arg={x*} -> return 0", "no number: \"\""},
-        {"fnPut arg={x*3y} -> return 0", "no number: \"3y\""},
         {"fnPut arg={x3} -> return 0", "neither {TEXT*NUMBER} nor {\"...}: {x3}"},
         {"getRTU -> return 512Q\ngiven verdikt=1", "given does not know: \"verdikt=1\""},
-        {"getRTU -> return 512Q\ngiven silent=1", "given does not know: \"silent=1\""},
         {"getRTU -> return 512Q\ngiven", "neither given NAME nor REQUEST -> EXPECTED"},
         {"getRTU -> return 512Q\ngiven verdict=1x", "no number: \"1x\""},
-        {"getRTU -> return 512Q\ngiven ms=4294967296", "no number: \"4294967296\""},
         {"getRTU -> return 512Q\ngiven silent | silent", "given twice: silent"},
         {"getRTU -> return 512Q\ngiven silent | fresh", "fresh must come first"},
-        {"getRTU -> return 512Q\nclient 127.0.0.2", "neither given NAME nor REQUEST -> EXPECTED"},
         {"getRTU -> return 1 -> return 2", "neither given NAME nor REQUEST -> EXPECTED"},
         {"GET / -> nothing", "no operation: \"GET\""},
         {"fnPut arc=x -> return 0", "fnPut has no field \"arc\""},
-        {"fnPut return_=x -> return 0", "fnPut has no field \"return_\""},
         {"fnPut arg -> return 0", "a field without a value: \"arg\""},
         {"fnPut arg=1 | arg=2 -> return 0", "a field given twice: arg"},
         {"getRTU -> returns 512Q | return 512Q", "no expectation: \"returns\""},
-        {"getRTU -> quiet x", "expects not exactly one of return, no return and fault"},
         {"getRTU -> return 512Q | no return", "expects not exactly one of return"},
         {"getRTU -> return 512Q | fault x", "expects not exactly one of return"},
         {"getRTU -> return 512Q | return 512Q", "expected twice: \"return\""},
         {"getRTU -> return 512Q | detail x", "a detail without a fault"},
         {"fnPutS -> fault x | quiet x", "a quiet fault beside a sent one"},
         {"fnPut -> return 0 | asks 200 | level 200", "both asks and level"},
-        {"fnPut -> return 0 | level high", "no number: \"high\""},
-        {"fnPutS -> fault", "expects nothing: \"fault\""},
         {"fnPut -> return 0 | calls", "expects nothing: \"calls\""}};
     expectFailures(ROWS, makeSoapDialect);
 }
@@ -123,6 +114,8 @@ TEST(CaseRunner, LooksAtEveryExpectationOfASoapCase)
          FIRST "calls: expected \"f()\", got \"\""},
         {"fnPut -> return 0 | level 50 | calls fnPut(null,null,null,null)",
          FIRST "level asked: expected \"50\", got \"200\""},
+        {"fnPut arg=x -> return 0 | needs all | calls fnPut(null,null,null,x)",
+         "SOAP 1.1, in order, given verdict=1: fault: expected"},
         {"getRbacPerm -> return 3 | level 50",
          "SOAP 1.1, in order, given verdict=2: fault: expected"},
         {"given silent\nbaselineShowVer -> return\ngiven fresh\nbaselineShowVer -> return",
@@ -134,25 +127,19 @@ TEST(CaseRunner, KnowsEveryWordOfAWebCase)
 {
     static const WrongLines ROWS[] = {
         {"GTE /x.css -> nothing", "no such word: \"GTE /x.css\""},
-        {"GET / x -> nothing", "takes one word: \"/ x\""},
         {"login ann -> nothing", "takes one word: \"\""},
         {"logout ann -> nothing", "takes nothing: \"ann\""},
         {"GET / -> nothing -> nothing", "more than one ->"},
         {"GET / -> nothing at all", "takes nothing: \"at all\""},
-        {"GET / -> noting", "no number: \"noting\""},
         {"GET / -> 20 text/html", "no expectation: \"20\""},
         {"GET / -> 200", "takes one word: \"\""},
         {"GET / -> has", "takes a text"},
         {"GET / -> has \\t", "a backslash without r or n"},
         {"GET / -> nothing\nsession 0", "no such word: \"session 0\""},
-        {"GET / -> nothing\nsessions none", "no number: \"none\""},
         {"GET / -> nothing\ncalls", "takes a text"},
         {"GET / -> nothing\nclient 10.0.0.1", "no loopback address: \"10.0.0.1\""},
         {"GET / -> nothing\nfile /etc/motd x", "no path in /mnt: \"/etc/motd\""},
-        {"GET / -> nothing\nremove /mnt/a b", "takes one word: \"/mnt/a b\""},
-        {"GET / -> nothing\nchunked twice", "takes nothing: \"twice\""},
-        {"GET / -> nothing\nheader {id}", "neither {TEXT*NUMBER} nor"},
-        {"GET / -> nothing\ngiven verdikt=1", "given does not know: \"verdikt=1\""}};
+        {"GET / -> nothing\nheader {id}", "neither {TEXT*NUMBER} nor"}};
     expectFailures(ROWS, makeWebDialect);
 }
 
