@@ -12,8 +12,8 @@ extern "C" int safe_sprintf(char *buf, int size, const char *fmt, ...)
 // split.
 std::size_t fittingBytes(const char *text, std::size_t limit);
 
-// Appends to memory that the caller owns, of at least one byte. Cuts between UTF-8 characters; once a
-// text was cut, nothing more is appended.
+// Appends to memory of at least one byte, which the caller owns. Cuts between UTF-8 characters. After a cut
+// it appends nothing more.
 class TextWriter {
     char *next_;       // where the terminator stands
     std::size_t room_; // bytes left, not counting the terminator's

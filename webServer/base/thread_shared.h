@@ -1,5 +1,5 @@
 // base/thread_shared.h: access to the plain variables that a host thread and the service thread both
-// use. A thread that reads a value also sees everything that was written before it.
+// use. A thread that reads a value also sees everything that the writer wrote before it.
 #pragma once
 
 template <typename T> T readShared(const T &variable)

@@ -9,7 +9,8 @@
 #include "net/connections.h"
 #include "webServerHost.h"
 
-static bool isShort; // of descriptors or memory, and that has been logged. Service thread only.
+// A lack of descriptors or memory has been logged and has not ended. Service thread only.
+static bool shortageLogged;
 
 static bool isShortage(int error)
 {
@@ -18,7 +19,7 @@ static bool isShortage(int error)
 
 void forgetAcceptFailures()
 {
-    isShort = false;
+    shortageLogged = false;
 }
 
 void reportAcceptFailure(struct soap *soap)
@@ -28,17 +29,17 @@ void reportAcceptFailure(struct soap *soap)
         return;
     }
     const bool shortage = isShortage(soap->errnum);
-    if (shortage && isShort)
+    if (shortage && shortageLogged)
         return; // the service tries ten times a second, which would fill the log
-    isShort = isShort || shortage;
+    shortageLogged = shortageLogged || shortage;
     sLogErr("webServer soap error: %s", failureText(soap));
     soap_print_fault(soap, stderr);
 }
 
 void reportAccepted()
 {
-    if (!isShort || acceptHasFailed())
+    if (!shortageLogged || acceptHasFailed())
         return;
     sLogInfo("webServer: connections are accepted again");
-    isShort = false;
+    shortageLogged = false;
 }

@@ -12,7 +12,8 @@ int ws_soap_close()
 {
     setRunning(false);
     sLogInfo("webServer: closing");
-    // The blocked accept then fails, and the loop ends. A failure here means that it has ended already.
+    // The next accept then fails. The loop serves what has begun to arrive, and ends. If shutdown() fails,
+    // the service has ended already.
     shutdown(listeningSocket(), SHUT_RDWR);
 
     int waits = 0;

@@ -36,8 +36,9 @@ static constexpr TextSetting TEXT_SETTINGS[] = {
     {"SERVER_ADDR", &g_serverAddr, "127.0.0.1",            IS_TEXT  },
 };
 
-// The environment's storage must not be written to, so a folder is extended in a copy. The copy is never
-// freed: the host may hold the pointer for as long as the process lives. Returns null without memory.
+// The environment's storage must not be written to, so a folder is extended in a copy. The copy is
+// never freed: the host may hold the pointer for as long as the process lives. Returns null if there is
+// no memory.
 static const char *withSeparator(const char *folder)
 {
     const char last = folder[strlen(folder) - 1];

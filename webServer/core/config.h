@@ -5,5 +5,6 @@
 // g_serverAddr and g_webRemote. Returns 0; logs and returns -1 when there is no memory for a text.
 int readConfiguration();
 
-// Logs a warning when the web root is missing or cannot be searched. Pages may still appear later.
+// Logs a warning when the web root is missing or cannot be searched. The service starts all the same, and
+// serves files that appear later.
 void reportMissingWebRoot();

@@ -11,7 +11,7 @@
 #include "net/limits.h"
 
 static constexpr int MAX_PORT = 65535;
-static constexpr int BACKLOG = 100; // connections that the kernel holds while one is served
+static constexpr int BACKLOG = 100; // connections that the kernel holds while a request is served
 
 // A program that the host starts must not inherit the socket: it would keep the port, and the next bind
 // would reboot the unit.
@@ -20,8 +20,8 @@ static void keepFromPrograms(int descriptor)
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
-// Descriptor 0, which bind returns in a process without standard input, means "stopped" to a host that
-// waits for the close. Returns the socket under another number, or -1 when there is none.
+// In a process without standard input soap_bind returns descriptor 0, which means "stopped" to
+// ws_soap_close() and to hosts. Returns the socket under a higher number, or -1 when none is free.
 static int movedFromZero(struct soap *soap)
 {
     const int moved = fcntl(soap->master, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -34,14 +34,14 @@ static int movedFromZero(struct soap *soap)
 int openListener(struct soap *soap, const char *address, int port)
 {
     if (port < 1 || port > MAX_PORT) {
-        // gSOAP would bind the number modulo 65536, and so a port that nobody asked for.
+        // gSOAP would bind the number modulo 65536: a port that nobody asked for.
         soap_receiver_fault(soap, strerror(EINVAL), "port out of range");
         return SOAP_INVALID_SOCKET;
     }
     soap->sndbuf = soap->rcvbuf = SOCKET_BUFFER_BYTES;
     if (!soap_valid_socket(soap_bind(soap, address, port, BACKLOG)))
         return SOAP_INVALID_SOCKET;
-    soap->sndbuf = soap->rcvbuf = 0; // connections inherit the listening socket's
+    soap->sndbuf = soap->rcvbuf = 0; // gSOAP leaves the connections' sizes alone
     if (soap->master == STDIN_FILENO)
         soap->master = movedFromZero(soap);
     else

@@ -12,7 +12,7 @@
 
 static_assert(RB_AUTOBOOT == 0x01234567, "the restart command");
 
-// Deliberate: a unit whose port cannot be bound is restarted, since nobody could reach it to ask for it.
+// Deliberate: a unit whose port cannot be bound is restarted, since nobody could reach it to restart it.
 int rebootUnit(struct soap *soap)
 {
     soap_print_fault(soap, stderr);

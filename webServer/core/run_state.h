@@ -2,7 +2,7 @@
 // webServer.h; only the functions here write to them.
 #pragma once
 
-// Returns false once the service has been asked to stop, and before it serves.
+// Returns true while the service runs: from the bind until it is asked to stop.
 bool isRunning();
 
 void setRunning(bool running);
@@ -10,5 +10,5 @@ void setRunning(bool running);
 // Returns the listening socket, -1 when there is none.
 int listeningSocket();
 
-// Publishes the listening socket. -1 tells the host that the context is free for another start.
+// Publishes the listening socket. -1 means to the host that the context is free for another start.
 void setListeningSocket(int listener);

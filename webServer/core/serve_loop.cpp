@@ -1,4 +1,4 @@
-// core/serve_loop.cpp: accepts and serves, one connection at a time, until the service is closed.
+// core/serve_loop.cpp: serves one request after the other, until the service is closed.
 #include "core/serve_loop.h"
 
 #include <cstdio>
@@ -47,7 +47,7 @@ void serveConnection(struct soap *soap)
     if (acceptConnection(soap)) {
         reportAccepted();
         startRequest();
-        soap_serve(soap); // whatever it returns, the client has been answered
+        soap_serve(soap); // a refused request has had its fault, or gets no reply
     } else if (isRunning()) {
         reportAcceptFailure(soap);
     }
@@ -68,7 +68,7 @@ int openService(struct soap *soap)
     return openListener(soap, g_serverAddr, g_serverPort);
 }
 
-// The host may start again as soon as g_wsSocket is -1, so that comes last.
+// The host may start again as soon as g_wsSocket is -1, so it is set last.
 static int closeService(struct soap *soap)
 {
     const int listener = soap->master;

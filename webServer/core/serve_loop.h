@@ -1,4 +1,4 @@
-// core/serve_loop.h: accepts and serves, one connection at a time, until the service is closed.
+// core/serve_loop.h: serves one request after the other, until the service is closed.
 #pragma once
 
 #include <stdsoap2.h>
@@ -7,9 +7,10 @@
 // returned or, when the port could not be bound and the reboot failed, what reboot() returned.
 extern "C" int ws_soap_main(struct soap *soap);
 
-// The first and the repeated step of ws_soap_main. openService applies the settings, registers the
-// plug-ins and binds: it returns the listening socket, or -1 with the reason as the context's fault.
+// The first step of ws_soap_main: applies the settings, registers the plug-ins and binds. Returns the
+// listening socket, or -1 with the reason as the context's fault.
 int openService(struct soap *soap);
 
-// Accepts one connection, serves its request and forgets it.
+// The repeated step of ws_soap_main: waits for a request that can be served, serves it and forgets it.
+// Logs a failed accept.
 void serveConnection(struct soap *soap);

@@ -1,4 +1,4 @@
-// core/service_thread.cpp: the one thread that serves requests: made, named, shielded from SIGPIPE.
+// core/service_thread.cpp: makes the one thread that serves requests, names it, and blocks SIGPIPE on it.
 #include "core/service_thread.h"
 
 #include <csignal>
@@ -13,7 +13,7 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-// More than seven times the deepest stack that scripts/figures has seen.
+// scripts/figures --check fails if the service needs more than a quarter of it.
 static constexpr std::size_t STACK_BYTES = 128 * 1024 + 20000;
 
 // The memory of the one gSOAP context. Static, because it is larger than the service thread's stack.

@@ -1,17 +1,19 @@
-// core/start.cpp: the order of start-up, nothing else.
+// core/start.cpp: the order of the steps of a start.
 #include "core/config.h"
 #include "core/hooks.h"
 #include "webServer.h"
 
 int http_main()
 {
-    // Deliberate: no service rather than one that finds no file, or that listens where nobody asked.
+    // Deliberate: without its configuration no service starts. It would find no file, and without an
+    // address it would listen on every interface.
     if (readConfiguration() != 0)
         return -1;
     reportMissingWebRoot();
     const int result = spawnHttpThread();
-    // Deliberate: after the thread has started, an order that hosts rely on. Until the default gate is
-    // installed, every caller is refused.
+    // Deliberate: after the thread has started, so that a host's log function that is called during the
+    // start finds the hooks as the host set them. Until the default gate is installed, every caller is
+    // refused.
     installDefaultHooks();
     return result;
 }

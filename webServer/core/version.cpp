@@ -3,9 +3,9 @@
 
 #include "webServer.h"
 
-// One structure, so that the arrays lie one after another between the markers. Writable and marked as
-// used, so that the compiler neither moves nor drops what it would take for constants. The build defines
-// the two version texts from the project's version.
+// It is one structure, so that the arrays lie one after another between the markers. It is writable and
+// marked as used, so that the compiler neither moves nor drops what it would take for constants. The
+// build defines the two version texts from the project's version.
 __attribute__((used)) static struct {
     char sm_markBeginVer[sizeof "markBeginVer"];
     char sm_webServerCurrentVer[sizeof WEBSERVER_VERSION];

@@ -6,7 +6,7 @@
 #include "gsoap/limits.h"
 #include "gsoap/out_of_memory.h"
 
-// gSOAP delivers a body that ended early as if it were complete, so the last receive is asked.
+// gSOAP delivers a body that ended early as if it were complete, so receivedNothing() decides.
 static char *readBody(struct soap *soap, bool chunked)
 {
     // A chunked body announces no length. gSOAP stops at recv_maxlength by itself, but only after the
@@ -26,13 +26,13 @@ char *form(struct soap *soap)
     const bool chunked = (soap->mode & SOAP_IO) == SOAP_IO_CHUNK;
     if (chunked)
         soap->length = 0; // gSOAP would trust a length that is announced beside the chunks
-    // Checked before gSOAP does: a length near 2^64 overflows its addition.
+    // Checked here, because a length near 2^64 overflows an addition in gSOAP's own check.
     const bool readable = chunked || (soap->length > 0 && soap->length <= MAX_REQUEST_BYTES);
     char *body = readable ? readBody(soap, chunked) : nullptr;
     noteLackOfMemory(soap);
     soap->error = SOAP_OK;
     if (body == nullptr)
-        return nullptr; // without soap_end_recv, which would wait for the rest of a refused body
+        return nullptr; // without soap_end_recv, which would read the rest of a refused body
     soap_end_recv(soap);
     return body[1] == '\0' ? nullptr : body; // gSOAP returns "?" for an empty body
 }

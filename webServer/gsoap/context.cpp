@@ -1,4 +1,4 @@
-// gsoap/context.cpp: the life of the one gSOAP context: set up, cleaned between requests, released.
+// gsoap/context.cpp: sets the one gSOAP context up, cleans it between requests, and releases it.
 #include "gsoap/context.h"
 
 #include <malloc.h>
@@ -11,14 +11,15 @@
 // Strings pass through unchanged, as UTF-8. Without SOAP_IO_KEEPALIVE each connection carries one
 // request.
 static constexpr soap_mode CONTEXT_MODE = SOAP_C_UTFSTRING;
-// gSOAP has renumbered its string modes before: under another number it would mangle what is not
-// Latin-1.
+// In any other mode gSOAP damages texts that are not Latin-1. If an update of gSOAP changes the number,
+// test such texts before you change it here.
 static_assert(CONTEXT_MODE == 0x2000000, "the mode that passes UTF-8 through");
 
 static constexpr int ACCEPT_TIMEOUT_SECONDS = 0; // no limit: the service waits for clients
-static constexpr int STALL_TIMEOUT_SECONDS = 60; // a client that stands still for longer is dropped
-static constexpr int MAX_KEEP_ALIVE = 100;       // has no effect: keep-alive is never on
-static constexpr int MAX_COOKIES = 256; // browsers send the cookies of all ports of an address
+// Not 0: gSOAP would then make every accepted socket blocking. STALL_MS drops the clients that stall.
+static constexpr int STALL_TIMEOUT_SECONDS = 60;
+static constexpr int MAX_KEEP_ALIVE = 100; // has no effect: keep-alive is never on
+static constexpr int MAX_COOKIES = 256;    // browsers send the cookies of all ports of an address
 
 void initContext(struct soap *soap)
 {
@@ -68,8 +69,8 @@ void releaseContext(struct soap *soap)
     soap_done(soap);
 }
 
-// After a failed bind or accept the text is in the fault; msgbuf, where older versions of gSOAP put it,
-// stays empty.
+// After a failed bind or accept the text is in the fault. Older versions of gSOAP put it into msgbuf, which
+// now stays empty.
 const char *failureText(struct soap *soap)
 {
     const char *text = *soap_faultstring(soap);

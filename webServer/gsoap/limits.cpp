@@ -9,20 +9,21 @@
 // Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
 // processor time of a request is capped as well.
 static constexpr double MAX_RECEIVE_CPU_SECONDS = 2;
-static constexpr std::size_t LOOK_BYTES = 4096; // bytes received between two looks at the limits
+static constexpr std::size_t LOOK_BYTES = 4096; // received between two checks of the limits
 
 // gSOAP keeps every attribute name of a request and compares each new one with all before it. Half a
 // megabyte of different names would keep the service thread busy for a minute.
 static constexpr int MAX_ATTRIBUTE_NAMES = 1000;
 
-static constexpr std::size_t LONG_REQUEST_BYTES = 1024 * 1024; // shorter ones leave little behind
+// The memory that a shorter request has used is not worth giving back to the system.
+static constexpr std::size_t LONG_REQUEST_BYTES = 1024 * 1024;
 
 // What has been received of the request that is being served. Service thread only.
 struct Progress {
     double cpuSecondsAtStart;
     std::size_t bytes;
-    bool begun;   // something other than white space has come
-    bool nothing; // the last attempt to receive gave nothing
+    bool sawText;      // something other than white space has come
+    bool lastWasEmpty; // the last attempt to receive gave nothing
 };
 static Progress progress;
 
@@ -59,12 +60,13 @@ static const char *skipSpace(const char *text, const char *end)
 
 extern "C" {
 
-// The fparse callback: gSOAP's, and then what it lets pass or leaves behind.
+// The fparse callback. Calls gSOAP's parser, then refuses what that accepts without a request line and
+// clears what it leaves set.
 static int parseRequest(struct soap *soap)
 {
     const int error = parseHttp(soap);
-    // Attachments off: no operation takes any, and gSOAP would keep those of this request for the next
-    // one and would try to send them with replies.
+    // No operation takes attachments. gSOAP would keep those of this request for the next one and would try
+    // to send them with replies.
     soap->imode &= ~static_cast<soap_mode>(SOAP_ENC_DIME | SOAP_ENC_MIME);
     // gSOAP sets the path only for a whole request line with a method that it knows. Without one it
     // still goes on for the first line of a response, a form of an unknown method, and bare XML.
@@ -78,20 +80,20 @@ static int parseRequest(struct soap *soap)
     return error;
 }
 
-// The frecv callback. Returns the bytes received; 0, which gSOAP takes for the client's end, once a
-// limit is passed or when what came first cannot be HTTP.
+// The frecv callback. Returns the number of bytes received. Returns 0, which gSOAP takes for the end of the
+// request, once a limit is passed or when the first character cannot be HTTP.
 static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 {
     const std::size_t length =
         isOverLimit(soap) ? 0 : receive(soap, to, std::min(size, LOOK_BYTES));
     progress.bytes += length;
-    progress.nothing = length == 0;
-    if (progress.begun)
+    progress.lastWasEmpty = length == 0;
+    if (progress.sawText)
         return length;
     const char *const text = skipSpace(to, to + length);
-    progress.begun = text < to + length;
+    progress.sawText = text < to + length;
     // HTTP begins with a letter; gSOAP would also serve bare XML, MIME and DIME.
-    return progress.begun && isalpha(static_cast<unsigned char>(*text)) == 0 ? 0 : length;
+    return progress.sawText && isalpha(static_cast<unsigned char>(*text)) == 0 ? 0 : length;
 }
 
 } // extern "C"
@@ -117,5 +119,5 @@ bool requestWasLong()
 
 bool receivedNothing()
 {
-    return progress.nothing;
+    return progress.lastWasEmpty;
 }

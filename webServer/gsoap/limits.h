@@ -5,8 +5,8 @@
 
 struct soap;
 
-// Puts the limits between gSOAP and its own parser and receiver. Call it once, after the plug-ins are
-// registered: they take gSOAP's parser for the one to call.
+// Puts the limits between gSOAP and its parser and receiver. Call it once, after installTransport() and
+// after the plug-ins are registered, because all of these replace what the limits must wrap.
 void installLimits(struct soap *soap);
 
 // Starts the count of bytes and processor time. Call it when a connection has been accepted.

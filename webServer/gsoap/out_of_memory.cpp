@@ -3,13 +3,13 @@
 
 #include <soapH.h>
 
-// All that a fault can consist of. Service thread only.
+// All that a fault can consist of, in the library's own memory. Service thread only.
 static struct {
     SOAP_ENV__Fault fault;
     SOAP_ENV__Code code;
     SOAP_ENV__Reason reason;
     SOAP_ENV__Detail detail;
-} own;
+} lent;
 
 static constexpr char LANGUAGE[] = "en"; // gSOAP's own default
 
@@ -20,7 +20,7 @@ static int (*prepareToReceive)(struct soap *);
 
 extern "C" {
 
-// The fprepareinitrecv callback. gSOAP has just forgotten the fault.
+// The fprepareinitrecv callback. gSOAP has just set the context's fault to null.
 static int prepareRequest(struct soap *soap)
 {
     lendFault(soap);
@@ -40,13 +40,13 @@ static int prepareReply(struct soap *soap)
         soap->version == 2 && soap->fault != nullptr && soap->fault->SOAP_ENV__Reason != nullptr;
     if (fault12 && soap_set_attr(soap, "xml:lang", LANGUAGE, 1) != SOAP_OK)
         soap->lang = nullptr;
-    soap_clr_attr(soap); // it is set again where it belongs
+    soap_clr_attr(soap); // gSOAP sets it again where it writes the reason
     return SOAP_OK;
 }
 
-// Replaces gSOAP's, for the generated code. gSOAP calls this with the code of a fault: once to count its
-// bytes, and again to send them. Its own function allocates each time, so that a reply without memory
-// announced more bytes than it had, or fewer. The codes need no translation of their prefix.
+// Replaces gSOAP's function for the generated code, which calls it with the code of a fault: once to
+// count its bytes, and again to send them. gSOAP's own allocates each time, so without memory a reply
+// would announce more bytes than it has, or fewer. The codes need no translation of their prefix.
 const char *soap_QName2s(struct soap *, const char *name)
 {
     return name;
@@ -56,8 +56,8 @@ const char *soap_QName2s(struct soap *, const char *name)
 
 void lendFault(struct soap *soap)
 {
-    own = {};
-    soap->fault = &own.fault;
+    lent = {};
+    soap->fault = &lent.fault;
     soap->lang = LANGUAGE;
 }
 
@@ -81,19 +81,19 @@ bool lackedMemory()
 }
 
 // The next two replace functions that soapcpp2 generates. The generated ones allocate the parts of a
-// fault, and the callers write to the detail without asking whether it is there. A host's own context has
-// no fault of ours, and its memory is the host's affair.
+// fault, and their callers write to the detail without asking whether it is there. A context of the host
+// has no lent fault: there, these two allocate as the generated ones do.
 void soap_fault(struct soap *soap)
 {
     if (soap->fault == nullptr)
         soap->fault = soap_new_SOAP_ENV__Fault(soap, -1);
     if (soap->fault == nullptr || soap->version != 2)
         return;
-    const bool ours = soap->fault == &own.fault;
+    const bool ours = soap->fault == &lent.fault;
     if (soap->fault->SOAP_ENV__Code == nullptr)
-        soap->fault->SOAP_ENV__Code = ours ? &own.code : soap_new_SOAP_ENV__Code(soap, -1);
+        soap->fault->SOAP_ENV__Code = ours ? &lent.code : soap_new_SOAP_ENV__Code(soap, -1);
     if (soap->fault->SOAP_ENV__Reason == nullptr)
-        soap->fault->SOAP_ENV__Reason = ours ? &own.reason : soap_new_SOAP_ENV__Reason(soap, -1);
+        soap->fault->SOAP_ENV__Reason = ours ? &lent.reason : soap_new_SOAP_ENV__Reason(soap, -1);
 }
 
 #pragma GCC visibility push(default) // the shared gSOAP library calls it by name
@@ -106,7 +106,7 @@ const char **soap_faultdetail(struct soap *soap)
     SOAP_ENV__Detail *&detail =
         soap->version == 2 ? soap->fault->SOAP_ENV__Detail : soap->fault->detail;
     if (detail == nullptr)
-        detail = soap->fault == &own.fault ? &own.detail : soap_new_SOAP_ENV__Detail(soap, -1);
+        detail = soap->fault == &lent.fault ? &lent.detail : soap_new_SOAP_ENV__Detail(soap, -1);
     return detail == nullptr ? nullptr : const_cast<const char **>(&detail->__any);
 }
 

@@ -4,11 +4,11 @@
 struct soap;
 
 // Gives the context the library's own fault, empty: gSOAP writes a fault without asking whether it got
-// the memory for one. Call it whenever the context keeps none from before.
+// the memory for one. Call it after soap_init2, soap_begin_recv and soap_end have set the pointer to null.
 void lendFault(struct soap *soap);
 
 // Puts checks of the context's memory before each request and reply. Call it once, after the plug-ins are
-// registered: the form plug-in does not call what stood in its place before.
+// registered: the form plug-in does not call the callback that it replaces.
 void installMemoryChecks(struct soap *soap);
 
 // Notes the context's error if it is a lack of memory. Call it before the error is forgotten.

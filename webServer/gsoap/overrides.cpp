@@ -12,8 +12,8 @@ static struct soap_ilist *awaitedElement(struct soap *soap)
     return record != nullptr && record->link != nullptr ? record : nullptr;
 }
 
-// Reads a text for the fields that refer to it. gSOAP does not record the id of one that is written
-// without an end tag.
+// Reads a text for the fields that refer to it. gSOAP does not record the id of an element without an end
+// tag (<x id="1"/>), so this does.
 static char *readText(struct soap *soap, const char *tag)
 {
     const bool closed = !soap->body;
@@ -24,9 +24,9 @@ static char *readText(struct soap *soap, const char *tag)
     return text == nullptr ? nullptr : *text;
 }
 
-// Makes sure that an operation does not run with a value that could not be read. Some callers forget the
-// error and skip the element, so the reference must fail later, and what has been read must not be
-// skipped a second time.
+// Makes sure that an operation does not run with a value that could not be read. Some callers forget
+// the error and skip the element. So the record loses its pointer, and gSOAP fails when it resolves the
+// reference; and what has been read of the element is not skipped a second time.
 static void keepUnresolved(struct soap *soap, struct soap_ilist *record)
 {
     record->ptr = nullptr;
@@ -36,9 +36,9 @@ static void keepUnresolved(struct soap *soap, struct soap_ilist *record)
 
 #pragma GCC visibility push(default) // the shared gSOAP library calls them by name
 
-// Reads the header, if there is one. gSOAP calls this after it has opened the envelope, but it also does
-// so without an open element, where it would serve an operation that stands alone, and in an Envelope of
-// no namespace, whose version it would take from an encodingStyle.
+// Reads the header, if there is one. gSOAP calls this after it has opened the envelope, but also in two
+// cases that must be refused: when no element is open, where it would serve an operation without an
+// envelope, and in an Envelope of no namespace, whose SOAP version it would take from an encodingStyle.
 int soap_getheader(struct soap *soap)
 {
     if (soap->level == 0 || soap_match_tag(soap, soap->tag, "SOAP-ENV:Envelope") != SOAP_OK)

@@ -27,7 +27,7 @@ int sendNothing(struct soap *soap)
     return soap_end_send(soap);
 }
 
-// soap_response would collect the body in memory and count it; here its length is known.
+// soap_response would collect the body in memory to count it; here the length is known.
 int sendFileHeader(struct soap *soap, const char *contentType, uint64_t length)
 {
     soap->omode = withoutTransfer(soap->omode) | SOAP_IO_BUFFER;

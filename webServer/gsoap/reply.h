@@ -13,7 +13,8 @@ int endReply(struct soap *soap);
 // Ends a request without a reply. Returns the result of soap_end_send.
 int sendNothing(struct soap *soap);
 
-// Sends the header of a reply whose body of length bytes is sent apart from gSOAP. Returns a gSOAP error.
+// Sends the header of a reply whose body of length bytes is sent apart from gSOAP. Returns
+// SOAP_OK or a gSOAP error.
 int sendFileHeader(struct soap *soap, const char *contentType, uint64_t length);
 
 struct HeaderLine {

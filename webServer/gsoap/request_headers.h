@@ -4,5 +4,5 @@
 struct soap;
 
 // Puts itself between gSOAP and its parser of header lines. Call it once, after the plug-ins are
-// registered: one of them replaces that parser too.
+// registered: one of them also replaces that parser.
 void ignoreResponseHeaders(struct soap *soap);

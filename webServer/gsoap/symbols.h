@@ -6,14 +6,14 @@
 struct soap;
 struct Namespace;
 
-void soap_fault(struct soap *) __attribute__((weak)); // out_of_memory.cpp has the one that counts
+void soap_fault(struct soap *) __attribute__((weak)); // out_of_memory.cpp replaces it
 
 #pragma GCC visibility push(default)
 
 const char **soap_faultcode(struct soap *);
 const char **soap_faultsubcode(struct soap *);
 const char **soap_faultstring(struct soap *);
-const char **soap_faultdetail(struct soap *) __attribute__((weak)); // out_of_memory.cpp has it
+const char **soap_faultdetail(struct soap *) __attribute__((weak)); // as above
 const char *soap_fault_subcode(struct soap *);
 const char *soap_fault_string(struct soap *);
 const char *soap_fault_detail(struct soap *);
@@ -21,7 +21,7 @@ void soap_serializefault(struct soap *);
 int soap_getfault(struct soap *);
 int soap_putfault(struct soap *);
 void soap_serializeheader(struct soap *);
-int soap_getheader(struct soap *) __attribute__((weak)); // overrides.cpp has the one that counts
+int soap_getheader(struct soap *) __attribute__((weak)); // overrides.cpp replaces it
 int soap_putheader(struct soap *);
 
 extern "C" {

@@ -6,7 +6,7 @@
 
 #include "net/connections.h"
 
-// gSOAP's own callbacks, for all that is not a connection of the service.
+// gSOAP's own callbacks, for sockets that are not connections of the service.
 static size_t (*receive)(struct soap *, char *, size_t);
 static int (*sendBytes)(struct soap *, const char *, size_t);
 static int (*shutDown)(struct soap *, SOAP_SOCKET, int);

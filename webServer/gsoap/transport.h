@@ -3,7 +3,7 @@
 
 struct soap;
 
-// Replaces the context's callbacks for its connections. Call it before the bind and before installLimits.
+// Replaces the context's callbacks for its connections. Call it once, before installLimits().
 void installTransport(struct soap *soap);
 
 // Waits for the next complete request and makes its connection the context's. Returns false when accept

@@ -1,6 +1,7 @@
 // http/cookie_header.cpp: reads the cookies that a client sends into gSOAP's list. gSOAP's own reader
-// steps over the ";" after an empty value, after a "%" and in an open quote, so a cookie that another page
-// of the same address has set hid the session's. It also reads beyond the end of a long "Expires".
+// steps over the ";" after an empty value, after a "%" and in an open quote, so a cookie that another
+// server at the unit's address has set could hide the session's. It also reads beyond the end of a long
+// "Expires".
 #include "http/cookie_header.h"
 
 #include <cctype>

@@ -19,12 +19,12 @@ bool setSessionCookie(struct soap *soap, const char *id)
 {
     char value[SENT_COOKIE_SIZE];
     snprintf(value, sizeof value, "%s", id);
-    // gSOAP overwrites the value of a cookie that it already has, and the browser's own might be that.
+    // The request's cookies may fill the list, and gSOAP would then add none.
     soap_free_cookies(soap);
     // Deliberate: an empty domain, which the reply shows as "Domain=".
     struct soap_cookie *cookie = soap_set_cookie(soap, SESSION_COOKIE, value, "", "/");
     if (cookie == nullptr || cookie->name == nullptr || cookie->value == nullptr) {
-        soap_free_cookies(soap); // gSOAP would compare the name that is not there
+        soap_free_cookies(soap); // gSOAP's look-ups would compare the null name
         return false;
     }
     // gSOAP sends only cookies that are marked as modified, and a new one is not.

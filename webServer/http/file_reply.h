@@ -23,11 +23,12 @@ public:
     // connections, not in chunks, and few files wait for their clients.
     static bool isPossible(const struct soap *soap);
 
-    // Takes over an open file or folder; a folder counts as empty. Returns false when there is no place for
-    // it, and has then closed it.
+    // Takes over an open file or folder; a folder counts as empty. Closes it and returns false when it
+    // cannot be examined or MAX_FILES are held.
     bool add(int descriptor);
 
-    // Sends the files, as long as they are now, with status 200. A file that cannot be read to that length
-    // ends the connection, so that no part of it looks whole. Returns a gSOAP error.
+    // Sends the files, with the lengths that they have now, and status 200. A file that cannot be read
+    // to that length ends the connection, so that the client sees a reply that is cut short. Returns
+    // SOAP_OK or a gSOAP error.
     int send(struct soap *soap, const char *contentType);
 };

@@ -8,8 +8,8 @@ enum FieldCoding {
     DECODED, // as gSOAP's query functions decode them: "+" is a space, %XX a byte, quotes are removed
 };
 
-// Takes a form apart where it stands: keys and values are parts of the form's memory, and the form
-// cannot be read a second time. A field without a value is passed over.
+// Takes a form apart in place: keys and values are parts of the form's memory, and the form cannot be
+// read a second time. Skips fields without a value.
 class FormFields {
     char *cursor_; // null at the end
     char *end_;

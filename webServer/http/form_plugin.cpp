@@ -9,7 +9,7 @@
 static constexpr char ID[] = "webServer-form";
 
 struct FormPlugin {
-    int (*prepare)(struct soap *); // Deliberate: saved but never called; it has nothing to do here.
+    int (*prepare)(struct soap *); // Deliberate: saved but never called; gSOAP sets none.
     int (*parseHeader)(struct soap *, const char *, const char *);
     int (*handler)(struct soap *);
     const char *accept;
@@ -39,8 +39,8 @@ static int http_form_parse_header(struct soap *soap, const char *key, const char
         return SOAP_PLUGIN_ERROR;
     soap->error = SOAP_OK;
     const int error = plugin->parseHeader(soap, key, value);
-    // gSOAP goes on without a value that it has no memory for. A gate would take a page of another site,
-    // whose Origin is lost, for the unit's own.
+    // gSOAP goes on without a value that it has no memory for. If that is the Origin, a gate would take a
+    // page of another site for the unit's own.
     if (error != SOAP_OK || soap->error != SOAP_EOM)
         soap->error = error;
     if (soap->error != SOAP_OK)

@@ -12,8 +12,9 @@
 static constexpr int SAFELY = O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
 static constexpr int EVERYONE_READS_AND_WRITES = 0666; // less the process's mask, as fopen does
 
-// Only files and folders, and none of the kernel's. Merely opening a device may act (a watchdog then
-// restarts the unit), a pipe belongs to another program, and some files of /proc and /sys never end.
+// Returns true for files and folders outside /proc and /sys. Opening a device may already act (a
+// watchdog then restarts the unit), a pipe belongs to another program, and some files of /proc and /sys
+// never end.
 static bool mayBeOpened(const char *path)
 {
     struct stat status;

@@ -15,10 +15,9 @@ enum FileUse {
     FOR_CREATING, // for writing as well; creates the file when there is none
 };
 
-// Opens a file for reading, as openFile does, but returns its descriptor, -1 when that fails.
+// Opens a file for reading as openFile does. Returns its descriptor, -1 when that fails.
 int openDescriptor(const char *path);
 
-// Opens a file. Never blocks, and keeps the descriptor from
-// programs that the host starts. Returns null when that fails, for devices and pipes, and for anything
-// below /proc and /sys.
+// Opens a file. Never blocks, and keeps the descriptor from programs that the host starts. Returns null
+// when the file cannot be opened, for devices and pipes, and for anything below /proc and /sys.
 File openFile(const char *path, FileUse use);

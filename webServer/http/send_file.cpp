@@ -15,7 +15,7 @@
 static constexpr std::size_t BLOCK_BYTES = 1024;
 static constexpr std::size_t PATH_SIZE = 298 + 1;
 
-// ---- Bodies that gSOAP collects in memory: for contexts of hosts, and for replies in chunks ---------
+// ---- Bodies that gSOAP collects in memory: for contexts of hosts, and for replies in chunks ----
 
 // Adds a file to the response. Stops at the first failure of gSOAP if asked to. Returns the number of
 // blocks. When the file cannot be read to its end, fails the response, so that nothing of it is sent. The
@@ -89,7 +89,8 @@ int copy_folder(struct soap *soap, const char *directory, const char *nameFilter
     return result;
 }
 
-// Sends a folder's files without a copy in memory. Returns false, and sends nothing, when they are too many.
+// Sends a folder's files without a copy in memory. Returns false, and sends nothing, when they are too
+// many for that.
 static bool sendFolderFiles(struct soap *soap, const char *contentType, const char *directory,
                             const char *nameFilter)
 {

@@ -5,8 +5,8 @@ struct soap;
 
 extern "C" {
 
-// Sends a file with status 200. Sends nothing at all when the file cannot be opened. Returns the result
-// of soap_end_send, or the context's error.
+// Sends a file with status 200. Sends nothing at all when the file cannot be opened. Returns SOAP_OK or a
+// gSOAP error.
 int copy_file(struct soap *soap, const char *path, const char *contentType);
 
 // Sends the contents of all entries whose name contains nameFilter, in the folder's own order, as part
@@ -14,8 +14,8 @@ int copy_file(struct soap *soap, const char *path, const char *contentType);
 int copy_folder(struct soap *soap, const char *directory, const char *nameFilter);
 }
 
-// Sends the contents of a folder's entries, chosen as copy_folder does, with status 200. Returns a gSOAP
-// error.
+// Sends the contents of a folder's entries, chosen as copy_folder does, with status 200. Returns
+// SOAP_OK or a gSOAP error.
 int sendFolder(struct soap *soap, const char *contentType, const char *directory,
                const char *nameFilter);
 

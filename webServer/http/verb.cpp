@@ -1,4 +1,4 @@
-// http/verb.cpp: tells hosts whether a request is a GET or a POST; the library does not ask.
+// http/verb.cpp: getHTTPVerb(), which hosts use and the library does not.
 #include <cstring>
 #include <stdsoap2.h>
 

@@ -17,7 +17,7 @@ static_assert(sizeof(AccessRetryEntry) == sizeof(void *) + 8, "failures follows 
 static_assert(offsetof(AccessRetryTable, count) == 64 * sizeof(AccessRetryEntry),
               "count follows the slots");
 
-static char ms_first = 1;
+static char ms_first = 1; // until initAccessRetry() has emptied the table
 
 static constexpr int LOGIN_FAILURE_LIMIT = 5;
 static constexpr int LOCKOUT_SECONDS = 900;
@@ -28,7 +28,7 @@ static int now() // hosts read the time as an int
     return static_cast<int>(time(nullptr));
 }
 
-// Signed: a clock that was set back keeps an address locked.
+// The difference is signed, so an address stays locked when the clock is set back.
 static bool lockExpired(const AccessRetryEntry &entry)
 {
     const uint32_t elapsed = static_cast<uint32_t>(now()) - static_cast<uint32_t>(entry.since);

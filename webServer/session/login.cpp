@@ -31,7 +31,7 @@ static Login refused(int level, const char *code)
     return {level, code};
 }
 
-// Decides about a login, without a reply. The order of the questions is behaviour.
+// Decides about a login and sends nothing. The order of the questions is behaviour.
 static Login tryLogin(struct soap *soap, const char *user, const char *password)
 {
     initAccessRetry();
@@ -64,7 +64,7 @@ static Login tryLogin(struct soap *soap, const char *user, const char *password)
     const int slot = openSession(soap, user, level, hostId);
     if (slot == -1)
         return refused(level, "is");
-    // A browser without the cookie would be logged in, and refused everywhere.
+    // A browser without the cookie would look logged in, and be refused everywhere.
     if (!setSessionCookie(soap, g_accesstok[slot].id)) {
         clearSession(slot, soap);
         return refused(level, "is");

@@ -14,5 +14,5 @@ int logInUser(struct soap *soap, const char *user, const char *password);
 int logOutUser(struct soap *soap);
 }
 
-// Forgets the address of the login in progress, whose text ends with its request.
+// Sets gblIpAddress to null. Call it at the end of a request, whose memory the text belongs to.
 void forgetLogin();

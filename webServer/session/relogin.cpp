@@ -6,7 +6,7 @@
 #include "http/send_file.h"
 
 static constexpr std::size_t TARGET_SIZE = 30 + 1;
-static constexpr std::size_t REPLY_SIZE = 128; // with the longest target the page has 94 characters
+static constexpr std::size_t REPLY_SIZE = 128; // with the longest target the page has 92 characters
 
 int reLogin(struct soap *soap, const char *code)
 {

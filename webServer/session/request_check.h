@@ -16,6 +16,6 @@ enum SessionVerdict {
 // slot, or -1, to slotOut when that is not null and the request names a session.
 SessionVerdict checkSession(struct soap *soap, short refresh, short checkTimeout, int *slotOut);
 
-// Checks a request as checkSession does and returns 0 when its session is valid, else -1. Has then
-// sent the browser back to the login page, unless the request names no session.
+// Checks a request as checkSession does. Returns 0 when its session is valid. Otherwise sends the browser
+// back to the login page, unless the request names no session, and returns -1.
 extern "C" int httpCheckUser(struct soap *soap, short refresh, short checkTimeout, int *slotOut);

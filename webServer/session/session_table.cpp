@@ -1,5 +1,6 @@
-// session/session_table.cpp: who is logged in.
+// session/session_table.cpp: the sessions of the users who are logged in.
 #include "session/session_table.h"
+
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +26,7 @@ static_assert(offsetof(SessionEntry, user) == 3 * sizeof(void *) + 8, "user foll
 static constexpr std::size_t USER_SIZE = 300;
 static constexpr uint32_t MILLISECONDS_PER_SECOND = 1000;
 
-// Deliberate: the process's common generator, reseeded from itself and the counter. Anyone who knows
+// Deliberate: an id comes from the process's rand(), reseeded from itself and the counter. Anyone who knows
 // when a session was made can guess its id, but a page is sent only to the session's own address.
 static char *newSessionId(uint32_t stamp)
 {

@@ -1,5 +1,5 @@
-// session/session_table.h: who is logged in. The table itself is in webServer.h; only the functions
-// here write to it.
+// session/session_table.h: the sessions of the users who are logged in. The table itself is in webServer.h;
+// only the functions here write to it.
 #pragma once
 
 #include <cstdint>

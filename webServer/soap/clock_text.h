@@ -1,4 +1,4 @@
-// soap/clock_text.h: the clock as text, YY:MM:DD:hh:mm:ss in local time of the century 2000.
+// soap/clock_text.h: the clock as text, YY:MM:DD:hh:mm:ss in local time of the years 2000 to 2099.
 #pragma once
 
 #include <cstddef>

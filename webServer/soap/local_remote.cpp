@@ -8,11 +8,11 @@
 
 int checkLocalRemote(const char *inputType)
 {
-    // Deliberate: the whole word, though the validators accept longer types that begin with it.
+    // Deliberate: compares the whole word, although the validators accept longer types that begin with it.
     if (strcmp(inputType, "command") != 0 && strcmp(inputType, "setPoint") != 0)
         return 0;
 
-    // Deliberate: the interlock fails open when the question fails, but 'U', unknown, refuses.
+    // Deliberate: when the question fails, the write passes; the answer 'U', unknown, refuses it.
     char answer[8] = "";
     if (fnPutS("coreDb", "", "getLR", "", answer, 1, 0) != 0)
         return 0;

@@ -9,7 +9,7 @@
 
 static constexpr std::size_t CLOCK_TEXT_SIZE = 70;
 
-static_assert(sizeof(struct timespec) == 2 * sizeof(long), "hosts read a time of two words");
+static_assert(sizeof(struct timespec) == 2 * sizeof(long), "hosts read a time of two longs");
 
 int ns__thmSetTime(struct soap *soap, char *inputTime, int *result)
 {

@@ -19,8 +19,8 @@ int ns__fnPut(struct soap *soap, char *binContName, char *binName, char *functio
 int ns__fnPutS(struct soap *soap, char *binContName, char *binName, char *function, char *arg,
                int *timeout, char **result)
 {
-    // Deliberate: the gate comes first, unlike elsewhere. Only a caller who may call functions learns
-    // what they need.
+    // Deliberate: the gate comes first, unlike elsewhere. A caller without the right gets "Not allowed"
+    // even when the time-out is missing, and clients distinguish the two faults.
     if (denied(soap, __func__, WS_LEVEL_WRITE) || missing(soap, __func__, {timeout}))
         return soap->error;
 

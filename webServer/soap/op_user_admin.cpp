@@ -32,7 +32,8 @@ static bool notExecuted(struct soap *soap, const char *operation, const Hook &ho
            && refuse(soap, "WebServer Error: Not Executed", operation);
 }
 
-static void appendNames(char *text, char **names, int count) // frees what the host allocated
+// Frees what the host allocated.
+static void appendNames(char *text, char **names, int count)
 {
     TextWriter writer(text, NAMES_SIZE);
     for (int i = 0; names != nullptr && i < count; ++i)
@@ -44,7 +45,8 @@ static void appendNames(char *text, char **names, int count) // frees what the h
     free(names);
 }
 
-// A list operation after its presence check. user is the user's name, where the hook takes one.
+// Does what all list operations do after their presence check. user is the user's name, where the hook
+// takes one.
 template <typename Hook, typename... User>
 static int listNames(struct soap *soap, const char *operation, const char *outOfMemory,
                      char **result, const Hook &hook, User... user)
@@ -62,7 +64,7 @@ static int listNames(struct soap *soap, const char *operation, const char *outOf
     return SOAP_OK;
 }
 
-// A setting operation after its presence check.
+// Does what all changing operations do after their presence check.
 template <typename Hook, typename Value> static int change(struct soap *soap, const char *operation,
                                                            int *result, const Hook &hook,
                                                            const char *user, Value value)

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
-// Deliberate: everywhere here a text passes when it begins with the constant. The host judges the rest.
+// Deliberate: every text in this file passes when it begins with the constant. The host judges the rest.
 static bool beginsWith(const char *text, const char *constant)
 {
     return strncmp(text, constant, strlen(constant)) == 0;

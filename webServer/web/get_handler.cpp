@@ -24,8 +24,8 @@ static void dropCgiPrefix(char *target)
         memmove(target, target + 5, strlen(target + 5) + 1);
 }
 
-// Deliberate: whatever follows the name, since refusals lead here with a reason code, and whatever
-// ROOT_FILE says. This is the one page that needs no session.
+// Deliberate: every target that begins so is the index page, since refusals lead here with a reason code.
+// ROOT_FILE does not count. This is the one page that needs no session.
 static bool isIndexPage(const char *target)
 {
     return strcmp(target, "/") == 0 || strncmp(target, "index.htm", 9) == 0

@@ -1,4 +1,4 @@
-// web/path_utils.cpp: request paths and file names: split, unescaped, translated, vetted.
+// web/path_utils.cpp: splits, unescapes, translates and checks request paths and file names.
 #include "web/path_utils.h"
 
 #include <cstdio>
@@ -7,7 +7,7 @@
 
 #include "webServer.h"
 
-// Copies up to size - 1 characters and stops in front of stop. Returns where it stopped.
+// Copies up to size - 1 characters, and ends before the character stop. Returns where it ended.
 static const char *copyUntil(const char *from, char stop, char *to, std::size_t size)
 {
     for (; size > 1 && *from != '\0' && *from != stop; --size)
@@ -91,7 +91,7 @@ int traduceWebToFsPath(char **out, const char *webPath)
     return 0;
 }
 
-// Deliberate, in both: ".." passes. They vet characters, not where a path leads.
+// Deliberate: ".." passes both. They check characters, not where a path leads.
 static constexpr char PATH_CHARACTERS[] =
     "/-._0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 static constexpr const char *FILENAME_CHARACTERS = PATH_CHARACTERS + 1; // all but "/"

@@ -1,4 +1,5 @@
-// web/replace_file.cpp: gives a file new content without losing the old one to a full device or a power cut.
+// web/replace_file.cpp: gives a file new content without losing the old one to a full device or a power
+// cut.
 #include "web/replace_file.h"
 
 #include <algorithm>
@@ -63,7 +64,7 @@ static WriteOutcome fillAndRename(int folder, int file, const Names &names, cons
         return {old != nullptr && lacksRoom(errno) ? TRY_IN_PLACE : NOT_WRITTEN, errno};
     if (renameat(folder, names.beside, folder, names.target) != 0)
         return {TRY_IN_PLACE, errno};
-    return {WRITTEN, syncFile(folder) ? 0 : errno}; // before that, a power cut undoes the rename
+    return {WRITTEN, syncFile(folder) ? 0 : errno}; // until then a power cut undoes the rename
 }
 
 static WriteOutcome writeBeside(const char *path, const struct stat *old, const Content &content)
@@ -91,7 +92,7 @@ static WriteOutcome writeBeside(const char *path, const struct stat *old, const 
 static void log(const char *path, const WriteOutcome &outcome)
 {
     static const char *const RESULTS[] = {"written", "written in place", "not written", "lost"};
-    char shown[PATH_MAX]; // without line ends: the name comes from a client
+    char shown[PATH_MAX]; // without control characters: the name comes from a client
     snprintf(shown, sizeof shown, "%s", path);
     const auto isControl = [](unsigned char c) { return c < ' ' || c == 0x7f; };
     std::replace_if(shown, strchr(shown, '\0'), isControl, '?');

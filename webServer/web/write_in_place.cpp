@@ -44,7 +44,7 @@ static bool keep(const char *path, Overwritten *old)
     return old->bytes != nullptr && fread(old->bytes.get(), 1, old->size, file.get()) == old->size;
 }
 
-// Through a link, since the link itself was there before.
+// Removes the file that a link names, because the link itself was there before.
 static void removeFile(const char *path)
 {
     char place[PATH_MAX];
@@ -64,7 +64,7 @@ WriteOutcome writeInPlace(const char *path, const Content &content, int reason)
     Overwritten old = {nullptr, 0};
     old.size = static_cast<std::size_t>(
         std::min(static_cast<uint64_t>(status.st_size), static_cast<uint64_t>(content.size)));
-    // A file that may be written but not read has always been written.
+    // A file that may be written but not read is written all the same. It cannot be restored then.
     const bool kept = !existed || keep(path, &old);
     if (!kept && (reason != 0 || errno != EACCES))
         return {NOT_WRITTEN, reason != 0 ? reason : errno};

@@ -29,5 +29,6 @@ bool writeBytes(int file, const char *bytes, std::size_t from, std::size_t to);
 bool syncFile(int file);
 
 // Writes a file where it stands, or creates it. reason is the error that kept the caller from writing
-// another file first; 0 when it was not an error. Memory for the old content is taken and given back.
+// another file first; 0 when it was not an error. Meanwhile it keeps the part of the old content that it
+// overwrites in memory.
 WriteOutcome writeInPlace(const char *path, const Content &content, int reason);
