@@ -1,4 +1,4 @@
-// sim/clock.cpp: the unit's own clock: the machine's, shifted by what was set over the network.
+// sim/clock.cpp: the unit's own clock: the machine's, plus a shift that a client can set.
 #include "clock.h"
 
 #include <atomic>
@@ -16,7 +16,8 @@ static const int INITIAL_SOURCE = 2; // time source of a unit that has just star
 static const uint32_t MILLISECONDS_PER_SECOND = 1000;
 static const uint32_t NANOSECONDS_PER_MILLISECOND = 1000000;
 
-// Whole seconds fit one atomic on 32-bit processors. A second of the unit ends with one of the machine.
+// Whole seconds fit into one atomic on 32-bit processors. So the unit's seconds begin when the
+// machine's do.
 static std::atomic<time_t> shiftSeconds(0);
 static int timeSource = INITIAL_SOURCE; // service thread only
 
@@ -32,7 +33,7 @@ void setActiveTimeSource(int source)
 
 extern "C" {
 
-// Wins over the system's, so that the library sees the unit's time.
+// Replaces the system's function, so that the library sees the unit's time.
 WS_EXPORT int clock_gettime(clockid_t clock, struct timespec *now) noexcept
 {
     const long result = syscall(SYS_clock_gettime, clock, now);

@@ -4,7 +4,7 @@
 
 #include <time.h>
 
-// The machine's date and time, as the log shows it.
+// Gets the machine's date and time, which the log shows.
 void machineTime(struct timespec *now);
 
 // Sets the number that the library reports as the active source of time.

@@ -79,10 +79,10 @@ void readEntries(const std::string &path, const std::vector<std::string> &fields
 void replaceFile(const std::string &path, const std::string &text, mode_t mode)
 {
     const std::string temporary = path + ".new";
-    unlink(temporary.c_str()); // one that a power cut left could have another mode
+    unlink(temporary.c_str()); // a power cut may have left one with another mode
     const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (file != -1)
-        errno = ENOSPC; // why a write can be short
+        errno = ENOSPC; // a short write sets no errno: the device is full
     const bool written =
         file != -1 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size())
         && fsync(file) == 0 && rename(temporary.c_str(), path.c_str()) == 0;

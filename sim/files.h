@@ -1,5 +1,5 @@
-// sim/files.h: the unit's data files: read as lists of JSON objects, written as a whole. All functions
-// throw, with a reason for people; see require.h.
+// sim/files.h: reads the unit's data files, which are lists of JSON objects, and writes them as a
+// whole. All functions throw on failure, with a reason for people; see require.h.
 #ifndef SIM_FILES_H
 #define SIM_FILES_H
 

@@ -73,10 +73,10 @@ static const struct {
     const char *name;
     CallStatus (*call)(const std::string &argument, std::string *answer);
 } FUNCTIONS[] = {
-    {"coreDb", "getLR",     getLR    }, // the switch
-    {"coreDb", "setLR",     setLR    }, // with the letter
-    {"thm",    "setSource", setSource}, // active time source, with its number
-    {"unit",   "uptime",    uptime   }, // in seconds
+    {"coreDb", "getLR",     getLR    }, // answers the switch's letter
+    {"coreDb", "setLR",     setLR    }, // sets the switch to the letter
+    {"thm",    "setSource", setSource}, // sets the number of the active time source
+    {"unit",   "uptime",    uptime   }, // answers the seconds since the start
     {"unit",   "echo",      echo     }, // answers the argument
 };
 
@@ -103,7 +103,7 @@ static std::string textOrEmpty(const char *text)
 
 extern "C" {
 
-// The terminator goes in only if there is room: a caller with room for one byte gets the first letter.
+// Writes the terminator only if there is room: a caller with room for one byte gets the first letter.
 int fnPutS(const char *container, const char *object, const char *function, const char *argument,
            char *answer, int size, int)
 {
@@ -129,7 +129,7 @@ int baselineShowVer(const char **text)
     return 0;
 }
 
-// The library asks it while the host's security is off, and makes the session's id itself.
+// The library calls it while the host's security is off, and makes the session's id itself.
 int appUserVerify(const char *user, const char *password, char *)
 {
     const bool right = strcmp(user, USER) == 0 && strcmp(password, PASSWORD) == 0;

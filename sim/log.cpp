@@ -1,4 +1,4 @@
-// sim/log.cpp: writes the log: one line a message, in the machine's local time.
+// sim/log.cpp: writes the log: one line for each message, with the machine's local time.
 #include "log.h"
 
 #include <cstdarg>
@@ -21,7 +21,7 @@ static const off_t MAX_FILE_BYTES = 0x40000; // 256 KiB
 static const char *const LEVEL_NAMES[] = {"ERROR", "WARN", "INFO", "DEBUG"}; // by LogLevel
 
 static LogLevel mostDetailed = LOG_LEVEL_INFO;
-static const char *file = nullptr; // path
+static const char *file = nullptr; // its path; null: none
 static std::mutex fileMutex;
 
 void setLogLevel(LogLevel level)
@@ -40,7 +40,7 @@ static int openFile()
     return open(file, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0644);
 }
 
-// A log that cannot be written has nowhere left to say so.
+// Ignores a failure: if the log cannot be written, there is no other place to report it.
 static void writeLine(int descriptor, const std::string &line)
 {
     [[maybe_unused]] const ssize_t result = write(descriptor, line.data(), line.size());
@@ -80,7 +80,7 @@ __attribute__((format(printf, 2, 0))) static void logMessage(LogLevel level, con
     char message[MESSAGE_BYTES] = "";
     vsnprintf(message, sizeof message, format, arguments);
 
-    // Clients choose part of the message: it must not look like another line, nor steer a terminal.
+    // Clients choose part of the message. Plain text cannot look like another line or steer a terminal.
     const std::string line = start + plainText(message) + '\n';
     writeLine(STDERR_FILENO, line); // in one call, so that threads do not mix
     if (file != nullptr)

@@ -54,7 +54,7 @@ static void prepareUnit(const Options &options)
         openSecurity();
     try {
         writePointList(POINT_LIST, points);
-    } catch (const std::exception &error) { // a unit without the list is still a unit
+    } catch (const std::exception &error) { // only the pages need the list
         sLogWarn("unit: %s", error.what());
     }
     startUnit(points, options.coreDbVersion);
@@ -87,7 +87,7 @@ static void printBanner()
     fflush(stdout);
 }
 
-// The service thread still runs: exit() would clean up what it uses.
+// Uses _exit(): the service thread still runs, and exit() would clean up what it uses.
 [[noreturn]] static void abandonRequest()
 {
     sLogWarn("unit: stopped while a request was still being served");
@@ -112,10 +112,11 @@ static void printBanner()
             break;
         }
     }
-    // A descriptor that stays open would hold the port, and its client would wait for ever.
+    // A descriptor that stays open would keep the port, or a client waiting for ever.
     close_range(FIRST_INHERITABLE_DESCRIPTOR, ~0U, CLOSE_RANGE_CLOEXEC);
     waitFor({RESTART_SIGNAL}, &NO_TIME); // one restart is enough for two requests
-    // Blocked signals stay blocked, and pending ones stay pending. SIM_PROGRAM starts an emulated unit.
+    // Across execv() blocked signals stay blocked, and pending ones stay pending. SIM_PROGRAM is the script
+    // that starts an emulated unit.
     const char *starter = getenv("SIM_PROGRAM");
     execv(starter == nullptr ? "/proc/self/exe" : starter, argv);
     sLogErr("unit: cannot restart: %s", strerror(errno));
@@ -128,7 +129,7 @@ int main(int argc, char **argv)
     const sigset_t signals = setOf({SIGINT, SIGTERM, RESTART_SIGNAL, BIND_FAILED_SIGNAL});
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, sigpipe_handle);
-    prctl(PR_SET_NAME, "sim"); // after a restart it would be "exe"
+    prctl(PR_SET_NAME, "sim"); // after a restart the name would be "exe"
 
     try {
         prepareUnit(readOptions(argc, argv));

@@ -17,9 +17,9 @@ static const char *const SAMPLES = SIM_FOLDER "/state";
 static const char *const LOG_FOLDER = "/mnt/flash/log";
 static const char *const LOG_FILE = "/mnt/flash/log/unit.log";
 
-// Any mount on /mnt will do if it holds the file: by the file its owner says that a unit may write there.
-// Without a mount it would be the machine's own folder. scripts/private_mnt provides both; a service
-// manager can do the same.
+// Returns true if /mnt is a mount that has the file simulated_unit. The file shows that a unit may
+// write there. Without a mount, /mnt would be the machine's own folder. scripts/private_mnt provides
+// both; a service manager can do the same.
 static bool isUnitsOwn()
 {
     struct statx mnt;
@@ -42,7 +42,7 @@ static void copySample(const fs::directory_entry &sample)
         fs::permissions(to, fs::perms::owner_write, fs::perm_options::add);
 }
 
-// A unit without samples is still a unit.
+// A sample that cannot be copied is logged; the unit runs without it.
 static void copySamples()
 {
     try {

@@ -4,11 +4,12 @@
 
 #include <string>
 
-// Makes the folders, fills in missing samples, begins the log file, and sets WEB_DIR unless it is
-// set. Throws if /mnt is not a unit's own. Call it before there are threads.
+// Makes the folders, copies missing samples, begins the log file, and sets WEB_DIR unless it is set.
+// Throws if /mnt is not a unit's own. Call it before there are threads.
 void openMnt();
 
-// The path by which people find a file of the unit's /mnt: scripts/private_mnt says where it is.
+// Returns the path by which people find a file of the unit's /mnt. scripts/private_mnt passes the folder in
+// SIM_STATE; without it the path is returned unchanged.
 std::string pathForPeople(const std::string &path);
 
 #endif

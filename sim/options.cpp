@@ -1,4 +1,4 @@
-// sim/options.cpp: the command line, and with it the documentation that --help prints.
+// sim/options.cpp: the command line, and the documentation that --help prints.
 #include "options.h"
 
 #include <CLI/CLI.hpp>
@@ -66,7 +66,7 @@ Files      scripts/run and scripts/private_mnt show the folder mnt/ of the state
            netConfig.xml and userLogin.xml), flash/security/ (users), flash/log/unit.log (the
            log; older lines in unit.log.1), nvRam/ and privatedata/. The paths of the other
            options are seen the same way. $XDG_STATE_HOME takes the place of ~/.local/state.
-           The unit fills in samples that are missing, lists its points, and leaves all else.
+           The unit copies samples that are missing, lists its points, and changes no other file.
            Without those scripts it starts only where /mnt is a mount of a folder that has a
            file simulated_unit.
 Clock      The unit has its own clock: setting it leaves the machine's alone. A restart
@@ -110,7 +110,7 @@ Options readOptions(int argc, char **argv)
     app.add_option("--points", options.points, "File of the unit's points")
         ->default_str("sim/points.json");
     app.add_option("--security", security,
-                   "Whose accounts and rights: host (the unit's own) or off")
+                   "Accounts and rights: host (the unit's own) or off (none but admin)")
         ->capture_default_str()
         ->check(CLI::IsMember({HOST_SECURITY, OWN_SECURITY}));
     app.add_option("--coredb-version", options.coreDbVersion,
@@ -133,7 +133,7 @@ Options readOptions(int argc, char **argv)
 
     try {
         app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) { // also how the parser asks for --help
+    } catch (const CLI::ParseError &error) { // the parser also throws for --help and --version
         exit(app.exit(error) == 0 ? EXIT_SUCCESS : USAGE_ERROR);
     }
     options.hostSecurity = security == HOST_SECURITY;

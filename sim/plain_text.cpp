@@ -1,4 +1,4 @@
-// sim/plain_text.cpp: the table of characters that must not be in a line, in UTF-8.
+// sim/plain_text.cpp: finds the UTF-8 characters that must not be in a line.
 #include "plain_text.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ static const std::size_t QUOTED_BYTES = 64;
 static const struct {
     std::string_view first; // both ends have the same length and differ in the last byte only
     std::string_view last;
-} UNFIT[] = {
+} NOT_PLAIN[] = {
     {"\0"sv,         "\x1f"        }, // ASCII controls
     {"\x7f",         "\x7f"        },
     {"\xc2\x80",     "\xc2\x9f"    }, // U+0080: more controls
@@ -23,7 +23,7 @@ static const struct {
 std::string plainText(std::string text)
 {
     for (std::size_t at = 0; at < text.size(); ++at)
-        for (const auto &[first, last] : UNFIT) {
+        for (const auto &[first, last] : NOT_PLAIN) {
             const std::size_t length = first.size();
             if (text.compare(at, length, first) >= 0 && text.compare(at, length, last) <= 0)
                 std::fill_n(text.begin() + static_cast<std::ptrdiff_t>(at), length, '?');

@@ -8,7 +8,7 @@
 // to XML. Text that needs no such change is plain.
 std::string plainText(std::string text);
 
-// A client's text for a line of the log: in quotes, without quotes inside, and cut.
+// Returns a client's text for a line of the log: in quotes, cut, and with each quote inside replaced by '.
 std::string inQuotes(const std::string &text);
 
 #endif

@@ -27,9 +27,9 @@ static const double MAX_SECONDS = 1e9;
 
 static const mode_t LIST_MODE = 0644;
 
-static const char *const TYPE_NAMES[] = {"status", "analog", "command", "setPoint"}; // by PointType
-static const char *const SIMULATION_NAMES[] = {"sine", "ramp", "walk", "toggle",
-                                               "constant"}; // by Simulation
+// By PointType and by Simulation.
+static const char *const TYPE_NAMES[] = {"status", "analog", "command", "setPoint"};
+static const char *const SIMULATION_NAMES[] = {"sine", "ramp", "walk", "toggle", "constant"};
 
 // Returns the position of the name, or the number of names.
 template <int N> static int find(const char *const (&names)[N], const char *name)
@@ -127,7 +127,7 @@ std::vector<Point> readPoints(const std::string &path)
     return points;
 }
 
-// Returns nothing for an empty text.
+// Returns an XML attribute with a space before it, or an empty text if its value is empty.
 static std::string attribute(const char *name, const std::string &text)
 {
     std::string escaped;

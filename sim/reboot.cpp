@@ -1,4 +1,4 @@
-// sim/reboot.cpp: the unit's own reboot() and sync(), which win over the system's.
+// sim/reboot.cpp: the unit's own reboot() and sync(), which replace the system's.
 #include "reboot.h"
 
 #include <cerrno>
@@ -26,7 +26,7 @@ WS_EXPORT int reboot(int) noexcept
 
 WS_EXPORT void sync() noexcept
 {
-    logDetail("sync()"); // the PC writes its disks by itself
+    logDetail("sync()"); // that is all: the PC writes its disks by itself
 }
 
 } // extern "C"

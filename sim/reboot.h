@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-// Every thread blocks both; the main thread waits for them.
+// Every thread blocks both signals; the main thread waits for them.
 static const int RESTART_SIGNAL = SIGUSR1;     // a client wants the unit rebooted
 static const int BIND_FAILED_SIGNAL = SIGUSR2; // the library called reboot(): it cannot listen
 

@@ -1,4 +1,4 @@
-// sim/require.h: how the unit reports what it cannot go on with: it throws, and what() is a reason for
+// sim/require.h: reports what stops the unit or a change: throws an error whose what() is a reason for
 // people. main() prints it; a hook logs it and answers the client.
 #ifndef SIM_REQUIRE_H
 #define SIM_REQUIRE_H

@@ -19,7 +19,7 @@
 
 using Clock = std::chrono::steady_clock; // setting the unit's time leaves it alone
 
-// Limits the work of the first read after a long time; by then the start of the walk does not matter.
+// Limits the work of the first read after a long time. The value does not depend on steps that far back.
 static const double MAX_WALK_STEPS = 1000;
 static const double WALK_RANGE_PER_STEP = 0.05; // largest step, as a part of the walk's range
 static const std::size_t MAX_FLAGS_BYTES = 15;
@@ -27,7 +27,7 @@ static const std::size_t VALUE_TEXT_SIZE = 312; // what x_readData may write, wi
 
 enum ReadStatus { READ_DONE = 0, READ_NO_POINT = 1, READ_ERROR = 2, READ_NO_TYPE = 3 };
 
-// Of forcing and blocking. 1 is missing: the library answers it for local control.
+// The statuses of forcing and blocking. 1 is missing: the library answers it under local control.
 enum WriteStatus {
     WRITE_DONE = 0,
     WRITE_NO_TYPE = 2,
@@ -38,7 +38,7 @@ enum WriteStatus {
 
 struct State {
     Point point;    // never changes
-    double value;   // if simulated: the one last read
+    double value;   // of a simulated point: as at the last read
     bool simulated; // false while forced or blocked, and for commands and set points
     bool blocked;
     std::string quality;
@@ -99,8 +99,8 @@ template <typename Integer> static Integer toWhole(double value)
     return static_cast<Integer>(std::clamp(std::round(value), lowest, highest));
 }
 
-// The client's format only chooses: it never reaches printf. With an empty one a set point keeps its
-// digits.
+// The client's format only selects one of the formats below; it never reaches printf. With an empty format,
+// analog values and set points keep ten digits.
 static ReadStatus print(const State &state, const std::string &format, char *text)
 {
     const bool whole = state.point.type == STATUS || state.point.type == COMMAND;
@@ -136,7 +136,7 @@ static bool areFlags(const char *text)
            && strspn(text, "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789,_") == length;
 }
 
-// Without flags the quality itself says that the point is forced.
+// With flags, these become the quality. Without them, the quality says that the point is forced.
 static WriteStatus force(const char *type, const char *name, const char *value, const char *flags)
 {
     WriteStatus reason;
@@ -160,7 +160,7 @@ static WriteStatus force(const char *type, const char *name, const char *value, 
     return WRITE_DONE;
 }
 
-// 1 freezes the point; 0 ends blocking and forcing.
+// on 1 freezes the point; 0 ends blocking and forcing.
 static WriteStatus block(const char *type, const char *name, int on)
 {
     WriteStatus reason;

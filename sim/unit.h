@@ -1,4 +1,5 @@
-// sim/unit.h: the present state of the unit's points, which the x_... functions of webServerHost.h read and write.
+// sim/unit.h: the present state of the unit's points, which the x_... functions of webServerHost.h read and
+// write.
 #ifndef SIM_UNIT_H
 #define SIM_UNIT_H
 
@@ -7,9 +8,10 @@
 
 #include "points.h"
 
-// Call it once, before the service starts.
+// Sets the points to their first values. Call it once, before the service starts.
 void startUnit(const std::vector<Point> &points, const std::string &coreDbVersion);
 
+// Returns how many seconds ago the program started.
 double secondsUp();
 
 #endif

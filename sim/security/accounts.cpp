@@ -1,4 +1,4 @@
-// sim/security/accounts.cpp: the users in memory and in their file, one a line.
+// sim/security/accounts.cpp: the users in memory and in their file, one on each line.
 #include "security/accounts.h"
 
 #include <algorithm>
@@ -16,8 +16,8 @@
 
 using nlohmann::json;
 
-// Web paths can leave the web root, so a client may be able to read this file: the hashes must be slow
-// to guess.
+// Web paths can leave the web root, so a client may be able to read this file. It therefore has only hashes
+// that are slow to compute.
 static const char *const FOLDER = "/mnt/flash/security";
 static const char *const FILE_PATH = "/mnt/flash/security/accounts";
 static const mode_t FOLDER_MODE = 0700;
@@ -69,7 +69,7 @@ void Account::forgetFailures()
     lockedUntil = {};
 }
 
-// Without an administrator whom nobody has locked, the users could never be changed.
+// Returns true if there is an administrator who is not locked. Without one, nobody could change the users.
 static bool canBeAdministered(const std::vector<Account> &all)
 {
     return std::any_of(all.begin(), all.end(), [](const Account &account) {
@@ -112,7 +112,7 @@ static void writeAccounts(const std::vector<Account> &all)
 
 void openAccounts()
 {
-    mkdir(FOLDER, FOLDER_MODE); // if this fails, writing fails as well and says why
+    mkdir(FOLDER, FOLDER_MODE); // if this fails, writing the file fails as well, with the reason
     if (std::filesystem::exists(FILE_PATH)) {
         readEntries(FILE_PATH, {"name", "hash", "roles", "locked"},
                     [](const json &entry) { accounts.push_back(toAccount(entry)); });
@@ -160,7 +160,7 @@ static void noteFailure(Account *account)
 const Account *checkPassword(const std::string &user, const char *password)
 {
     Account *account = findAccount(user);
-    // An unknown user takes as long as a known one, so that the time does not give them away.
+    // An unknown user takes as long as a known one, so that the time does not reveal who exists.
     const bool matches = passwordMatches(password, (account ? *account : accounts.front()).hash);
     if (account == nullptr) {
         sLogWarn("security: no such user: %s", inQuotes(user).c_str());

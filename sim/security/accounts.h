@@ -36,9 +36,9 @@ struct Account {
 // What the operations that change users answer.
 enum AdministrationStatus {
     ADMIN_DONE = 0,
-    ADMIN_NOT_YOU = 1, // the caller may not
+    ADMIN_NOT_YOU = 1, // the caller may not do this
     ADMIN_NO_USER = 2,
-    ADMIN_BAD_VALUE = 3,   // unknown role, unfit password, a lock that is neither 0 nor 1
+    ADMIN_BAD_VALUE = 3,   // unknown role, refused password, a lock that is neither 0 nor 1
     ADMIN_NOBODY_LEFT = 4, // no administrator could log in any more
     ADMIN_NOT_SAVED = 5,   // nothing has changed
 };
@@ -47,14 +47,15 @@ enum AdministrationStatus {
 // or cannot be written.
 void openAccounts();
 
-// In the order of the file; never empty.
+// Returns the accounts in the order of the file; at least one.
 const std::vector<Account> &allAccounts();
 
 // Returns null for an unknown user. Every change invalidates the pointer.
 Account *findAccount(const std::string &name);
 
-// Returns null for an unknown user, a wrong password and a locked user. Only the log says which: the
-// caller must not. Several wrong passwords in a row lock the user for a while.
+// Returns the user's account; null for an unknown user, a wrong password and a locked user. Only the
+// log says which of these: the client must not learn it. Several wrong passwords in a row lock the user
+// for a while.
 const Account *checkPassword(const std::string &user, const char *password);
 
 // Replaces the account with this name, in the file and in memory. Returns ADMIN_DONE or

@@ -17,7 +17,7 @@ struct SOAP_ENV__Header {
 static const int NOT_ALLOWED = 1;            // known, but not allowed
 static const std::size_t ADDRESS_BYTES = 14; // the library keeps so many with a session
 
-static std::string callerName; // empty: nobody
+static std::string callerName; // of the last question to the gate; empty: not authenticated
 
 const Account *caller()
 {
@@ -34,7 +34,7 @@ static const char *sessionCookie(const struct soap *request)
     return nullptr;
 }
 
-// Does the request come from the address that logged in?
+// Returns true if the request comes from the address that logged in.
 static bool comesFromItsAddress(const struct soap *request, const char *id)
 {
     const struct in_addr number = {htonl(request->ip)};
@@ -46,8 +46,9 @@ static bool comesFromItsAddress(const struct soap *request, const char *id)
     return false;
 }
 
-// The origin is the site of the page that sends the request. Programs do not send one, nor do browsers
-// that only fetch from the page's own site. The scheme is not compared: a gateway may change it.
+// Returns true unless a page of another site sends the request. The origin is the site of that page.
+// Programs send none, and neither do browsers that only fetch from the page's own site. The scheme is
+// not compared, because a gateway may change it.
 static bool comesFromOwnPage(const struct soap *request)
 {
     if (request->origin == nullptr)
@@ -82,7 +83,8 @@ static const Account *accountOfHeader(const char *text)
     return colon == nullptr ? nullptr : checkPassword(std::string(text, colon), colon + 1);
 }
 
-// With a wrong header the cookie does not count: the sender would act as somebody else.
+// With a wrong password in the header the cookie does not count. Otherwise the sender would act as the
+// user of the cookie without noticing it.
 static const Account *findCaller(const struct soap *request)
 {
     if (request->header == nullptr || request->header->Authentication == nullptr)
@@ -102,7 +104,7 @@ int gate(struct soap *request, int level)
     const Account *account = findCaller(request);
     callerName = account == nullptr ? "" : account->name;
     if (account != nullptr)
-        g_highLevel = account->level(); // getUserAuth answers it
+        g_highLevel = account->level(); // getUserAuth returns it
     const int answer = verdict(account, level);
     if (answer == NOT_ALLOWED)
         sLogWarn("security: may not act at level %d: %s", level, inQuotes(callerName).c_str());

@@ -1,4 +1,4 @@
-// sim/security/gate.h: who the caller of a request is, and what the caller may do.
+// sim/security/gate.h: finds out who the caller of a request is, and what the caller may do.
 #ifndef SIM_SECURITY_GATE_H
 #define SIM_SECURITY_GATE_H
 
@@ -9,8 +9,9 @@ struct soap;
 // pgf_parseAuth of webServer.h.
 int gate(struct soap *request, int level);
 
-// Returns the account for which the gate was asked last, or null. The library asks it right before each
-// hook of user administration; a caller with a header has no cookie that the hook could look up.
+// Returns the account for which the gate was asked last, or null. The library asks the gate right
+// before each hook of user administration. A hook gets only the cookie, and a caller with a header
+// sends none.
 const Account *caller();
 
 // pgf_getSessionStatus of webServer.h: a session also ends when its user may no longer read.

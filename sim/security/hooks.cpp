@@ -1,4 +1,4 @@
-// sim/security/hooks.cpp: login, sessions and user administration as the library's hooks.
+// sim/security/hooks.cpp: login, sessions and user administration, as the library's hooks.
 #include "security/hooks.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ static int verifyLogin(const char *user, const char *password, char *sessionId)
     try {
         if (level >= WS_LEVEL_READ)
             snprintf(sessionId, SESSION_ID_SIZE, "%s", openSession(account->name).c_str());
-    } catch (const std::exception &error) { // a login without a session's id
+    } catch (const std::exception &error) { // the library refuses a login that has no session id
         sLogErr("security: %s", error.what());
     }
     return level;
@@ -66,7 +66,7 @@ static int giveNames(const std::vector<std::string> &from, char ***names)
     return static_cast<int>(from.size());
 }
 
-// The names of all items that are wanted, for administrators only.
+// Gives an administrator the names of all items that are wanted, and other callers none.
 template <typename Items, typename Wanted>
 static int giveNamesOf(const Items &items, char ***names, Wanted wanted)
 {

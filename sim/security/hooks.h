@@ -1,6 +1,6 @@
 // sim/security/hooks.h: the unit's own security: users, sessions and rights, as hooks of the library.
 //
-// All of sim/security/ runs on the service thread, except for openSecurity(): nothing is locked.
+// All of sim/security/ except openSecurity() runs on the service thread, so nothing is locked.
 #ifndef SIM_SECURITY_HOOKS_H
 #define SIM_SECURITY_HOOKS_H
 

@@ -9,13 +9,13 @@
 
 static const char *const METHOD = "$y$"; // yescrypt
 static const unsigned long DEFAULT_COST = 0;
-static const char MAX_COST = '9';       // the default's
-static const std::size_t SALT_END = 29; // in a hash
+static const char MAX_COST = '9';       // the first letter of the default cost
+static const std::size_t SALT_END = 29; // position in a hash
 static const std::size_t HASH_BYTES = 73;
 static const std::size_t MIN_BYTES = 8;
 static const std::size_t MAX_BYTES = 127; // the login page can send no more
 
-// Returns an empty text on failure, as with a password of 512 bytes or more.
+// Returns the hash; an empty text on failure, for example for a password of 512 bytes or more.
 static std::string hashWith(const char *password, const char *setting)
 {
     static struct crypt_data work; // too large for a stack
@@ -39,7 +39,8 @@ bool passwordMatches(const char *password, const std::string &hash)
     return hashWith(password, hash.c_str()) == hash;
 }
 
-// "$y$j", two letters of the cost, "$", salt, "$", hash. A higher cost would hold up everybody.
+// A hash is "$y$j", two letters of the cost, "$", salt, "$", hash. One of higher cost would block the
+// service for longer at every login.
 bool isHash(const std::string &text)
 {
     return text.size() == HASH_BYTES && text.compare(0, 4, "$y$j") == 0 && text[4] <= MAX_COST

@@ -22,7 +22,7 @@ static std::map<std::string, Session> sessions; // by id
 
 static std::string newId()
 {
-    std::random_device random("/dev/urandom"); // throws without random numbers
+    std::random_device random("/dev/urandom"); // throws when it cannot be read
     char id[33];
     snprintf(id, sizeof id, "%08x%08x%08x%08x", random(), random(), random(), random());
     return id;

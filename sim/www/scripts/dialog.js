@@ -42,7 +42,7 @@ const dialog = (() => {
     const entered = values();
     const objection = question.objection ? question.objection(entered) : '';
     update();
-    page.tell(page.byId('dialog-result'), objection, 'wait');
+    page.showMessage(page.byId('dialog-result'), objection, 'wait');
     confirm.disabled = objection !== '';
   }
 
@@ -57,14 +57,14 @@ const dialog = (() => {
     if (confirm.disabled)
       return;
     setBusy(true);
-    page.tell(page.byId('dialog-result'), 'Waiting for the unit…', 'wait');
+    page.showMessage(page.byId('dialog-result'), 'Waiting for the unit…', 'wait');
     const outcome = await soap.outcomeOf(() => question.action(values()));
     setBusy(false);
     page.report(outcome);
     if (outcome.good)
       element.close();
     else
-      page.tell(page.byId('dialog-result'), outcome.text, 'bad');
+      page.showMessage(page.byId('dialog-result'), outcome.text, 'bad');
   }
 
   // {title, fields, text(values), objection(values), confirm, action(values), danger}

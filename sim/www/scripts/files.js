@@ -28,7 +28,7 @@ const files = (() => {
     page.write(page.byId('file-size'), `${page.bytesOf(text)} bytes`);
     page.byId('file-content').textContent = text;
     page.show(page.byId('file-view'), true);
-    page.tell(page.byId('file-state'), text === '' ? 'The file is empty.' : '', 'wait');
+    page.showMessage(page.byId('file-state'), text === '' ? 'The file is empty.' : '', 'wait');
     page.byId('file-view').scrollIntoView({ block: 'nearest' });
   }
 
@@ -44,15 +44,15 @@ const files = (() => {
 
   async function view(path) {
     page.show(page.byId('file-view'), false);
-    page.tell(page.byId('file-state'), `Reading ${path}…`, 'wait');
+    page.showMessage(page.byId('file-state'), `Reading ${path}…`, 'wait');
     try {
       const text = await read(path);
       if (text === null)
-        page.tell(page.byId('file-state'), `The unit has no ${path}, or you may not see it.`, 'bad');
+        page.showMessage(page.byId('file-state'), `The unit has no ${path}, or you may not see it.`, 'bad');
       else
         display(path, text);
     } catch (error) {
-      page.tell(page.byId('file-state'), error.message, 'bad');
+      page.showMessage(page.byId('file-state'), error.message, 'bad');
     }
   }
 
@@ -66,7 +66,7 @@ const files = (() => {
     if (objection === '')
       view(page.byId('view-folder').value + name);
     else
-      page.tell(page.byId('file-state'), objection, 'bad');
+      page.showMessage(page.byId('file-state'), objection, 'bad');
   }
 
   function saveCopy() {

@@ -48,7 +48,7 @@
     draw(shown);
     page.write(page.byId('log-count'), `${shown.length} of ${matching.length} matching lines, the `
       + `newest first; ${lines.length} in all`);
-    page.tell(page.byId('log-state'), lines.length === 0 ? 'The log is empty.' : '', 'wait');
+    page.showMessage(page.byId('log-state'), lines.length === 0 ? 'The log is empty.' : '', 'wait');
   }
 
   async function read() {

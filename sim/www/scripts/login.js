@@ -18,7 +18,7 @@
   function explain(code) {
     const rebooted = code === 'is' && session.wasRebooted();
     const reason = rebooted ? REBOOTED : REASONS.get(code) || 'The unit refused the login.';
-    page.tell(page.byId('message'), code === null ? '' : reason, rebooted ? 'wait' : 'bad');
+    page.showMessage(page.byId('message'), code === null ? '' : reason, rebooted ? 'wait' : 'bad');
   }
 
   async function submit(event) {
@@ -26,10 +26,10 @@
     const user = page.byId('user').value;
     const password = page.byId('password').value;
     if (!session.fits(user) || !session.fits(password)) {
-      page.tell(page.byId('message'), 'User and password may have 127 bytes each at most.', 'bad');
+      page.showMessage(page.byId('message'), 'User and password may have 127 bytes each at most.', 'bad');
       return;
     }
-    page.tell(page.byId('message'), 'Logging in…', 'wait');
+    page.showMessage(page.byId('message'), 'Logging in…', 'wait');
     page.byId('submit').disabled = true;
     try {
       const code = await session.logIn(user, password);
@@ -41,7 +41,7 @@
       explain(code);
       page.byId('password').select();
     } catch (error) {
-      page.tell(page.byId('message'), `${error.message} Try again.`, 'bad');
+      page.showMessage(page.byId('message'), `${error.message} Try again.`, 'bad');
     }
     page.byId('submit').disabled = false;
   }

@@ -9,7 +9,7 @@ const poll = (() => {
   const KEEP_ALIVE_MS = 60000;
   const REBOOT_MS = 5000; // a rebooting unit does not answer sooner
   const STALE_MS = 8000; // older values are marked, even if an answer may still come
-  const SLOW_TURNS = 5; // between two polls of what seldom changes
+  const SLOW_TURNS = 5; // polls from one request for what seldom changes to the next
 
   let turn = 0;
   let aliveMs = performance.now();
@@ -22,7 +22,7 @@ const poll = (() => {
     const names = { ok: 'Connected', lost: 'No answer' };
     page.write(page.byId('connection'), names[state]);
     document.body.dataset.connection = state;
-    page.tell(page.byId('banner'), banner, 'bad');
+    page.showMessage(page.byId('banner'), banner, 'bad');
   }
 
   function showOk() {

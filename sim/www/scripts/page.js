@@ -8,7 +8,7 @@ if (window.top !== window.self) { // a foreign frame could steal a click
 }
 
 const page = (() => {
-  const STATION_ATTEMPTS = 3; // a unit without a station file is still a unit
+  const STATION_ATTEMPTS = 3; // then the page does without: the unit may have no station file
   const STATION_RETRY_MS = 5000;
   const TITLE = document.title;
 
@@ -42,7 +42,7 @@ const page = (() => {
   }
 
   // Shows a message in an element; an empty text removes it. Kinds: good, bad, wait.
-  function tell(element, text, kind) {
+  function showMessage(element, text, kind) {
     write(element, text);
     element.dataset.kind = kind || '';
     show(element, text !== '');
@@ -58,7 +58,7 @@ const page = (() => {
 
   // Shows the outcome there and beside the form that it belongs to.
   function reportAt(element, outcome) {
-    tell(element, outcome.text, outcome.good ? 'good' : 'bad');
+    showMessage(element, outcome.text, outcome.good ? 'good' : 'bad');
     report(outcome);
   }
 
@@ -90,5 +90,5 @@ const page = (() => {
     attempt(readType, STATION_ATTEMPTS);
   }
 
-  return { byId, bytesOf, make, button, write, show, tell, report, reportAt, showStation };
+  return { byId, bytesOf, make, button, write, show, showMessage, report, reportAt, showStation };
 })();

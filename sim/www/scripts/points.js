@@ -95,7 +95,7 @@ const points = (() => {
     page.write(page.byId('points-count'),
                `${shown} of ${list.length} points shown, ${bad} not GOOD`);
     const empty = list.length === 0 ? 'The unit\'s list has no points.' : 'No point matches the filter.';
-    page.tell(page.byId('points-empty'), shown === 0 ? empty : '', 'wait');
+    page.showMessage(page.byId('points-empty'), shown === 0 ? empty : '', 'wait');
   }
 
   function applyFilter() {
@@ -104,20 +104,20 @@ const points = (() => {
   }
 
   async function load() {
-    page.tell(page.byId('points-state'), 'Loading the list of points…', 'wait');
+    page.showMessage(page.byId('points-state'), 'Loading the list of points…', 'wait');
     page.show(page.byId('points-reload'), false);
     try {
       const { points: loaded, ignored } = await pointList.load();
       list = loaded;
       pointTable.build(list);
-      page.tell(page.byId('points-state'), ignored === 0 ? ''
+      page.showMessage(page.byId('points-state'), ignored === 0 ? ''
         : `${ignored} entries of the list of points cannot be used and are left out.`, 'bad');
       applyFilter(); // the browser may keep the filter over a reload
     } catch (error) {
       failed = true;
       pointTable.build([]);
       page.write(page.byId('points-count'), '');
-      page.tell(page.byId('points-state'), error.message, 'bad');
+      page.showMessage(page.byId('points-state'), error.message, 'bad');
       page.show(page.byId('points-reload'), true);
     }
   }
@@ -141,11 +141,11 @@ const points = (() => {
       return;
     try {
       await read();
-      page.tell(page.byId('points-fault'), '', '');
+      page.showMessage(page.byId('points-fault'), '', '');
     } catch (error) {
       if (error instanceof link.NoAnswer)
         throw error;
-      page.tell(page.byId('points-fault'), error.message, 'bad');
+      page.showMessage(page.byId('points-fault'), error.message, 'bad');
     }
     if (filter().notGood && !pointTable.isUnderHand())
       applyFilter();

@@ -1,5 +1,6 @@
-// scripts/rights.js: what the user may do here. The rest is shown disabled, with the reason: in the
-// document data-needs="write" disables an element without that right, and data-reason="write" says why.
+// scripts/rights.js: what the user may do here. Without the right to write, an element with
+// data-needs="write" is disabled, and one with data-reason="write" shows the reason. The same holds for
+// the other rights in NEEDS.
 'use strict';
 
 const rights = (() => {
@@ -34,7 +35,7 @@ const rights = (() => {
     administrator: administratorReason,
   };
 
-  // Returns an empty text if the user may, else the reason.
+  // Returns an empty text if the user has this right, else the reason.
   const reason = need => NEEDS[need]();
 
   function applyTo(root) {
@@ -44,13 +45,13 @@ const rights = (() => {
       element.title = why;
     }
     for (const element of root.querySelectorAll('[data-reason]'))
-      page.tell(element, reason(element.dataset.reason), 'wait');
+      page.showMessage(element, reason(element.dataset.reason), 'wait');
   }
 
   async function askOwnLevel() {
     const remembered = session.remembered().level ?? null;
     if (remembered === null && ownLevel === null)
-      ownLevel = await session.toldLevel();
+      ownLevel = await session.reportedLevel();
     return remembered ?? ownLevel;
   }
 
@@ -60,14 +61,14 @@ const rights = (() => {
       return ['off', await askOwnLevel(), false];
     if (verdict !== session.ALLOWED)
       return ['host', 0, false];
-    const told = Number(await soap.poll('getUserAuth'));
-    return ['host', told, Boolean(await soap.poll('getUsersList'))]; // only administrators get names
+    const reported = Number(await soap.poll('getUserAuth'));
+    return ['host', reported, Boolean(await soap.poll('getUsersList'))]; // only administrators get names
   }
 
   async function refresh() {
-    const told = await ask();
-    const changed = [mode, level, administrator].some((old, index) => old !== told[index]);
-    [mode, level, administrator] = told;
+    const asked = await ask();
+    const changed = [mode, level, administrator].some((old, index) => old !== asked[index]);
+    [mode, level, administrator] = asked;
     if (!changed)
       return;
     applyTo(document);

@@ -111,7 +111,7 @@ const session = (() => {
   }
 
   // Returns an empty text after a login, else the code of the reason, or '?' without a code. Does not wait
-  // for its turn: a lost request for the unit's name must not keep anybody out.
+  // for its turn: a lost request for the unit's name must not delay a login.
   async function logIn(user, password) {
     const text = await link.exchange('/index.htm', {
       method: 'POST',
@@ -130,7 +130,7 @@ const session = (() => {
   const verdict = async () => Number(await soap.poll('getRbacPerm'));
 
   // Returns the level in the unit's session table, or undefined if the session is not there.
-  async function toldLevel() {
+  async function reportedLevel() {
     try {
       return Number(await soap.poll('getUserAuth'));
     } catch (error) {
@@ -140,12 +140,13 @@ const session = (() => {
     }
   }
 
-  // Without the cookie the unit sends no page, as if it did not run. Its operations show the difference.
+  // Without the cookie the unit sends no page, as if it did not run. Only its operations show the
+  // difference.
   async function isCookieGone() {
     const answer = await verdict();
     if (answer !== OWN_SECURITY)
       return answer === NOT_AUTHENTICATED;
-    if (await toldLevel() !== undefined)
+    if (await reportedLevel() !== undefined)
       return false;
     return link.getSession().then(() => false, () => true); // a live session may have no level
   }
@@ -186,7 +187,7 @@ const session = (() => {
     logOut,
     check,
     verdict,
-    toldLevel,
+    reportedLevel,
     onOtherLogin,
     keepAlive: () => command('cgiKeepAlive', true),
     remembered: () => parsed(localStorage.getItem(REMEMBERED)),

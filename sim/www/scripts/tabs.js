@@ -50,7 +50,7 @@ const tabs = (() => {
       try {
         await read();
       } catch (error) {
-        page.tell(page.byId(state), error.message, 'bad');
+        page.showMessage(page.byId(state), error.message, 'bad');
       }
     }
 

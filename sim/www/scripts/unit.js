@@ -118,7 +118,7 @@ const control = (() => {
   }
 
   async function readVersion() {
-    page.tell(page.byId('unit-version'), await soap.call('baselineShowVer') || 'none', '');
+    page.showMessage(page.byId('unit-version'), await soap.call('baselineShowVer') || 'none', '');
   }
 
   // Takes "2026-11-21T12:00:30", with or without seconds.

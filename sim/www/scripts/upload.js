@@ -9,7 +9,7 @@
   const ACTIVE = /\.(html?|js|css|svg)$/i;
   const input = page.byId('upload-file');
 
-  const tell = (text, kind) => page.tell(page.byId('upload-outcome'), text, kind);
+  const showOutcome = (text, kind) => page.showMessage(page.byId('upload-outcome'), text, kind);
 
   // Returns why a file cannot be sent, or an empty text.
   function objection(name, content) {
@@ -35,7 +35,8 @@
     }
   }
 
-  // Uses XMLHttpRequest, because fetch does not report its progress. Sending may take long, but not stall.
+  // Uses XMLHttpRequest, because fetch does not report its progress. Sending may take long, but must
+  // not stall.
   function post(body) {
     return new Promise((resolve, reject) => {
       const request = new XMLHttpRequest();
@@ -77,9 +78,9 @@
     await session.check(); // without a session the unit does not answer
     page.byId('upload-progress').value = 0;
     page.show(page.byId('upload-progress'), true);
-    tell(`Sending ${name}…`, 'wait');
+    showOutcome(`Sending ${name}…`, 'wait');
     await link.inTurn(() => post(`fileName=${name}&xmlString=${content}`));
-    tell(`Reading ${name} back…`, 'wait');
+    showOutcome(`Reading ${name} back…`, 'wait');
     return compare(name, content);
   }
 
@@ -102,7 +103,7 @@
   function choose() {
     const [file] = input.files;
     page.byId('upload-name').value = file === undefined ? '' : file.name;
-    tell(file === undefined ? '' : `${file.name}, ${file.size} bytes: ready to be sent.`, 'wait');
+    showOutcome(file === undefined ? '' : `${file.name}, ${file.size} bytes: ready to be sent.`, 'wait');
   }
 
   function drop(event) {
@@ -111,7 +112,7 @@
     const dropped = event.dataTransfer.files;
     const why = rights.reason('write') || (dropped.length === 1 ? '' : 'Drop one file.');
     if (why !== '') {
-      tell(why, 'bad');
+      showOutcome(why, 'bad');
       return;
     }
     input.files = dropped;

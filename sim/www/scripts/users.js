@@ -1,5 +1,5 @@
-// scripts/users.js: the section of users: an administrator changes roles, locks and passwords, and
-// everybody changes the own password. The unit's security module keeps them.
+// scripts/users.js: the section of users: an administrator changes roles, locks and passwords, and all
+// users change their own password. The unit's security module keeps them.
 'use strict';
 
 (() => {
@@ -175,7 +175,7 @@
       rows.push(entry.row);
     }
     showRows(rows);
-    page.tell(page.byId('users-state'), users.cut || locked.cut
+    page.showMessage(page.byId('users-state'), users.cut || locked.cut
       ? 'There are more users than the unit can list: some users or their states are missing here.'
       : '', 'bad');
   }
@@ -213,7 +213,7 @@
     const objection = passwordObjection(password, repeated);
     const outcome = objection === '' ? await setPassword(ownName(), password)
       : { good: false, text: objection };
-    page.tell(page.byId('own-outcome'), outcome.text, outcome.good ? 'good' : 'bad');
+    page.showMessage(page.byId('own-outcome'), outcome.text, outcome.good ? 'good' : 'bad');
     if (outcome.good)
       page.byId('own-form').reset();
     showOwnName();
