@@ -22,7 +22,7 @@ after(async () => {
   await unit.stop();
 });
 
-// A test with a new visitor. It fails when the visitor has noticed an error.
+// Defines a test with a new visitor. It fails when the browser reports an error.
 function visit(name, steps) {
   test(name, async () => {
     const visitor = await Visitor.meet(browser, unit);
@@ -31,7 +31,7 @@ function visit(name, steps) {
   });
 }
 
-// The same, with a new unit.
+// The same with a unit that only this test uses.
 function visitAnother(name, options, users, steps) {
   test(name, async context => {
     const another = await Unit.start(['--security', 'host', ...options], users);
@@ -42,7 +42,7 @@ function visitAnother(name, options, users, steps) {
   });
 }
 
-visit('a wrong password is reported, and the fifth in a row in other words', async (visitor, page) => {
+visit('a wrong password is reported, the fifth in a row with a warning', async (visitor, page) => {
   await page.goto('/');
   await visitor.sees('#unit-type', '512Q');
   for (let attempt = 1; attempt <= 5; ++attempt) {
@@ -225,7 +225,7 @@ visitAnother('the page reports that the service has stopped, and that it is back
   visitor.complaints = visitor.complaints.filter(what => !expected.test(what));
 });
 
-// Names and texts of a unit that means ill: they are shown as they are, and nothing of them runs.
+// A hostile unit's names and texts are shown as they are, and nothing in them runs.
 const EVIL = '<img/src=x/onerror=alert(1)>';
 test('texts are never markup', async context => {
   const folder = await mkdtemp(join(tmpdir(), 'points-'));

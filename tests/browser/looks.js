@@ -1,5 +1,5 @@
-// looks.js: how the pages look: screenshots of every section, contrast and labels by axe, and no
-// section wider than its screen.
+// looks.js: how the pages look: takes screenshots of every section, checks contrast and labels with
+// axe, and checks that no section is wider than its screen.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import axe from 'axe-core';

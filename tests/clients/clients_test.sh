@@ -16,7 +16,7 @@ while (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); d
 address=http://127.0.0.1:$port
 
 fail() { echo "FAILED: $*"; tail -n 20 "$work"/*.log; exit 1; }
-ready() { # TIMES: the unit has said so that often
+ready() { # TIMES: waits until the unit has printed "Unit ready" this many times
   for _ in $(seq 300); do
     [ "$(grep -c 'Unit ready' "$work/unit.log")" -lt "$1" ] || return 0
     sleep 0.05
@@ -24,12 +24,12 @@ ready() { # TIMES: the unit has said so that often
   fail "the unit is not ready"
 }
 start() {
-  rm -rf "$work"/{state,unit.log} # or ready() would find the line of the last unit
+  rm -rf "$work"/{state,unit.log} # otherwise ready() would find the line of the last unit
   touch "$work/unit.log"
   "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/unit.log" 2>&1 & pid=$!
   ready 1
 }
-stop() { # after the client's last call, which restarted the unit: still the same process
+stop() { # the client's last call has restarted the unit, whose process stays the same
   ready 2
   kill -INT "$pid"
   wait "$pid" || fail "the unit ended with status $?"
@@ -71,7 +71,7 @@ for client in $clients; do
   done
 done
 
-cells() { # FIRST COMMAND...: a row of the table, with what the command prints for each client
+cells() { # FIRST COMMAND...: prints a row of the table, with what the command prints for each client
   printf '| %s |' "$1"
   for client in $clients; do printf ' %s |' "$("${@:2}")"; done
   echo

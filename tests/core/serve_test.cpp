@@ -26,8 +26,7 @@ using testing::HasSubstr;
 static const std::string READ_ANALOG =
     "<inputType>analog</inputType><inputName>A</inputName><inputFormat></inputFormat>";
 
-// Returns true when there is no service thread, which has a name.
-
+// Returns true when no thread has the name of the service thread.
 static bool ended()
 {
     for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -203,7 +202,7 @@ TEST(Accept, FailuresAreLoggedUnlessTheServiceIsBeingClosed)
 TEST(Memory, APlugInThatFindsNoneIsLoggedAndTheOthersServe)
 {
     static const struct {
-        std::size_t noRoom;
+        std::size_t refusedBytes;
         const char *log;
     } CASES[] = {
         {sizeof(struct http_get_data),
@@ -212,10 +211,10 @@ TEST(Memory, APlugInThatFindsNoneIsLoggedAndTheOthersServe)
     };
     for (const auto &row : CASES) {
         FakeHost fake;
-        fake.noRoom = row.noRoom;
+        fake.refusedBytes = row.refusedBytes;
         const Service service;
         EXPECT_THAT(fake.log(), testing::StartsWith(row.log));
-        fake.noRoom = 0;
+        fake.refusedBytes = 0;
         EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
     }
 }
@@ -227,12 +226,12 @@ TEST(Memory, AHeaderLineThatFindsNoneRefusesTheRequest)
     const std::string origin = "http://" + std::string(70, 'x'),
                       line = "Origin: " + origin + "\r\n";
     EXPECT_THAT(service.post(envelope("thmGetInfo"), line), HasSubstr("200 OK"));
-    fake.noRoom = origin.size() + 1;
+    fake.refusedBytes = origin.size() + 1;
     fake.askedLevel = 0;
     EXPECT_THAT(service.post(envelope("thmGetInfo"), line), HasSubstr("HTTP/1.1 500"));
     EXPECT_EQ(0, fake.askedLevel) << "the gate would take it for a page of the unit";
     EXPECT_TRUE(waitFor([&] { return fake.trims == 1; })) << "the heap is given back";
-    fake.noRoom = 70; // of the clock's text
+    fake.refusedBytes = 70; // of the clock's text
     EXPECT_THAT(service.post(envelope("thmGetInfo")), HasSubstr("thmGetInfoResponse"));
     EXPECT_TRUE(waitFor([&] { return fake.trims == 2; })) << "after an operation as well";
 }

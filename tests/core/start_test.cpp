@@ -35,7 +35,7 @@ TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
         {"SERVER_ADDR", &g_serverAddr, "", "127.0.0.1"},
         {"SERVER_ADDR", &g_serverAddr, "127.0.0.9", "127.0.0.9"},
     };
-    static const char *keep[std::size(CASES)]; // never freed by contract, so no leak either
+    static const char *keep[std::size(CASES)]; // texts are never freed; kept here, they are no leak
     for (std::size_t i = 0; i < std::size(CASES); ++i) {
         const auto &row = CASES[i];
         SCOPED_TRACE(std::string(row.variable) + "="
@@ -53,13 +53,13 @@ TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
     }
 }
 
-TEST(Configuration, AFolderThatFindsNoMemoryStopsTheStart)
+TEST(Configuration, AFolderWithoutMemoryStopsTheStart)
 {
     for (const char *variable : {"WEB_DIR", "CONFIG_DIR", "SSL_DIR"}) {
         setenv(variable, "/data/folder", 1);
         FakeHost fake;
-        fake.noRoom = sizeof "/data/folder/";
-        fake.createError = EAGAIN; // of a thread, which would be logged
+        fake.refusedBytes = sizeof "/data/folder/";
+        fake.createError = EAGAIN; // a start of the thread would be logged
         pgf_parseAuth = nullptr;
         EXPECT_EQ(-1, webServer_Web_Start());
         EXPECT_EQ(std::string("E webServer: no memory for ") + variable + "\n", fake.log());
@@ -68,7 +68,7 @@ TEST(Configuration, AFolderThatFindsNoMemoryStopsTheStart)
     }
 }
 
-TEST(Configuration, PortAndRemoteFlagFollowTheirOwnRules)
+TEST(Configuration, PortIsReadAsANumberAndOnlyYMeansRemote)
 {
     static const struct {
         const char *port;
@@ -91,7 +91,7 @@ TEST(Configuration, PortAndRemoteFlagFollowTheirOwnRules)
     }
 }
 
-// Before any test or start has changed them.
+// Read before any test or start has changed them.
 static const std::vector<int> AT_LOAD = {g_csEnabled, g_highLevel, sessTimeOut, g_lowLevel,
                                          g_wsSocket,  g_webRemote, g_serverPort};
 
@@ -145,7 +145,7 @@ TEST(Version, BannerGoesToTheCallerOrToStandardOutput)
     EXPECT_EQ(banner, testing::internal::GetCapturedStdout());
 }
 
-// What a firmware tool does with the library's file.
+// Finds the record as a firmware tool does in the library's file.
 TEST(Version, RecordLiesBetweenItsMarkersInWritableData)
 {
     std::ifstream file(WEBSERVER_LIBRARY, std::ios::binary);

@@ -1,6 +1,6 @@
 #!/bin/bash
-# docs_test.sh SIM FOLDER: the documentation is made without a warning, and what it lists is what
-# there is: operations, exports and imports.
+# docs_test.sh SIM FOLDER: checks that the documentation is made without a warning, and that it lists the
+# operations, exports and imports that exist.
 set -euo pipefail
 sim=$1 folder=$2
 cd "$(dirname "$0")/../.."

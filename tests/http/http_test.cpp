@@ -1,4 +1,4 @@
-// tests/http/http_test.cpp: what soap and web share of a request and of a reply.
+// tests/http/http_test.cpp: the method, the Accept header, forms and the sending of files.
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -39,14 +39,14 @@ TEST(ClientInfo, KnowsWhatTheClientAccepts)
     FakeHost fake;
     struct soap *soap = soap_new();
     const auto parser = soap->fparsehdr;
-    fake.noRoom = 4 * sizeof(void *);
+    fake.refusedBytes = 4 * sizeof(void *);
     EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
     EXPECT_EQ(parser, soap->fparsehdr) << "without memory the plug-in stays out";
     EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
     soap_free(soap);
 
     soap = soap_new();
-    fake.noRoom = 0;
+    fake.refusedBytes = 0;
     EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
     EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
     static const struct {

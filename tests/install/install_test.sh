@@ -1,7 +1,7 @@
 #!/bin/bash
 # install_test.sh BUILD EXAMPLES WITHOUT_REBOOT cmake|pkg-config: installs the library into an empty
-# folder, builds the minimal host against it as a stranger does, and has it answer. For a foreign
-# machine the environment has CC, LDFLAGS, TOOLCHAIN, EMULATOR and LD_LIBRARY_PATH.
+# folder, builds the minimal host against it as a new user does, and calls it. For a unit's own machine
+# the environment has CC, LDFLAGS, TOOLCHAIN, EMULATOR and LD_LIBRARY_PATH.
 set -euo pipefail
 build=$1 examples=$2 without_reboot=$3 how=$4
 work=$(mktemp -d)
@@ -25,7 +25,7 @@ case $how in
 esac
 export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name libwebServer.so)"):${LD_LIBRARY_PATH-}
 
-# It must not reach the system's own: a failed bind calls them.
+# A failed bind calls reboot() and sync(): the host must replace the system's.
 [ "$(${NM-nm} -D --defined-only "$host" | grep -cE ' (reboot|sync)$')" -eq 2 ] || fail "the host does not define reboot() and sync()"
 
 port=$((20000 + $$ % 9000))

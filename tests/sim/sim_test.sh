@@ -1,6 +1,6 @@
 #!/bin/bash
-# sim_test.sh SIM PRIVATE_MNT REQUESTS: the reference unit as a person runs it: options, signals,
-# restart, its own /mnt, and every example request.
+# sim_test.sh SIM PRIVATE_MNT REQUESTS: runs the reference unit as a person does, with options, signals, a
+# restart and a private /mnt, and sends it every example request.
 set -euo pipefail
 sim=$1 private_mnt=$2 requests=$3
 work=$(mktemp -d)
@@ -10,13 +10,13 @@ trap '[ -z "$pid" ] || kill -9 "$pid" 2>/dev/null; rm -rf "$work"' EXIT
 port=$((20000 + $$ % 9000 + 1000))
 while (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); done
 
-# Does the input have a line like this? Reads all of it: a writer that finds its reader gone fails.
+# Succeeds if the input has a matching line. Reads all of the input: otherwise its writer could fail.
 has() { local all; all=$(cat); grep -q "$@" <<<"$all"; }
 fail() { echo "FAILED: $*"; cat "$work"/*; exit 1; }
 post() { curl -sS --max-time 10 -H 'Content-Type: text/xml' --data-binary "$1" "http://127.0.0.1:$port/"; }
 value() { sed -n 's/.*<return>\(.*\)<\/return>.*/\1/p'; }
 start() { : >"$work/out"; "$private_mnt" "$sim" --port "$port" --state "$work/state" "$@" >"$work/out" 2>"$work/log" & pid=$!; }
-ready() { # TIMES: the unit has said so that often
+ready() { # TIMES: waits until the unit has printed "Unit ready" this many times
   for _ in $(seq 300); do
     [ "$(grep -c 'Unit ready' "$work/out")" -lt "$1" ] || return 0
     sleep 0.05
@@ -32,8 +32,9 @@ stop() { # SIGNAL: the unit must end with status 0
 "$sim" --help | has -- --web-root || fail "--help"
 ! "$sim" --port 70000 >/dev/null 2>&1 || fail "a port out of range is accepted"
 
-start # and stop as soon as the program has prepared its signals: it catches SIGPIPE last. The blocked
-      # ones do not show this: while it waits for a signal, that one counts as not blocked.
+# The unit stops as soon as it has prepared its signals. The handler of SIGPIPE, which it installs last,
+# shows that it has. Its blocked signals do not: one that it waits for counts as not blocked.
+start
 for _ in $(seq 1000); do
   grep -qx sim "/proc/$pid/comm" && grep -q 'SigCgt:.*[13579bdf]...$' "/proc/$pid/status" && break
 done
@@ -56,7 +57,7 @@ ready 2
 [ "$(post "@$requests/coreDbReadData.xml" | value)" != "$first" ] || fail "the value did not move"
 grep -q 'restarting' "$work/log" || fail "no restart"
 
-# What is written shows in later reads, and the interlock can be seen at work.
+# What is written shows in later reads, and the interlock refuses.
 body() { printf '<E:Envelope xmlns:E="http://schemas.xmlsoap.org/soap/envelope/"><E:Header><Authentication>admin:admin</Authentication></E:Header><E:Body><n:%s xmlns:n="urn:soapServ">%s</n:%s></E:Body></E:Envelope>' "$1" "$2" "$1"; }
 point='<inputType>setPoint</inputType><inputName>V_SETPOINT</inputName>'
 [ "$(post "$(body coreDbKrunchData "$point<value>42.5</value>")" | value)" = 0 ] || fail "krunch"
@@ -71,7 +72,8 @@ post "$(body thmGetInfo '')" | value | has '^31:02:03:04:05:0' || fail "the unit
 if "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/second" 2>&1; then fail "a used port is not reported"; fi
 grep -q "cannot listen on 127.0.0.1:$port" "$work/second" || fail "no clear message"
 
-# Without the script the unit writes no /mnt but a mount with its mark: the used port shows that it starts.
+# Without scripts/private_mnt the unit starts only where /mnt is a mount with the file simulated_unit.
+# With it, the unit gets as far as the port, which is in use.
 mkdir "$work/mnt"
 for expected in "/mnt is not a unit's own" "cannot listen"; do
   if unshare $([ "$(id -u)" -eq 0 ] || echo --map-root-user) --mount sh -c \

@@ -95,14 +95,14 @@ static Expected readExpected(const std::string &text)
 
 struct Reply {
     std::string text;     // the envelope
-    std::string recorded; // fault string, sent or not
+    std::string recorded; // the fault string, whether it was sent or not
 };
 
 // Serves an envelope without a socket.
 static Reply serve(const std::string &request)
 {
     const std::unique_ptr<struct soap> soap(new struct soap);
-    soap_init2(soap.get(), 0x2000000, 0x2000000);
+    soap_init2(soap.get(), SOAP_C_UTFSTRING, SOAP_C_UTFSTRING);
     std::istringstream in(request);
     std::ostringstream out;
     soap->is = &in;
@@ -156,8 +156,8 @@ class SoapCases : public Dialect {
                 requireSame("level asked", expected[word], std::to_string(fake.askedLevel));
     }
 
-    // Sends the request in both versions, its fields in order and reversed among strangers. Every request
-    // meets a fresh host.
+    // Sends the request in both SOAP versions, with its fields in order, and reversed before an unknown
+    // element. Each time the host is a new one.
     void send(const Request &request, const Expected &expected, const std::string &refusal) const
     {
         for (const bool soap12 : {false, true})

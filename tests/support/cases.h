@@ -48,7 +48,7 @@ struct Section {
     std::string title;
     int line;
     std::vector<Line> lines;
-    std::vector<Failure> failures; // of reading the file
+    std::vector<Failure> failures; // found when the file was read
 };
 
 // Returns all sections of a file, at least one. What is wrong in the file is a failure of a section.
@@ -63,7 +63,7 @@ void report(const std::string &path, const std::vector<Failure> &failures);
 // Registers every section of CASES_FOLDER/folder/*.cases as a test.
 void registerCases(const std::string &folder, const MakeDialect &make);
 
-// For the dialects.
+// ---- For the dialects ----
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 using Lines = std::vector<std::string>;
@@ -82,13 +82,13 @@ std::string expanded(const std::string &text, const std::string &kept = "");
 // Throws WrongLine with the message unless the condition holds.
 void require(bool condition, const std::string &message);
 
-// Throws WrongLine that shows both texts unless they are equal.
+// Throws WrongLine with both texts unless they are equal.
 void requireSame(const std::string &what, const std::string &expected, const std::string &actual);
 
 // Returns the text in quotes with visible line ends, cut to a length that can be read.
 std::string shown(const std::string &text);
 
-// The whole text as a number; throws WrongLine otherwise.
+// Returns the whole text as a number; throws WrongLine when it is not one.
 template <typename Number> Number toNumber(const std::string &text)
 {
     Number number{};

@@ -11,7 +11,7 @@
 #include "webServer.h"
 #include "webServerHost.h"
 
-// One at a time. Starts from the state in which the library is loaded, with a gate installed.
+// Only one may exist at a time. It sets settings and hooks to their values at load, and installs a gate.
 class FakeHost {
     mutable std::mutex mutex_;
     std::vector<std::string> calls_;
@@ -40,18 +40,18 @@ public:
     int sessionStatus = 0;
     uint32_t milliseconds = 0;      // of sysCnt1mlsg
     int strdups = -1;               // that succeed before one fails; negative: all
-    std::size_t noRoom = 0;         // nobody gets memory of exactly this size
-    int createError = 0;            // of a thread; 0: it works
-    int detachError = 0;            // although it works
+    std::size_t refusedBytes = 0;   // a request for exactly so much memory fails
+    int createError = 0;            // of pthread_create; 0: it works
+    int detachError = 0;            // of pthread_detach, which works all the same
     bool noTime = false;            // mktime fails
-    int cpuSecondsPerLook = 0;      // that the thread's processor-time clock moves by itself
+    int cpuSecondsPerLook = 0;      // by which each reading moves the thread's processor time
     time_t now = 0;                 // of the real-time clock; 0: the machine's
     std::vector<std::string> names; // of the list hooks; "" stands for a null entry
     int namesCount = 0;
 
     // What the library did.
     static constexpr int NOT_ASKED = -1;
-    std::atomic<int> trims{0};                 // how often the heap was given back
+    std::atomic<int> trims{0};                 // how often the library called malloc_trim()
     int askedLevel = NOT_ASKED;                // of the gate, last
     bool gateAtStart = false;                  // there was one when the thread was created
     std::atomic<std::size_t> largestPiece = 0; // of memory asked for a request
@@ -70,6 +70,6 @@ bool hostExists();
 // Waits, for at most ten seconds, until the condition holds.
 bool waitFor(const std::function<bool()> &condition);
 
-// Installs all user-administration hooks and turns the host's security on; takes them away again.
+// Turns the host's security on and installs all its hooks. Removes all hooks but the gate.
 void installSecurityHooks();
 void removeSecurityHooks();

@@ -48,7 +48,7 @@ static const Names &valueNames()
                                  [](const std::string &text) -> Change {
                                      return [=](FakeHost &fake) { fake.names = split(text, ","); };
                                  }},
-                                {"no room", sets(&FakeHost::noRoom)},
+                                {"no memory", sets(&FakeHost::refusedBytes)},
                                 {"now", sets(&FakeHost::now)},
                                 {"point", setsText(&FakeHost::point)},
                                 {"read", sets(&FakeHost::readResult)},

@@ -1,5 +1,6 @@
-// tests/support/platform.cpp: the platform's functions that must not run in a test, or would take too long, or
-// must fail. They are linked into the program and so replace those of the system and of gSOAP.
+// tests/support/platform.cpp: replaces functions of the system and of gSOAP that must not run in a
+// test, would take too long, or must fail. The linker prefers these, because they are part of the
+// program.
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -47,14 +48,14 @@ char *strdup(const char *text)
     return copy == nullptr ? nullptr : strcpy(copy, text);
 }
 
-// A request's memory, and the library's own; see noRoom.
+// The memory of requests and of the library; see FakeHost::refusedBytes.
 void *soap_malloc(struct soap *soap, size_t size)
 {
     using Function = void *(*)(struct soap *, size_t);
     static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
     if (hostExists() && size > host().largestPiece)
         host().largestPiece = size;
-    if (!hostExists() || host().noRoom != size)
+    if (!hostExists() || host().refusedBytes != size)
         return real(soap, size);
     soap->error = SOAP_EOM;
     return nullptr;
@@ -70,13 +71,14 @@ int __wrap_malloc_trim(size_t)
 void *__real_malloc(size_t size);
 void *__wrap_malloc(size_t size)
 {
-    return hostExists() && host().noRoom == size ? nullptr : __real_malloc(size);
+    return hostExists() && host().refusedBytes == size ? nullptr : __real_malloc(size);
 }
 
 void *__real_calloc(size_t count, size_t size);
 void *__wrap_calloc(size_t count, size_t size)
 {
-    return hostExists() && host().noRoom == count * size ? nullptr : __real_calloc(count, size);
+    return hostExists() && host().refusedBytes == count * size ? nullptr
+                                                               : __real_calloc(count, size);
 }
 
 int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);

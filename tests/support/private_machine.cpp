@@ -1,4 +1,4 @@
-// tests/support/private_machine.cpp: a /mnt and a loopback network of the process's own.
+// tests/support/private_machine.cpp: a private /mnt and loopback network for the process.
 #include "support/private_machine.h"
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// tests/support/private_machine.h: a /mnt and a loopback network of the process's own.
+// tests/support/private_machine.h: a private /mnt and loopback network for the process.
 #pragma once
 
 // Gives the process a /mnt with nothing but an empty web root, since the unit's fixed folders belong to the

@@ -61,9 +61,9 @@ std::string talk(int port, const std::string &bytes, const std::string &from, bo
 {
     const int client = connectTo(port, from);
     if (client < 0)
-        return "(no connection)"; // an empty reply would be one that tests expect
-    send(client, bytes.data(), bytes.size(),
-         MSG_NOSIGNAL); // the service may hang up before the end
+        return "(no connection)"; // not empty: some tests expect an empty reply
+    // Without a signal: the service may hang up before the end.
+    send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (hangUp)
         shutdown(client, SHUT_WR);
     std::string reply;

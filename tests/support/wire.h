@@ -3,7 +3,7 @@
 
 #include <string>
 
-// A port of the loopback interface that nobody listens on, below the kernel's ephemeral range.
+// Returns a port of the loopback interface that nobody listens on, below the kernel's ephemeral range.
 int freePort();
 
 // The service on a loopback port, from start to close.
@@ -17,25 +17,25 @@ public:
     Service &operator=(const Service &) = delete;
     int port() const { return port_; }
 
-    // Posts an envelope: the HTTP reply. headers are further lines, each with its CR LF.
+    // Posts an envelope and returns the HTTP reply. headers are further lines, each with its CR LF.
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
 
-// A socket that listens on the port.
+// Returns a socket that listens on the port.
 int listenOn(int port);
 
-// A connected socket, from the given address of the loopback network; -1 when nobody listens.
+// Connects from the given address of the loopback network. Returns the socket, -1 when nobody listens.
 int connectTo(int port, const std::string &from = "127.0.0.1");
 
-// Sends bytes and returns all that comes back until the connection ends. With hangUp, the client also ends its
-// sending side after the bytes.
+// Sends bytes and returns all that comes back until the connection ends. With hangUp, the client also
+// ends its sending side after the bytes.
 std::string talk(int port, const std::string &bytes, const std::string &from = "127.0.0.1",
                  bool hangUp = false);
 
-// <ns:operation>children</ns:operation> in an envelope of SOAP 1.1 or 1.2.
+// Returns <n:operation>children</n:operation> in an envelope of SOAP 1.1 or 1.2.
 std::string envelope(const std::string &operation, const std::string &children = "",
                      bool soap12 = false, const std::string &header = "");
 
-// Appends a reply to the file that the variable REPLIES names, if it is set. Two builds of the library
-// then show by a comparison of two files whether any case is answered differently.
+// Appends a reply to the file that the variable REPLIES names, if it is set. A comparison of the files
+// of two builds then shows whether they answer any case differently.
 void recordReply(const std::string &request, const std::string &reply);

@@ -28,7 +28,7 @@ static std::string content(const std::string &path)
     return text.str();
 }
 
-// The calls that replaceFile makes, in order, and the one that fails.
+// The calls that replaceFile has made, in order; the names and contents that it had; the call that fails.
 static std::string calls, besideName, targetAtRename;
 static const char *failingCall = "";
 static int failure = 0;
@@ -72,8 +72,8 @@ struct Upload {
     const char *failingCall; // the calls up to the one that fails
     int failure;
     const char *calls;
-    char content; // of the target afterwards: 'o'ld, 'n'ew, '-' none
-    bool sameFile;
+    char content;  // of the target afterwards: 'o'ld, 'n'ew, '-' none
+    bool sameFile; // the target keeps its inode
     const char *log;
     void (*prepare)();
 };
@@ -83,9 +83,10 @@ static void ownByAnother()
 {
     chmod(TARGET.c_str(), 01640);
     if (chown(TARGET.c_str(), 12, 34) != 0)
-        perror("owner not tested"); // in a namespace that has no other
+        perror("owner not tested"); // the user namespace maps only one user
 }
-// Owner, user 0, group, mask, others: tag, rights and id of each.
+// An access list: version 2, then tag, rights and id of the owner, user 0, the group, the mask and the
+// others.
 static const char ACCESS_LIST[] = "\2\0\0\0\1\0\6\0\xff\xff\xff\xff\2\0\6\0\0\0\0\0"
                                   "\4\0\4\0\xff\xff\xff\xff\x10\0\6\0\xff\xff\xff\xff"
                                   "\x20\0\0\0\xff\xff\xff\xff";

@@ -44,7 +44,7 @@ static std::string content(const std::string &path)
     return text.str();
 }
 
-// As a page encodes a field: Base64, then for a URL.
+// Encodes a field as a page does: in Base64, then escaped for a URL.
 static std::string field(const std::string &text)
 {
     std::vector<char> coded(text.size() * 2 + 8);
@@ -238,7 +238,7 @@ class WebCases : public Dialect {
         return post(path, body, "application/x-www-form-urlencoded");
     }
 
-    // What a page sends when its user asks for the command.
+    // Sends a command as a page does.
     std::string command(const std::string &name, const std::string &arguments = "")
     {
         return form("cgiMethod=" + field(name) + arguments);
@@ -278,7 +278,8 @@ class WebCases : public Dialect {
         mounted_.push_back(path);
     }
 
-    static void fail(std::string address) // five logins, enough for a lockout
+    // Records five failed logins, which are enough for a lockout.
+    static void fail(std::string address)
     {
         initAccessRetry();
         for (int i = 0; i < 5; ++i)
@@ -294,7 +295,7 @@ class WebCases : public Dialect {
     static const std::vector<Word<std::string>> REQUESTS;
     static const std::vector<Word<void>> STATEMENTS;
 
-    // Returns what the first word of the table does that the line begins with.
+    // Returns the action of the first word of the table with which the line begins.
     template <typename Result> std::function<Result()>
     readLine(const std::vector<Word<Result>> &words, const std::string &line)
     {

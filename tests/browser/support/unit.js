@@ -11,9 +11,9 @@ const { SIM, PRIVATE_MNT } = process.env; // set by CTest
 const FIRST_PORT = 20000; // below those that the system hands out by itself
 const PORTS = 9000;
 const ATTEMPTS = 5; // the port may be in use
-const PATIENCE_MS = 15000; // under a sanitizer, beside other tests
+const PATIENCE_MS = 15000; // enough under a sanitizer while other tests run
 
-// An account of every name, all with the same password.
+// The password of all accounts that writeAccounts() makes, and its hash.
 export const PASSWORD = 'a password';
 const HASH = '$y$j75$IejNbE7FbCOmIBGKmS0Cb1$M/1r6nfrP1NdOw9nKQrbeUSjLTqEClQmWel3Chj7oOC';
 
@@ -24,7 +24,7 @@ async function writeAccounts(state, users) {
   await writeFile(join(folder, 'accounts'), JSON.stringify(accounts));
 }
 
-// Ends a program that takes too long.
+// Ends a program that takes too long. Returns the function that stops the clock.
 function impatientWith(child) {
   const timer = setTimeout(() => child.kill('SIGKILL'), PATIENCE_MS);
   return () => clearTimeout(timer);
@@ -35,7 +35,7 @@ async function isReady(child) {
   const lines = createInterface({ input: child.stdout });
   const ready = await new Promise(resolve => {
     lines.on('line', line => line.startsWith('Unit ready') && resolve(true));
-    lines.on('close', () => resolve(false)); // it has ended
+    lines.on('close', () => resolve(false)); // the unit has ended
   });
   relax();
   return ready;
@@ -62,7 +62,7 @@ export class Unit {
     this.state = state; // its state folder
   }
 
-  // users: the accounts to begin with, in place of the unit's own first ones.
+  // users: the names of the first accounts, in place of those that the unit would make.
   static async start(options, users) {
     const unit = new Unit(options, await mkdtemp(join(tmpdir(), 'unit-')));
     if (users !== undefined)
@@ -82,7 +82,8 @@ export class Unit {
     return isReady(this.#child);
   }
 
-  // It must end as a person's Ctrl-C ends it, and no sanitizer may have complained.
+  // Ends the unit as Ctrl-C does. Throws unless the exit status is 0, as it is not after a sanitizer's
+  // report.
   async end() {
     const ended = once(this.#child, 'exit');
     const relax = impatientWith(this.#child);
@@ -98,7 +99,7 @@ export class Unit {
     await rm(this.state, { recursive: true });
   }
 
-  // Sends what a browser does not, from an address of one's own.
+  // Posts a body without a browser, from localAddress if it is given.
   async post(body, headers, localAddress) {
     const sent = request(this.address, { method: 'POST', headers, localAddress });
     sent.end(body);
@@ -109,12 +110,12 @@ export class Unit {
     return { headers: answer.headers, text };
   }
 
-  // What an operation returns; throws on a fault.
+  // Returns the result of an operation; throws on a fault.
   async call(operation, fields = {}) {
     return this.callWith({}, operation, fields, 'admin:admin');
   }
 
-  // The same with headers of one's own, from an address of one's own.
+  // The same with further headers, and from localAddress if it is given.
   async callWith(headers, operation, fields, authentication, localAddress) {
     const { text } = await this.post(envelope(operation, fields, authentication),
       { 'Content-Type': 'text/xml; charset=utf-8', ...headers }, localAddress);
@@ -124,7 +125,7 @@ export class Unit {
     return found[1];
   }
 
-  // The id of a new session.
+  // Logs in and returns the id of the new session.
   async logIn(user, password, localAddress) {
     const { headers, text } = await this.post(
       `cgiMethod=${base64('cgiLogin')}&arg1=${base64(user)}&arg2=${base64(password)}`,

@@ -1,4 +1,4 @@
-// visitor.js: a person in front of a real browser, who notices every error that it reports.
+// visitor.js: drives a real browser as a person would, and collects every error that it reports.
 import assert from 'node:assert/strict';
 import { mkdir } from 'node:fs/promises';
 import { join } from 'node:path';
@@ -7,7 +7,7 @@ import { chromium } from 'playwright-core';
 const { SCREENSHOTS } = process.env; // a folder; set by CTest
 const PATIENCE_MS = 15000;
 
-// Without a sandbox, since root has none, and without the browser's own network traffic.
+// Without a sandbox, which cannot be had as root, and without the browser's own network traffic.
 const FLAGS = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
@@ -48,7 +48,7 @@ export class Visitor {
   }
 
   async leave() {
-    const complaints = [...this.complaints]; // what is cut off now is nobody's fault
+    const complaints = [...this.complaints]; // requests that the close cuts off do not count
     await this.context.close();
     assert.deepEqual(complaints, []);
   }
@@ -72,7 +72,7 @@ export class Visitor {
   row = point => this.page.locator(`[data-point="${point}"]`);
   cell = (point, name) => this.row(point).locator(`[data-cell="${name}"]`);
 
-  // An action on a point, confirmed in the dialog with what its fields ask for.
+  // Starts an action on a point, fills in the dialog's fields, and confirms it.
   async act(point, action, fields = {}) {
     await this.row(point).locator(`[data-action="${action}"]`).click();
     for (const [name, value] of Object.entries(fields))
@@ -92,7 +92,7 @@ export class Visitor {
 
   // ---- What a person sees ----
 
-  // Waits until an element's text has this in it.
+  // Waits until the text of an element contains or matches this.
   async sees(where, text) {
     const element = typeof where === 'string' ? this.page.locator(where) : where;
     try {
@@ -103,7 +103,7 @@ export class Visitor {
     }
   }
 
-  // Disabled, with the reason beside it.
+  // Checks that an element is disabled and that its panel shows the reason.
   async seesDisabled(where, panel, reason) {
     assert.ok(await this.page.isDisabled(where), `${where} is enabled`);
     await this.sees(`#panel-${panel} [data-reason]:visible`, reason);
