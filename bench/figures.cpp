@@ -27,19 +27,19 @@
 #include "webServer.h"
 
 static const std::size_t REQUESTS = 10000;
-static const std::size_t MOST_KINDS = 100; // the round in which REQUESTS is reached is completed
-static const int WARM_UP_ROUNDS = 20;      // the allocator has then seen every order of sizes
+static const std::size_t MOST_KINDS = 100; // marks for the rest of the last round
+static const int WARM_UP_ROUNDS = 20;      // from then on the allocator asks the system for no more
 static const int RATE_REQUESTS = 5000;
 static const int CLIENT_TIMEOUT_SECONDS = 10;
 static const std::size_t PAGE_BYTES = 4096;
 static const unsigned SETTLE_MICROSECONDS = 50000; // for the service to forget a request
-// Twice the largest request: as it has arrived, and as gSOAP holds it. A chunked form has headers between its
-// blocks as well.
+// Twice the largest request, once as it has arrived and once as gSOAP holds it, and the headers that
+// gSOAP puts between the blocks of a chunked form.
 static const std::size_t LARGEST_PEAK_BYTES = 34 * 1024 * 1024;
 static const unsigned char PAINT = 0xA5;
 static const std::size_t OWN_FRAMES = 1024; // accept4() below must not paint its own frame
 
-// ---- The service thread, watched ----------------------------------------------------------------
+// ---- What the service thread uses ---------------------------------------------------------------
 
 struct Mark {
     std::size_t calls = 0, bytes = 0; // allocations by the service thread since its first accept4()
@@ -53,7 +53,7 @@ static unsigned char *stack = nullptr;
 static std::size_t stackBytes = 0;
 static thread_local bool serving = false;
 static Mark now;                // service thread only
-static std::vector<Mark> marks; // filled before the start, to grow the process only then
+static std::vector<Mark> marks; // sized before the start, so that the marks do not grow the process
 static std::size_t marked = 0;
 
 static void *counted(void *block, std::size_t size)
@@ -195,7 +195,7 @@ static double singleReadsPerSecond(const Exchange &read)
     return RATE_REQUESTS / std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-// Returns a figure of the service's process, which is the parent, in KiB.
+// Returns a line of /proc/PID/status, in KiB, of the service's process, which is the parent.
 static long serviceKib(const std::string &name)
 {
     std::ifstream status("/proc/" + std::to_string(getppid()) + "/status");
@@ -208,7 +208,7 @@ static long serviceKib(const std::string &name)
 // Prints what the request adds to the resident memory of the service, at its peak and afterwards.
 static bool isLargestAnswered(const Exchange &kind)
 {
-    std::ofstream("/proc/" + std::to_string(getppid()) + "/clear_refs") << 5; // VmHWM begins again
+    std::ofstream("/proc/" + std::to_string(getppid()) + "/clear_refs") << 5; // resets VmHWM
     const long before = serviceKib("VmRSS:");
     if (!isAnswered(kind))
         return false;
@@ -218,7 +218,7 @@ static bool isLargestAnswered(const Exchange &kind)
     return true;
 }
 
-// Runs in a process of its own, so that its memory does not count.
+// Runs in another process, so that its memory does not count.
 static int runClient(const std::vector<Exchange> &kinds, std::size_t rounds,
                      const std::vector<Exchange> &largest)
 {

@@ -1,4 +1,4 @@
-// bench/host.cpp: the smallest host that answers every request. It needs hardly any stack.
+// bench/host.cpp: the smallest host that answers every request. It uses little stack, which would count.
 #include "host.h"
 
 #include <atomic>
@@ -16,7 +16,7 @@
 
 static const char POINT_TEXT[] = "123.4|G";
 
-// In memory that is shared with the client's process.
+// Lies in memory that is shared with the client's process.
 static std::atomic<int> *verdict = nullptr;
 
 extern "C" {

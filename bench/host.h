@@ -1,4 +1,4 @@
-// bench/host.h: the smallest host that answers every request. It needs hardly any stack.
+// bench/host.h: the smallest host that answers every request. It uses little stack, which would count.
 #pragma once
 
 // Sets the hooks and settings. Call it before the start and before any fork.

@@ -37,7 +37,7 @@ static std::string form(const std::string &body, const std::string &headers = ""
     return post(path, "application/x-www-form-urlencoded", body, headers);
 }
 
-// If a text to replace did not occur, the request would not get the expected answer.
+// Does not check that the text occurs: without the change, the request would not get the expected answer.
 static std::string replaced(std::string text, const std::string &from, const std::string &to)
 {
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())

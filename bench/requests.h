@@ -13,10 +13,10 @@ struct Exchange {
     int verdict;          // what the gate answers
 };
 
-// Returns one round: a request of each kind, the single read first. After it nobody is logged in.
-// The folder has an envelope for each operation.
+// Returns one round: a request of each kind, the single read first. At its end nobody is logged in.
+// folder has an envelope for each operation, in NAME.xml.
 std::vector<Exchange> makeExchanges(const std::string &folder);
 
-// Returns requests of the greatest size that is served, and one for a file of that size. After them nobody is
-// logged in.
+// Returns requests of the greatest size that is served, and one for a file of that size. After them
+// nobody is logged in.
 std::vector<Exchange> makeLargest(const std::string &folder);

@@ -25,11 +25,11 @@ function(generate_soap description)
   set(wsdl ${directory}/soapServ.wsdl)
   set(wsdl12 ${directory}/soapServ12.wsdl)
 
-  # -S server code only, -L no library files, -x no sample messages, -z3 pointers as nillable elements, -2 the
-  # WSDL for SOAP 1.2.
+  # -S server code only, -L no library files, -x no sample messages, -z3 pointers as nillable elements,
+  # -2 the WSDL for SOAP 1.2.
   set(generate ${SOAPCPP2} -c++ -S -L -x -z3)
-  # The message of the header names an element that no schema declares, and strict clients refuse that. So
-  # sed takes the message out.
+  # The message of the header names an element that no schema declares, and strict clients refuse such a
+  # WSDL. So sed removes the message.
   set(clean sed "/<message name=\"soapServHeader\">/,/<\\/message>/d")
   add_custom_command(
     OUTPUT ${sources} ${directory}/soapH.h ${directory}/soapServ.nsmap ${wsdl} ${wsdl12}

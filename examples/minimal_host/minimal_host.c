@@ -47,7 +47,8 @@ int x_readData(const char *type, const char *name, const char *format, char *tex
     return 0;
 }
 
-/* The gate lets nobody write, so the functions below that only return -1 are never called. */
+/* The gate lets nobody write or reboot, and the hook for logins is null. So the functions below that only
+ * return -1 are never called. */
 int x_krunchData(const char *type, const char *name, const char *value)
 {
     (void)type, (void)name, (void)value;
@@ -165,7 +166,7 @@ int main(int argc, char **argv)
     sigaddset(&stop, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &stop, NULL);
     /* NOLINTNEXTLINE(bugprone-signal-handler): the function is empty */
-    signal(SIGPIPE, sigpipe_handle); /* for the host's own sockets; the library protects its own */
+    signal(SIGPIPE, sigpipe_handle); /* for the host's own sockets; the library needs none */
 
     g_csEnabled = 1;
     pgf_parseAuth = gate;

@@ -21,8 +21,8 @@ static std::string field(struct soap *soap, const char *text)
                                                 nullptr, static_cast<int>(strlen(text))));
 }
 
-// Logs in as a browser does. gSOAP misreads the cookie's empty Domain, so this sets the cookie
-// again.
+// Logs in as a browser does. gSOAP misreads the cookie's empty Domain, so this sets the cookie a second
+// time, without one.
 static bool logIn(soapServProxy &unit, const char *user, const char *itsPassword)
 {
     struct soap *soap = unit.soap;
