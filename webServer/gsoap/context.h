@@ -1,4 +1,4 @@
-// gsoap/context.h: the life of the one gSOAP context: set up, cleaned between requests, released.
+// gsoap/context.h: sets the one gSOAP context up, cleans it between requests, and releases it.
 // docs/gsoap.md lists what gSOAP does wrong, and the corrections that stay outside this folder.
 #pragma once
 

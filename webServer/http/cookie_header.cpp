@@ -99,7 +99,7 @@ static bool keepCookie(struct soap *soap, Text name, Text value)
     if (*name == '\0' || *name == '$')
         return true;
     if (*value == '\0')
-        value.reset(); // as gSOAP keeps an empty one
+        value.reset(); // gSOAP keeps an empty value as null
     int room = soap->cookie_max;
     struct soap_cookie **place = &soap->cookies;
     for (; *place != nullptr && strcmp((*place)->name, name.get()) != 0; place = &(*place)->next)
