@@ -230,10 +230,12 @@ TEST(Memory, AHeaderLineThatFindsNoneRefusesTheRequest)
     fake.askedLevel = 0;
     EXPECT_THAT(service.post(envelope("thmGetInfo"), line), HasSubstr("HTTP/1.1 500"));
     EXPECT_EQ(0, fake.askedLevel) << "the gate would take it for a page of the unit";
-    EXPECT_TRUE(waitFor([&] { return fake.trims == 1; })) << "the heap is given back";
+    EXPECT_TRUE(waitFor([&] { return fake.trims == 1; }))
+        << "the heap is given back, not " << fake.trims;
     fake.refusedBytes = 70; // of the clock's text
     EXPECT_THAT(service.post(envelope("thmGetInfo")), HasSubstr("thmGetInfoResponse"));
-    EXPECT_TRUE(waitFor([&] { return fake.trims == 2; })) << "after an operation as well";
+    EXPECT_TRUE(waitFor([&] { return fake.trims == 2; }))
+        << "after an operation as well, not " << fake.trims;
 }
 
 // gSOAP writes to a fault, a detail and a look-aside buffer without asking whether they are there.

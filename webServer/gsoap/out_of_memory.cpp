@@ -63,6 +63,7 @@ void lendFault(struct soap *soap)
 
 void installMemoryChecks(struct soap *soap)
 {
+    lacking = false; // of an earlier service
     prepareToReceive = soap->fprepareinitrecv;
     soap->fprepareinitrecv = prepareRequest;
     soap->fprepareinitsend = prepareReply;
