@@ -1,15 +1,25 @@
 // tests/support/platform.cpp: replaces functions of the system and of gSOAP that must not run in a
 // test, would take too long, or must fail. The linker prefers these, because they are part of the
 // program.
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <dlfcn.h>
 #include <stdsoap2.h>
+#include <sys/sendfile.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include "support/fake_host.h"
+
+static std::atomic<int64_t> skippedMilliseconds{0};
+
+void skipTime(int milliseconds)
+{
+    skippedMilliseconds += milliseconds;
+}
 
 extern "C" {
 
@@ -103,12 +113,32 @@ time_t mktime(struct tm *local)
     return hostExists() && host().noTime ? -1 : timelocal(local);
 }
 
+ssize_t sendfile(int to, int from, off_t *offset, size_t count)
+{
+    if (hostExists() && host().sendfileError != 0) {
+        errno = host().sendfileError;
+        return -1;
+    }
+#ifdef SYS_sendfile64
+    return syscall(SYS_sendfile64, to, from, offset, count);
+#else
+    return syscall(SYS_sendfile, to, from, offset, count);
+#endif
+}
+
 int clock_gettime(clockid_t clock, struct timespec *time)
 {
     if (clock == CLOCK_THREAD_CPUTIME_ID && hostExists() && host().cpuSecondsPerLook != 0) {
         static time_t seconds;
         *time = {seconds += host().cpuSecondsPerLook, 0};
         return 0;
+    }
+    if (clock == CLOCK_MONOTONIC) {
+        const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+        const int64_t ahead = skippedMilliseconds * 1000000 + time->tv_nsec;
+        time->tv_sec += static_cast<time_t>(ahead / 1000000000);
+        time->tv_nsec = static_cast<long>(ahead % 1000000000);
+        return result;
     }
     if (clock != CLOCK_REALTIME || !hostExists() || host().now == 0)
         return static_cast<int>(syscall(SYS_clock_gettime, clock, time));

@@ -3,13 +3,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 
-static constexpr std::size_t MOST_AT_ONCE = 64 * 1024; // then other clients have their turn
+static constexpr std::size_t MOST_AT_ONCE = 16 * 1024; // then other clients have their turn
 static constexpr char CONTINUE[] = "HTTP/1.1 100 Continue\r\n\r\n";
 
 static const Connection *large; // in the one place for large requests; null: it is free
-static Milliseconds largeSince;
-static std::size_t largeBytesBefore; // that it had when it took the place
+static Milliseconds trialSince;
+static std::size_t trialBytesBefore; // that it had when the trial began
+static Milliseconds placeFreedAt;    // those who wait for it cannot have sent before
+static std::size_t readyBytes;       // of all requests that are READY
 static uint64_t turns;
 
 static bool isLarge(const Connection &connection)
@@ -17,15 +20,22 @@ static bool isLarge(const Connection &connection)
     return connection.received >= LARGE_REQUEST_BYTES;
 }
 
+static bool waitsForPlace(const Connection &connection)
+{
+    return isLarge(connection) && large != nullptr && large != &connection;
+}
+
 bool mayReceive(const Connection &connection)
 {
-    return !isLarge(connection) || large == nullptr || large == &connection;
+    return !waitsForPlace(connection) && readyBytes <= MAX_WAITING_BYTES;
 }
 
 void leaveLargePlace(const Connection *connection)
 {
-    if (large == connection)
-        large = nullptr;
+    if (large != connection)
+        return;
+    large = nullptr;
+    placeFreedAt = monotonicNow();
 }
 
 static void enterLargePlace(const Connection &connection, Milliseconds now)
@@ -33,29 +43,48 @@ static void enterLargePlace(const Connection &connection, Milliseconds now)
     if (large != nullptr || !isLarge(connection))
         return;
     large = &connection;
-    largeSince = now;
-    largeBytesBefore = connection.received;
+    trialSince = now;
+    trialBytesBefore = connection.received;
+}
+
+static bool anyoneWaitsForPlace()
+{
+    return std::any_of(connections, connections + connectionsInUse, [](const Connection &each) {
+        return each.stage == ARRIVING && waitsForPlace(each);
+    });
+}
+
+Milliseconds largePlaceDeadline()
+{
+    return large != nullptr && large->stage == ARRIVING && anyoneWaitsForPlace()
+               ? trialSince + LARGE_REQUEST_TRIAL_MS
+               : LLONG_MAX;
 }
 
 void expireLargePlace(Milliseconds now)
 {
-    if (large == nullptr || large->stage != ARRIVING || now - largeSince < LARGE_REQUEST_TRIAL_MS)
+    const Milliseconds elapsed = now - trialSince;
+    if (large == nullptr || large->stage != ARRIVING || elapsed < LARGE_REQUEST_TRIAL_MS)
         return;
-    const auto needed =
-        static_cast<uint64_t>(now - largeSince) * LARGE_REQUEST_BYTES_PER_SECOND / 1000;
-    if (large->received - largeBytesBefore >= needed)
+    const uint64_t needed = static_cast<uint64_t>(elapsed) * LARGE_REQUEST_BYTES_PER_SECOND / 1000;
+    if (large->received - trialBytesBefore < needed && anyoneWaitsForPlace()) {
+        dropConnection(&connections[large - connections]);
         return;
-    for (int i = 0; i < connectionsInUse; ++i)
-        if (connections[i].stage == ARRIVING && !mayReceive(connections[i])) {
-            dropConnection(&connections[large - connections]);
-            return;
-        }
+    }
+    trialSince = now; // its speed counts, not what it brought earlier
+    trialBytesBefore = large->received;
 }
 
 static void makeReady(Connection *connection)
 {
     connection->stage = READY;
     connection->turn = ++turns;
+    readyBytes += connection->request.size();
+}
+
+void leaveReady(const Connection *connection)
+{
+    readyBytes -= connection->request.size();
 }
 
 // Keeps the bytes of all requests but the large one within MAX_WAITING_BYTES: those whose clients have been
@@ -67,11 +96,13 @@ static void makeRoom(Connection *connection)
         if (connections[i].stage == ARRIVING && &connections[i] != large)
             waiting += connections[i].request.size();
     while (waiting > MAX_WAITING_BYTES) {
-        Connection *oldest = oldestOf(ARRIVING, connection);
+        Connection *oldest = oldestOf([=](const Connection &each) {
+            return each.stage == ARRIVING && &each != connection && &each != large
+                   && each.request.size() > 0;
+        });
         if (oldest == nullptr)
             return;
-        if (oldest != large)
-            waiting -= oldest->request.size();
+        waiting -= oldest->request.size();
         dropConnection(oldest);
     }
 }
@@ -127,8 +158,10 @@ void receiveFrom(Connection *connection, Milliseconds now)
 Milliseconds arrivalDeadline(const Connection &connection)
 {
     Milliseconds deadline = connection.since + MAX_ARRIVAL_MS;
-    if (mayReceive(connection))
-        deadline = std::min(deadline, connection.lastByte + STALL_MS);
+    const Milliseconds couldSendFrom =
+        isLarge(connection) ? std::max(connection.lastByte, placeFreedAt) : connection.lastByte;
+    if (!waitsForPlace(connection))
+        deadline = std::min(deadline, couldSendFrom + STALL_MS);
     if (connection.unclosed != 0)
         deadline = std::min(deadline, connection.unclosed + UNCLOSED_MS);
     return deadline;

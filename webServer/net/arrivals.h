@@ -3,7 +3,8 @@
 
 #include "net/connection.h"
 
-// Returns false while the connection waits for the place for large requests: nothing is received from it.
+// Returns false while nothing is received from the connection: it waits for the place for large requests,
+// or many bytes wait to be served.
 bool mayReceive(const Connection &connection);
 
 // Receives what the client has sent. The connection is then ARRIVING still, READY, or dropped.
@@ -17,6 +18,12 @@ Milliseconds arrivalDeadline(const Connection &connection);
 
 // Frees the place for large requests if the connection has it.
 void leaveLargePlace(const Connection *connection);
+
+// Is called when a READY connection leaves this stage, before its bytes are read.
+void leaveReady(const Connection *connection);
+
+// Returns when expireLargePlace may have something to do.
+Milliseconds largePlaceDeadline();
 
 // Drops the connection in the place for large requests if another one waits for it and it is too slow.
 void expireLargePlace(Milliseconds now);

@@ -4,27 +4,57 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
 #include <utility>
 
-struct ByteQueue::Block {
+// The first block comes from the heap. More are pages of their own, which go back to the system when they are
+// read: gSOAP may collect the bytes of a large request meanwhile, and the heap would keep both.
+static constexpr std::size_t MORE_BYTES = 64 * 1024;
+
+struct ByteQueue::Block { // and after it, its bytes
     Block *next;
     std::size_t begin, end; // of the bytes in use
-    char bytes[BLOCK_BYTES - 3 * sizeof(std::size_t)];
+    std::size_t size;       // of the bytes
+    bool isPages;
+
+    char *bytes() { return reinterpret_cast<char *>(this + 1); }
 };
+
+ByteQueue::Block *ByteQueue::makeBlock(bool isPages)
+{
+    const std::size_t size = isPages ? MORE_BYTES : BLOCK_BYTES;
+    void *memory =
+        isPages ? mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
+                : malloc(size);
+    if (memory == nullptr || memory == MAP_FAILED)
+        return nullptr;
+    auto *block = static_cast<Block *>(memory);
+    block->next = nullptr;
+    block->begin = block->end = 0;
+    block->size = size - sizeof *block;
+    block->isPages = isPages;
+    return block;
+}
+
+void ByteQueue::freeBlock(Block *block)
+{
+    if (block->isPages)
+        munmap(block, MORE_BYTES);
+    else
+        free(block);
+}
 
 char *ByteQueue::room(std::size_t *bytes)
 {
-    if (last_ == nullptr || last_->end == sizeof last_->bytes) {
-        auto *block = static_cast<Block *>(malloc(sizeof(Block)));
+    if (last_ == nullptr || last_->end == last_->size) {
+        Block *block = makeBlock(last_ != nullptr);
         if (block == nullptr)
             return nullptr;
-        block->next = nullptr;
-        block->begin = block->end = 0;
         (last_ == nullptr ? first_ : last_->next) = block;
         last_ = block;
     }
-    *bytes = sizeof last_->bytes - last_->end;
-    return last_->bytes + last_->end;
+    *bytes = last_->size - last_->end;
+    return last_->bytes() + last_->end;
 }
 
 void ByteQueue::added(std::size_t bytes)
@@ -54,7 +84,7 @@ const char *ByteQueue::front(std::size_t *bytes) const
     if (size_ == 0)
         return nullptr;
     *bytes = first_->end - first_->begin;
-    return first_->bytes + first_->begin;
+    return first_->bytes() + first_->begin;
 }
 
 void ByteQueue::remove(std::size_t bytes)
@@ -64,7 +94,7 @@ void ByteQueue::remove(std::size_t bytes)
     if (first_->begin < first_->end)
         return;
     Block *next = first_->next;
-    free(first_);
+    freeBlock(first_);
     first_ = next;
     if (first_ == nullptr)
         last_ = nullptr;
@@ -73,7 +103,7 @@ void ByteQueue::remove(std::size_t bytes)
 void ByteQueue::clear()
 {
     while (first_ != nullptr)
-        free(std::exchange(first_, first_->next));
+        freeBlock(std::exchange(first_, first_->next));
     last_ = nullptr;
     size_ = 0;
 }

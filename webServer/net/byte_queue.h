@@ -9,6 +9,9 @@ class ByteQueue {
     Block *last_ = nullptr;
     std::size_t size_ = 0;
 
+    static Block *makeBlock(bool isPages);
+    static void freeBlock(Block *block);
+
 public:
     // Small enough that a connection with half a header costs little, large enough that an ordinary
     // request takes one.

@@ -23,22 +23,12 @@ Milliseconds monotonicNow()
 void dropConnection(Connection *connection)
 {
     leaveLargePlace(connection);
+    if (connection->stage == READY)
+        leaveReady(connection);
     close(connection->socket);
     connection->request.clear();
     connection->reply.clear();
     connection->stage = FREE;
     while (connectionsInUse > 0 && connections[connectionsInUse - 1].stage == FREE)
         --connectionsInUse;
-}
-
-Connection *oldestOf(Stage stage, const Connection *except)
-{
-    Connection *oldest = nullptr;
-    for (int i = 0; i < connectionsInUse; ++i) {
-        Connection *const next = &connections[i];
-        if (next->stage == stage && next != except
-            && (oldest == nullptr || next->lastByte < oldest->lastByte))
-            oldest = next;
-    }
-    return oldest;
 }

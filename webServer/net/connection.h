@@ -31,6 +31,7 @@ struct Connection {
 
     RequestEnd end;
     std::size_t received = 0;
+    uint64_t taken = 0; // bytes of the reply
     ByteQueue request;
     Departure reply;
 };
@@ -45,6 +46,16 @@ Milliseconds monotonicNow();
 // Closes the connection at once and frees its slot.
 void dropConnection(Connection *connection);
 
-// Returns the connection of this stage whose last byte is the oldest; null when there is none. Passes over
-// the one given.
-Connection *oldestOf(Stage stage, const Connection *except);
+// Returns, of the connections for which isMeant(connection), the one whose last byte is the oldest; null
+// when there is none.
+template <typename IsMeant> Connection *oldestOf(IsMeant isMeant)
+{
+    Connection *oldest = nullptr;
+    for (int i = 0; i < connectionsInUse; ++i) {
+        Connection *const next = &connections[i];
+        if (isMeant(static_cast<const Connection &>(*next))
+            && (oldest == nullptr || next->lastByte < oldest->lastByte))
+            oldest = next;
+    }
+    return oldest;
+}

@@ -59,6 +59,7 @@ static void waitAndProceed(Milliseconds until, bool *newcomers)
         polled[i] = {events == 0 ? -1 : connection.socket, events, 0};
         until = std::min(until, deadlineOf(connection));
     }
+    until = std::min(until, largePlaceDeadline());
     const Milliseconds before = monotonicNow();
     until = std::min(until, newcomersDeadline(before));
     polled[count] = {newcomersSocket(before), POLLIN, 0};
@@ -100,6 +101,7 @@ void openConnections(int listener)
 static int serve(Connection *ready, struct sockaddr *address, int *addressSize)
 {
     leaveLargePlace(ready);
+    leaveReady(ready);
     ready->stage = SERVED;
     served = ready;
     *addressSize = std::min(*addressSize, static_cast<int>(ready->clientSize));
@@ -109,6 +111,8 @@ static int serve(Connection *ready, struct sockaddr *address, int *addressSize)
 
 int nextConnection(struct sockaddr *address, int *addressSize)
 {
+    if (served != nullptr) // gSOAP has not closed it
+        releaseConnection();
     for (;;) {
         const bool over = newcomersAreRefused() && !requestsAreArriving();
         bool newcomers = false;
@@ -194,7 +198,8 @@ void awaitDepartures()
 {
     const Milliseconds end = monotonicNow() + LAST_REPLIES_MS;
     bool newcomers = false;
-    while (oldestOf(LEAVING, nullptr) != nullptr && monotonicNow() < end)
+    const auto isLeaving = [](const Connection &each) { return each.stage == LEAVING; };
+    while (oldestOf(isLeaving) != nullptr && monotonicNow() < end)
         waitAndProceed(end, &newcomers);
 }
 

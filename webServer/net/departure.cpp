@@ -91,7 +91,7 @@ std::size_t Departure::sendFile(int socket, FilePart *file)
     return static_cast<std::size_t>(sent);
 }
 
-bool Departure::proceed(int socket)
+std::size_t Departure::proceed(int socket)
 {
     std::size_t total = 0;
     while (!isEmpty() && total < MOST_AT_ONCE) {
@@ -101,7 +101,7 @@ bool Departure::proceed(int socket)
             break;
         total += sent;
     }
-    return total > 0;
+    return total;
 }
 
 void Departure::clear()

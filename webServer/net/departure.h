@@ -42,9 +42,8 @@ public:
     // reply has files already.
     bool attach(const FilePart *files, int count);
 
-    // Sends what the client takes now, up to a share that is fair to others. Returns true when it took
-    // anything.
-    bool proceed(int socket);
+    // Sends what the client takes now, up to a share that is fair to others. Returns how many bytes.
+    std::size_t proceed(int socket);
 
     void clear();
 };

@@ -19,7 +19,9 @@ static void finish(Connection *connection)
 
 void depart(Connection *connection, Milliseconds now)
 {
-    if (connection->reply.proceed(connection->socket))
+    const std::size_t sent = connection->reply.proceed(connection->socket);
+    connection->taken += sent;
+    if (sent > 0)
         connection->lastByte = now;
     if (connection->reply.hasFailed() || now - connection->lastByte >= STALL_MS)
         dropConnection(connection);
@@ -34,7 +36,9 @@ void makeRoomForReply(const Connection &connection)
         if (connections[i].stage == LEAVING)
             parked += connections[i].reply.parkedBytes();
     while (parked > MAX_PARKED_BYTES) {
-        Connection *oldest = oldestOf(LEAVING, nullptr);
+        Connection *oldest = oldestOf([](const Connection &each) {
+            return each.stage == LEAVING && each.reply.parkedBytes() > 0;
+        });
         if (oldest == nullptr)
             return;
         parked -= oldest->reply.parkedBytes();

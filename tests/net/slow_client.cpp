@@ -1,0 +1,75 @@
+// tests/net/slow_client.cpp: a client that sends and takes its bytes when the test says so.
+#include "net/slow_client.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "support/wire.h"
+
+const std::string FORM = "Content-Type: application/x-www-form-urlencoded\r\n";
+
+SlowClient::SlowClient(int port, const std::string &bytes, const std::string &from)
+    : socket_(connectTo(port, from))
+{
+    const struct timeval patience = {10, 0};
+    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const int on = 1;
+    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    send(bytes);
+}
+
+SlowClient::~SlowClient()
+{
+    if (socket_ != -1)
+        close(socket_);
+}
+
+void SlowClient::send(const std::string &bytes) const
+{
+    ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
+void SlowClient::hangUp() const
+{
+    shutdown(socket_, SHUT_WR);
+}
+
+bool SlowClient::isOpen() const
+{
+    char byte;
+    return recv(socket_, &byte, 1, MSG_DONTWAIT | MSG_PEEK) < 0
+           && (errno == EAGAIN || errno == EWOULDBLOCK);
+}
+
+std::string SlowClient::rest() const
+{
+    std::string reply;
+    char chunk[16384];
+    ssize_t got;
+    while ((got = recv(socket_, chunk, sizeof chunk, 0)) > 0)
+        reply.append(chunk, static_cast<std::size_t>(got));
+    return got < 0 && errno == EAGAIN ? "(nothing)" : reply;
+}
+
+std::vector<SlowClient> slowClients(std::size_t count, int port, const std::string &bytes)
+{
+    std::vector<SlowClient> clients;
+    while (clients.size() < count)
+        clients.emplace_back(port, bytes);
+    return clients;
+}
+
+std::string httpPost(const std::string &header, const std::string &body)
+{
+    return "POST / HTTP/1.1\r\n" + header + "Content-Length: " + std::to_string(body.size())
+           + "\r\n\r\n" + body;
+}
+
+void expectServes(int port)
+{
+    EXPECT_THAT(talk(port, httpPost("", envelope("getRTU"))), testing::HasSubstr("512Q"));
+}
