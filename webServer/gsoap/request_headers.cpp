@@ -1,9 +1,11 @@
-// gsoap/request_headers.cpp: ignores header lines that only responses have.
+// gsoap/request_headers.cpp: ignores header lines that are not gSOAP's to answer.
 #include "gsoap/request_headers.h"
 
 #include <algorithm>
 #include <iterator>
 #include <stdsoap2.h>
+
+#include "gsoap/transport.h"
 
 // gSOAP is also a client library and reads these in requests: the first two as cookies, the next two
 // beyond the end of a short value, and the last into the endpoint, which gates compare.
@@ -19,6 +21,9 @@ static int parseRequestHeader(struct soap *soap, const char *key, const char *va
     const bool ignored =
         std::any_of(std::begin(RESPONSE_HEADERS), std::end(RESPONSE_HEADERS),
                     [key](const char *name) { return soap_tag_cmp(key, name) == 0; });
+    // The connection has answered it while the body was missing; gSOAP would answer it again.
+    if (soap_tag_cmp(key, "Expect") == 0 && servesConnection(soap))
+        return SOAP_OK;
     return ignored ? SOAP_OK : parseHeader(soap, key, value);
 }
 }
