@@ -8,7 +8,7 @@
 
 // Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
 // processor time of a request is capped as well.
-static constexpr double MAX_RECEIVE_CPU_SECONDS = 2;
+static constexpr double MAX_RECEIVE_CPU_SECONDS = 2; // from the second receive on
 static constexpr std::size_t LOOK_BYTES = 4096; // received between two checks of the limits
 
 // gSOAP keeps every attribute name of a request and compares each new one with all before it. Half a
@@ -20,7 +20,7 @@ static constexpr std::size_t LONG_REQUEST_BYTES = 1024 * 1024;
 
 // What has been received of the request that is being served. Service thread only.
 struct Progress {
-    double cpuSecondsAtStart;
+    double cpuSecondsAtStart; // 0: nothing has been received yet
     std::size_t bytes;
     bool sawText;      // something other than white space has come
     bool lastWasEmpty; // the last attempt to receive gave nothing
@@ -46,11 +46,17 @@ static bool hasTooManyAttributes(const struct soap *soap)
     return names > MAX_ATTRIBUTE_NAMES;
 }
 
+// A short request is received in one piece, so it needs no look at the clock, which costs a system call.
 static bool isOverLimit(const struct soap *soap)
 {
+    if (progress.bytes == 0)
+        return false;
+    const double now = threadCpuSeconds();
+    if (progress.cpuSecondsAtStart == 0)
+        progress.cpuSecondsAtStart = now;
     // gSOAP's recv_maxlength does not count the lines between chunks.
     return progress.bytes > MAX_RECEIVED_BYTES || hasTooManyAttributes(soap)
-           || threadCpuSeconds() - progress.cpuSecondsAtStart > MAX_RECEIVE_CPU_SECONDS;
+           || now - progress.cpuSecondsAtStart > MAX_RECEIVE_CPU_SECONDS;
 }
 
 static const char *skipSpace(const char *text, const char *end)
@@ -109,7 +115,6 @@ void installLimits(struct soap *soap)
 void startRequest()
 {
     progress = {};
-    progress.cpuSecondsAtStart = threadCpuSeconds();
 }
 
 bool requestWasLong()
