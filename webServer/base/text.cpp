@@ -20,11 +20,10 @@ int safe_sprintf(char *buf, int size, const char *fmt, ...)
     return size;
 }
 
-std::size_t fittingBytes(const char *text, std::size_t limit)
+std::size_t fittingBytes(std::string_view text, std::size_t limit)
 {
-    const std::size_t length = strlen(text);
-    if (length <= limit)
-        return length;
+    if (text.size() <= limit)
+        return text.size();
     const auto continues = [text](std::size_t at) { return (text[at] & 0xC0) == 0x80; };
     const std::size_t mostFollowers = 3; // a UTF-8 character has at most four bytes
     const std::size_t lowest = limit - std::min(limit, mostFollowers);
@@ -34,11 +33,11 @@ std::size_t fittingBytes(const char *text, std::size_t limit)
     return continues(cut) ? limit : cut; // four in a row are not UTF-8: cut anywhere
 }
 
-void TextWriter::append(const char *text)
+void TextWriter::append(std::string_view text)
 {
     const std::size_t length = fittingBytes(text, room_);
-    room_ = text[length] == '\0' ? room_ - length : 0;
-    memcpy(next_, text, length);
+    room_ = length == text.size() ? room_ - length : 0;
+    memcpy(next_, text.data(), length);
     next_ += length;
     *next_ = '\0';
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 // Formats into size bytes and terminates. Returns the bytes written, the terminator included; size
 // when the text was cut; -1, and writes nothing, when size is not positive.
@@ -10,7 +11,7 @@ extern "C" int safe_sprintf(char *buf, int size, const char *fmt, ...)
 
 // Returns how many bytes of a text to keep so that at most limit are left and no UTF-8 character is
 // split.
-std::size_t fittingBytes(const char *text, std::size_t limit);
+std::size_t fittingBytes(std::string_view text, std::size_t limit);
 
 // Appends to memory of at least one byte, which the caller owns. Cuts between UTF-8 characters. After a cut
 // it appends nothing more.
@@ -21,5 +22,5 @@ class TextWriter {
 public:
     TextWriter(char *memory, std::size_t size) : next_(memory), room_(size - 1) { *next_ = '\0'; }
 
-    void append(const char *text);
+    void append(std::string_view text);
 };
