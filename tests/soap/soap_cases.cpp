@@ -6,6 +6,7 @@
 #include <soapH.h>
 #include <sstream>
 
+#include "gsoap/serve.h"
 #include "support/cases.h"
 #include "support/given.h"
 #include "support/wire.h"
@@ -107,7 +108,7 @@ static Reply serve(const std::string &request)
     std::ostringstream out;
     soap->is = &in;
     soap->os = &out;
-    soap_serve(soap.get());
+    serveRequests(soap.get());
     const char *fault = soap->fault == nullptr ? nullptr : *soap_faultstring(soap.get());
     Reply reply = {out.str(), fault == nullptr ? "" : fault};
     soap_destroy(soap.get());

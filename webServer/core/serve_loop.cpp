@@ -13,6 +13,7 @@
 #include "gsoap/limits.h"
 #include "gsoap/out_of_memory.h"
 #include "gsoap/request_headers.h"
+#include "gsoap/serve.h"
 #include "gsoap/transport.h"
 #include "http/cookie_header.h"
 #include "http/form_plugin.h"
@@ -47,7 +48,7 @@ void serveConnection(struct soap *soap)
     if (acceptConnection(soap)) {
         reportAccepted();
         startRequest();
-        soap_serve(soap); // a refused request has had its fault, or gets no reply
+        serveRequests(soap); // a refused request has had its fault, or gets no reply
     } else if (isRunning()) {
         reportAcceptFailure(soap);
     }
