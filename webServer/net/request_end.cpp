@@ -22,12 +22,19 @@ static bool isBlank(char character)
     return character == ' ' || character == '\t';
 }
 
-void RequestEnd::addToLine(char character)
+// Adds to the line up to its end or the longest line allowed. Returns how many bytes.
+std::size_t RequestEnd::addToLine(const char *data, std::size_t size)
 {
+    size = std::min(size, MAX_HEADER_LINE + 1 - lineLength_);
+    const char *const end = std::find_if(
+        data, data + size, [](char character) { return character == '\n' || character == '\r'; });
+    size = static_cast<std::size_t>(end - data);
     if (lineLength_ < LINE_SIZE - 1)
-        line_[lineLength_] = character;
-    if (++lineLength_ > MAX_HEADER_LINE)
+        memcpy(line_ + lineLength_, data, std::min(size, LINE_SIZE - 1 - lineLength_));
+    lineLength_ += size;
+    if (lineLength_ > MAX_HEADER_LINE)
         state_ = COMPLETE;
+    return size;
 }
 
 // Returns the value of the header line if this is its name, without spaces and one pair of quotes around
@@ -97,7 +104,7 @@ void RequestEnd::endHeader()
         state_ = noBody_ ? COMPLETE : ENVELOPE;
 }
 
-// Looks at the first bytes, at one in the header and at all that it can in a body. Returns how many.
+// Looks at as many bytes as it can with one decision. Returns how many.
 std::size_t RequestEnd::step(const char *data, std::size_t size)
 {
     const char character = *data;
@@ -114,7 +121,7 @@ std::size_t RequestEnd::step(const char *data, std::size_t size)
             else
                 state_ = LINE_END;
         } else if (character != '\r') {
-            addToLine(character);
+            return addToLine(data, size);
         }
         return 1;
     case LINE_END:

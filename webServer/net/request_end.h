@@ -39,7 +39,7 @@ class RequestEnd {
     char line_[LINE_SIZE] = {};
     XmlEnd envelope_;
 
-    void addToLine(char character);
+    std::size_t addToLine(const char *data, std::size_t size);
     void endLine();
     void endHeader();
     std::size_t step(const char *data, std::size_t size);
