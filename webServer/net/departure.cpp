@@ -13,7 +13,9 @@
 // that the last bytes and the end of the connection leave together.
 static constexpr int SEND_FLAGS = MSG_DONTWAIT | MSG_NOSIGNAL | MSG_MORE;
 static constexpr std::size_t MOST_AT_ONCE = 256 * 1024; // then other clients have their turn
-static constexpr std::size_t COPY_BYTES = 16 * 1024; // where the kernel cannot send from the file
+// Up to this size, and where the kernel cannot send from the file, a part is read and sent: sendfile costs
+// more to set up than so few bytes to copy.
+static constexpr std::size_t COPY_BYTES = 16 * 1024;
 
 static bool wouldWait(ssize_t result)
 {
@@ -76,8 +78,11 @@ std::size_t Departure::sendFile(int socket, FilePart *file)
 {
     const auto count = static_cast<std::size_t>(std::min<uint64_t>(file->length, MOST_AT_ONCE));
     auto offset = static_cast<off_t>(file->offset);
-    ssize_t sent = sendfile(socket, file->descriptor, &offset, count);
-    if (sent < 0 && (errno == EINVAL || errno == ENOSYS))
+    ssize_t sent = -1;
+    const bool small = count <= COPY_BYTES;
+    if (!small)
+        sent = sendfile(socket, file->descriptor, &offset, count);
+    if (small || (sent < 0 && (errno == EINVAL || errno == ENOSYS)))
         sent = copyFile(socket, *file, count);
     failed_ = sent <= 0 && !wouldWait(sent);
     if (sent <= 0)
