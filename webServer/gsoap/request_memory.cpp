@@ -6,9 +6,15 @@
 
 #include "gsoap/out_of_memory.h"
 
-char *requestText(struct soap *soap, std::size_t size)
+char *requestMemory(struct soap *soap, std::size_t size)
 {
     void *memory = soap_malloc(soap, size);
     noteLackOfMemory(soap); // a fault takes the place of the error
+    return static_cast<char *>(memory);
+}
+
+char *requestText(struct soap *soap, std::size_t size)
+{
+    char *memory = requestMemory(soap, size);
     return static_cast<char *>(memory == nullptr ? nullptr : memset(memory, 0, size));
 }

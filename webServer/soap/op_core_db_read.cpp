@@ -85,8 +85,8 @@ int ns__coreDbReadMultData(struct soap *soap, char *inputType, char *inputNames,
                                    nullptr);
 
     const std::size_t size = static_cast<std::size_t>(*inputNum) * MULTI_READ_PER_POINT;
-    *result = static_cast<char *>(soap_malloc(soap, size)); // not zeroed: it may be 64,000 bytes
-    if (*result == nullptr) // sic: the text names the other operation
+    *result = requestMemory(soap, size); // up to 64,000 bytes, so not zeroed
+    if (*result == nullptr)              // sic: the text names the other operation
         return soap_receiver_fault(soap, "WebServer Error: coreDbReadData: soap_malloc error",
                                    nullptr);
 
