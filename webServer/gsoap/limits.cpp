@@ -61,7 +61,9 @@ static bool isOverLimit(const struct soap *soap)
 
 static const char *skipSpace(const char *text, const char *end)
 {
-    return std::find_if(text, end, [](unsigned char c) { return isspace(c) == 0; });
+    while (text < end && isspace(static_cast<unsigned char>(*text)) != 0)
+        ++text;
+    return text;
 }
 
 extern "C" {

@@ -1,8 +1,6 @@
 // gsoap/request_headers.cpp: ignores header lines that are not gSOAP's to answer.
 #include "gsoap/request_headers.h"
 
-#include <algorithm>
-#include <iterator>
 #include <stdsoap2.h>
 
 #include "gsoap/transport.h"
@@ -18,13 +16,13 @@ static int (*parseHeader)(struct soap *, const char *, const char *);
 extern "C" {
 static int parseRequestHeader(struct soap *soap, const char *key, const char *value)
 {
-    const bool ignored =
-        std::any_of(std::begin(RESPONSE_HEADERS), std::end(RESPONSE_HEADERS),
-                    [key](const char *name) { return soap_tag_cmp(key, name) == 0; });
+    for (const char *name : RESPONSE_HEADERS)
+        if (soap_tag_cmp(key, name) == 0)
+            return SOAP_OK;
     // The connection has answered it while the body was missing; gSOAP would answer it again.
     if (soap_tag_cmp(key, "Expect") == 0 && servesConnection(soap))
         return SOAP_OK;
-    return ignored ? SOAP_OK : parseHeader(soap, key, value);
+    return parseHeader(soap, key, value);
 }
 }
 

@@ -25,16 +25,17 @@ static bool isBlank(char character)
 // Adds to the line up to its end or the longest line allowed. Returns how many bytes.
 std::size_t RequestEnd::addToLine(const char *data, std::size_t size)
 {
-    size = std::min(size, MAX_HEADER_LINE + 1 - lineLength_);
-    const char *const end = std::find_if(
-        data, data + size, [](char character) { return character == '\n' || character == '\r'; });
-    size = static_cast<std::size_t>(end - data);
-    if (lineLength_ < LINE_SIZE - 1)
-        memcpy(line_ + lineLength_, data, std::min(size, LINE_SIZE - 1 - lineLength_));
-    lineLength_ += size;
-    if (lineLength_ > MAX_HEADER_LINE)
+    std::size_t count = 0, length = lineLength_;
+    for (; count < size && length <= MAX_HEADER_LINE; ++count, ++length) {
+        if (data[count] == '\n' || data[count] == '\r')
+            break;
+        if (length < LINE_SIZE - 1)
+            line_[length] = data[count];
+    }
+    lineLength_ = length;
+    if (length > MAX_HEADER_LINE)
         state_ = COMPLETE;
-    return size;
+    return count;
 }
 
 // Returns the value of the header line if this is its name, without spaces and one pair of quotes around
