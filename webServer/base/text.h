@@ -23,4 +23,13 @@ public:
     TextWriter(char *memory, std::size_t size) : next_(memory), room_(size - 1) { *next_ = '\0'; }
 
     void append(std::string_view text);
+
+    void append(char character)
+    {
+        if (room_ == 0)
+            return;
+        --room_;
+        *next_++ = character;
+        *next_ = '\0';
+    }
 };

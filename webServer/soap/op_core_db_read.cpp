@@ -99,9 +99,9 @@ int ns__coreDbReadMultData(struct soap *soap, char *inputType, char *inputNames,
             return soap_receiver_fault(soap, "WebServer Error: input string format error", nullptr);
         const bool read = x_readData(inputType, name, inputFormat, text) == READ;
         const std::string_view point = text;
-        writer.append("[");
+        writer.append('[');
         writer.append(read ? point : "X|X");
-        writer.append("]");
+        writer.append(']');
         memset(text, 0, point.size()); // the next point's host finds it empty
     }
     return SOAP_OK;
