@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httpget.h>
+#include <netinet/tcp.h>
 #include <soapH.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -132,16 +133,28 @@ TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
     EXPECT_EQ(expected + closing, fake.log());
 }
 
-TEST(Close, ReturnsWhatClosingTheListeningSocketReturned)
+static int reportRelease(struct soap *, struct soap_plugin *plugin, void *)
+{
+    plugin->id = "released";
+    plugin->fdelete = [](struct soap *, struct soap_plugin *) {
+        host().record(g_wsSocket == -1 ? "late" : "in time");
+    };
+    return SOAP_OK;
+}
+
+// A host may start the service again, with the same context, as soon as the socket is gone.
+TEST(Close, ReleasesTheContextFirstAndReturnsWhatClosingTheListeningSocketReturned)
 {
     setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
     readConfiguration();
     FakeHost fake;
     struct soap *soap = soap_new();
+    soap_register_plugin(soap, reportRelease);
     auto result = std::async(std::launch::async, ws_soap_main, soap);
     EXPECT_TRUE(waitFor([] { return __atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) == 1; }));
     EXPECT_EQ(0, ws_soap_close());
     EXPECT_EQ(0, result.get());
+    EXPECT_EQ("in time", fake.calls().back());
     soap_free(soap);
 }
 
@@ -152,6 +165,7 @@ TEST(Accept, FailuresAreLoggedUnlessTheServiceIsBeingClosed)
     FakeHost fake;
     struct soap *soap = soap_new();
     ASSERT_NE(-1, openService(soap));
+    EXPECT_EQ(0, soap->accept_timeout) << "the service waits for clients without a limit";
     soap->accept_timeout = -1000; // microseconds
     serveConnection(soap);
     EXPECT_EQ("", fake.log());
@@ -342,7 +356,7 @@ TEST(Service, RunsInAThreadNamedWebServerThatBlocksSigpipe)
                 HasSubstr("<return>webServer</return>"));
 }
 
-TEST(Service, KeepsItsSocketsFromProgramsAndFromDescriptorZero)
+TEST(Service, LetsAHundredConnectionsWaitAndKeepsItsSocketsFromProgramsAndDescriptorZero)
 {
     FakeHost fake;
     pgf_parseAuth = [](struct soap *soap, int) -> int {
@@ -357,6 +371,10 @@ TEST(Service, KeepsItsSocketsFromProgramsAndFromDescriptorZero)
         const int listener = __atomic_load_n(&g_wsSocket, __ATOMIC_ACQUIRE);
         EXPECT_GT(listener, STDERR_FILENO);
         EXPECT_EQ(FD_CLOEXEC, fcntl(listener, F_GETFD));
+        struct tcp_info info = {};
+        socklen_t size = sizeof info;
+        getsockopt(listener, IPPROTO_TCP, TCP_INFO, &info, &size);
+        EXPECT_TRUE(size < sizeof info || info.tcpi_sacked == 100) << "not told by the emulator";
         service.post(envelope("thmGetInfo"));
         EXPECT_EQ("kept", fake.calls().back());
     }

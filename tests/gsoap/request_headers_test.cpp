@@ -69,7 +69,7 @@ TEST_F(RequestHeaders, GiveTheGateTheCookiesThatTheClientSent)
         {"Cookie: SESSIONID=\"%67ood\"; a=\"\"x; %62=\"%22\"", "SESSIONID=good a=- b=\""},
         {"Cookie2: $Version=1; $Port\nCookie: $Version=\"1\"; SESSIONID=good; $Path=\"/x\"; $Port",
          "SESSIONID=good"},
-        {"Cookie: a; Expires=Wed; Domain=d; Path=/; SESSIONID=good; Secure",
+        {"Cookie: a, Expires=Wed; Domain=d; Path=/; SESSIONID=good; Secure",
          "a=- Expires=Wed Domain=d Path=/ SESSIONID=good Secure=-"},
         {"Cookie: a=1; a=good; SESSIONID=x; a=", "a=- SESSIONID=x"},
         {"Cookie: SESSIONID=GOOD; SESSIONID=goo; SESSIONID=goods; SESSIONID=good; SESSIONID=best",
