@@ -6,6 +6,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <soapH.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -13,6 +14,7 @@
 
 #include "http/cookies.h"
 #include "net/slow_client.h"
+#include "session/session_table.h"
 #include "support/fake_host.h"
 #include "support/wire.h"
 
@@ -54,7 +56,12 @@ protected:
         writeFile("/mnt/flash/log/a.log", "log");
     }
 
-    ~SlowClients() override { std::filesystem::remove_all("/mnt/flash"); }
+    ~SlowClients() override
+    {
+        const std::unique_ptr<struct soap> soap(new struct soap);
+        endSessionsOf("", soap.get());
+        std::filesystem::remove_all("/mnt/flash");
+    }
 
     std::vector<std::pair<std::string, std::string>> ordinary() const // request, part of its reply
     {
