@@ -9,6 +9,7 @@
 #include <string>
 
 #include "gsoap/body.h"
+#include "gsoap/limits.h"
 #include "http/accept.h"
 #include "http/client_address.h"
 #include "http/form_fields.h"
@@ -77,6 +78,7 @@ TEST(Form, BeginsWithAQuestionMarkAndIsNullWithoutABody)
         std::istringstream in(row.sent);
         soap->is = &in;
         soap->mode = SOAP_IO_CHUNK;
+        startRequest(); // forgets how the request before it ended
         EXPECT_STREQ(row.form, form(soap.get()));
         soap_end(soap.get());
     }
