@@ -9,7 +9,7 @@
 // Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
 // processor time of a request is capped as well.
 static constexpr double MAX_RECEIVE_CPU_SECONDS = 2; // from the second receive on
-static constexpr std::size_t LOOK_BYTES = 4096; // received between two checks of the limits
+static constexpr std::size_t LOOK_BYTES = 4096;      // received between two checks of the limits
 
 // gSOAP keeps every attribute name of a request and compares each new one with all before it. Half a
 // megabyte of different names would keep the service thread busy for a minute.

@@ -1,6 +1,8 @@
 // net/xml_end.cpp: finds where the first element of an XML text ends, while it arrives.
 #include "net/xml_end.h"
 
+#include <cstring>
+
 static constexpr char BYTE_ORDER_MARK = '\xEF'; // the first byte of UTF-8's
 
 static bool isSpace(char character)
@@ -88,7 +90,14 @@ void XmlEnd::see(char character)
 std::size_t XmlEnd::see(const char *text, std::size_t size)
 {
     std::size_t seen = 0;
-    while (seen < size && !hasEnded())
+    while (seen < size && !hasEnded()) {
+        if (state_ == TEXT) { // most of a long request; only "<" counts in it
+            const void *const tag = memchr(text + seen, '<', size - seen);
+            if (tag == nullptr)
+                return size;
+            seen = static_cast<std::size_t>(static_cast<const char *>(tag) - text);
+        }
         see(text[seen++]);
+    }
     return seen;
 }
