@@ -140,23 +140,3 @@ TEST(RequestEnd, IsWhereGsoapStops)
     releaseContext(soap);
     soap_free(soap);
 }
-
-TEST(RequestEnd, AnEnvelopeThatIsNotClosedIsNoticedAndContinueIsAskedForOnce)
-{
-    const std::string soap = envelope("getRTU"), open = soap.substr(0, soap.size() - 5);
-    for (const bool announced : {false, true}) {
-        RequestEnd end;
-        const std::string header =
-            "Expect: 100-Continue\r\n" + (announced ? length(open.size()) : "A: b");
-        const std::string request = post(header, open);
-        end.see(request.data(), request.size() - open.size() - 1);
-        EXPECT_FALSE(end.takeContinue());
-        end.see(request.data() + request.size() - open.size() - 1, open.size());
-        EXPECT_TRUE(end.takeContinue());
-        EXPECT_FALSE(end.takeContinue());
-        EXPECT_FALSE(end.isUnclosed());
-        end.see(&request.back(), 1);
-        EXPECT_EQ(announced, end.isUnclosed());
-        EXPECT_FALSE(end.isComplete());
-    }
-}
