@@ -9,6 +9,9 @@
  * is locked. Set hooks and settings before the start and leave them alone afterwards, except where
  * a comment below says otherwise.
  *
+ * Many clients may be connected at once. Their requests wait until they are complete, and one that is
+ * slow holds up nobody.
+ *
  * SIGPIPE is blocked on the service thread, so a client that hangs up early ends only its own
  * request. Host threads that write to sockets may install sigpipe_handle() for SIGPIPE.
  *
@@ -71,10 +74,12 @@ WS_EXPORT int webServer_Web_Start(void);
 WS_EXPORT int httpd(void);
 /** @} */
 
-/** Stops the service. Call it from a host thread, never from a hook. It lets the request that is
- * being served finish, and waits up to ten seconds for that. Returns 0 if the service has stopped
- * or was not listening. Returns 1 if it is still serving; it stops when that request ends, and
- * another call waits for it again.
+/** Stops the service. Call it from a host thread, never from a hook. Nothing more is accepted,
+ * and clients that have sent nothing lose their connections at once. Requests that are being served
+ * or have begun to arrive are answered; replies then have 2 seconds more to leave. The call waits up
+ * to ten seconds for that. Returns 0 if the service has stopped or was not listening. Returns 1 if it
+ * is still serving or waiting for the rest of a request; it stops when those requests end, and another
+ * call waits for it again.
  *
  * After a start, wait until g_wsRunningSocket is 1 before you call this. A call before that may
  * have no effect. It may also leave a service that holds the port but neither serves nor stops
