@@ -7,8 +7,9 @@
 #include <sys/mman.h>
 #include <utility>
 
-// The first block comes from the heap. More are pages of their own, which go back to the system when they are
-// read: gSOAP may collect the bytes of a large request meanwhile, and the heap would keep both.
+// The first blocks come from the heap. Beyond so many bytes they are pages of their own, which go back to the
+// system when they are read: gSOAP may collect the bytes of a large request meanwhile, and the heap would keep
+// both. For shorter requests the system calls would cost more than the copy.
 static constexpr std::size_t MORE_BYTES = 64 * 1024;
 
 struct ByteQueue::Block { // and after it, its bytes
@@ -47,7 +48,7 @@ void ByteQueue::freeBlock(Block *block)
 char *ByteQueue::room(std::size_t *bytes)
 {
     if (last_ == nullptr || last_->end == last_->size) {
-        Block *block = makeBlock(last_ != nullptr);
+        Block *block = makeBlock(size_ >= MORE_BYTES);
         if (block == nullptr)
             return nullptr;
         (last_ == nullptr ? first_ : last_->next) = block;
