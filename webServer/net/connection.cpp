@@ -32,3 +32,15 @@ void dropConnection(Connection *connection)
     while (connectionsInUse > 0 && connections[connectionsInUse - 1].stage == FREE)
         --connectionsInUse;
 }
+
+Connection *oldestOf(bool (*isMeant)(const Connection &), const Connection *except)
+{
+    Connection *oldest = nullptr;
+    for (int i = 0; i < connectionsInUse; ++i) {
+        Connection *const next = &connections[i];
+        if (next != except && isMeant(*next)
+            && (oldest == nullptr || next->lastByte < oldest->lastByte))
+            oldest = next;
+    }
+    return oldest;
+}

@@ -46,16 +46,6 @@ Milliseconds monotonicNow();
 // Closes the connection at once and frees its slot.
 void dropConnection(Connection *connection);
 
-// Returns, of the connections for which isMeant(connection), the one whose last byte is the oldest; null
-// when there is none.
-template <typename IsMeant> Connection *oldestOf(IsMeant isMeant)
-{
-    Connection *oldest = nullptr;
-    for (int i = 0; i < connectionsInUse; ++i) {
-        Connection *const next = &connections[i];
-        if (isMeant(static_cast<const Connection &>(*next))
-            && (oldest == nullptr || next->lastByte < oldest->lastByte))
-            oldest = next;
-    }
-    return oldest;
-}
+// Returns, of the connections for which isMeant returns true, the one whose last byte is the oldest; null
+// when there is none. Passes over except.
+Connection *oldestOf(bool (*isMeant)(const Connection &), const Connection *except = nullptr);

@@ -187,11 +187,12 @@ void releaseConnection()
 
 bool requestsAreArriving()
 {
-    return std::any_of(connections, connections + connectionsInUse,
-                       [](const Connection &connection) {
-                           return connection.stage == READY
-                                  || (connection.stage == ARRIVING && connection.received > 0);
-                       });
+    for (int i = 0; i < connectionsInUse; ++i) {
+        const Connection &each = connections[i];
+        if (each.stage == READY || (each.stage == ARRIVING && each.received > 0))
+            return true;
+    }
+    return false;
 }
 
 void awaitDepartures()
