@@ -265,7 +265,7 @@ TEST_F(SlowClients, AreServedWhileDescriptorsAreLacking)
         return (use.ru_utime.tv_sec + use.ru_stime.tv_sec) * 1000000 + use.ru_utime.tv_usec
                + use.ru_stime.tv_usec;
     };
-    EXPECT_LT(microseconds(after) - microseconds(before), 250000) << "of 500000";
+    EXPECT_LT(microseconds(after) - microseconds(before), 50000) << "of 500000";
     EXPECT_EQ("E webServer soap error: Too many open files\n",
               fake.log().substr(std::min(fake.log().find("E "), fake.log().size())));
     connected.send(request.substr(100));
