@@ -65,14 +65,6 @@ test('an open page keeps its session alive', async () => {
   await visitor.leave();
 });
 
-test('an ended session leads back to the login', async () => {
-  const visitor = await Visitor.meet(browser, unit);
-  await visitor.logIn('admin');
-  await unit.logIn('admin', 'admin');
-  await visitor.isSentToLogin('is', 'ended');
-  await visitor.leave();
-});
-
 // The unit reports its old database with a fault, which the browser reports as an error.
 test('an old database does not force with flags, and the page says so', async () => {
   const visitor = await Visitor.meet(browser, unit);

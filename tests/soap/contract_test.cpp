@@ -133,18 +133,16 @@ TEST_F(Contract, HandsTheSessionCookieToTheHooksAndAnswersAQuietRefusalWith200)
     for (int i = 0; i < 200; ++i)
         cookie += "c" + std::to_string(i) + "=x; ";
     cookie += "SESS=x; SESSIONID=s%3D1; SESSIONID2=y\r\n";
-    service.post(envelope("getUsersList"), cookie);
-    service.post(envelope("getRolesList"), cookie);
-    service.post(envelope("getRolesListByUser", "<userName>u</userName>"), cookie);
-    service.post(envelope("setUserLock", "<userName>u</userName><lock>1</lock>"), cookie);
-    service.post(envelope("getLockedUsers"), cookie);
-    service.post(envelope("setUserPassword", "<userName>u</userName><passwd>p</passwd>"), cookie);
-    service.post(envelope("setUserRoles", "<userName>u</userName><rolesList>r</rolesList>"),
-                 cookie);
+    const std::string fields = "<userName>u</userName><lock>1</lock><passwd>p</passwd>"
+                               "<rolesList>r</rolesList>";
+    for (const char *operation :
+         {"getUsersList", "getRolesList", "getRolesListByUser", "setUserLock", "getLockedUsers",
+          "setUserPassword", "setUserRoles"})
+        service.post(envelope(operation, fields), cookie);
     EXPECT_EQ(
-        (std::vector<std::string>{"users(s=1)", "roles(s=1)", "rolesOf(s=1,u)", "setLock(s=1,u,1)",
-                                  "locked(s=1)", "setPassword(s=1,u,p)", "setRoles(s=1,u,r)"}),
-        fake.calls());
+        "users(s=1) roles(s=1) rolesOf(s=1,u) setLock(s=1,u,1) locked(s=1) setPassword(s=1,u,p)"
+        " setRoles(s=1,u,r)",
+        fake.callsText());
     EXPECT_THAT(service.post(envelope("setUserRoles")), StartsWith("HTTP/1.1 200 OK\r\n"));
 }
 

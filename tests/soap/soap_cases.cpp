@@ -1,6 +1,5 @@
 // tests/soap/soap_cases.cpp: the operations' cases: every line is one request to one operation.
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <regex>
 #include <soapH.h>
@@ -15,9 +14,7 @@
 static const std::map<std::string, Lines> &operations()
 {
     static const std::map<std::string, Lines> operations = [] {
-        std::ostringstream source;
-        source << std::ifstream(SOAP_INTERFACE).rdbuf();
-        const std::string text = source.str();
+        const std::string text = content(SOAP_INTERFACE);
         std::map<std::string, Lines> result;
         const std::regex declaration(R"(int ns__(\w+)\(([^)]*)\))"), field(R"(\*(\w+))");
         for (std::sregex_iterator at(text.begin(), text.end(), declaration), end; at != end; ++at) {
@@ -242,13 +239,15 @@ public:
             return readGivenLine(line.substr(6));
         const Lines sides = split(line, " -> ");
         require(sides.size() == 2, "neither given NAME nor REQUEST -> EXPECTED");
-        return [this, request = readRequest(sides[0]), expected = readExpected(sides[1])] {
-            send(request, expected, "");
-            if (expected.count("level") != 0)
-                sendRefused(request);
-            if (expected.count("needs all") != 0)
-                sendIncomplete(request);
-        };
+        return readRequests(sides[0], [&](const std::string &text) -> Action {
+            return [this, request = readRequest(text), expected = readExpected(sides[1])] {
+                send(request, expected, "");
+                if (expected.count("level") != 0)
+                    sendRefused(request);
+                if (expected.count("needs all") != 0)
+                    sendIncomplete(request);
+            };
+        });
     }
 };
 

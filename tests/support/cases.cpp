@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -27,6 +28,13 @@ std::string takeWord(std::string *text)
     std::string word = text->substr(0, end);
     text->erase(0, end == std::string::npos ? end : end + 1);
     return word;
+}
+
+std::string content(const std::string &path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
 }
 
 void replaceAll(std::string *text, const std::string &what, const std::string &by)
@@ -54,6 +62,22 @@ std::string shown(const std::string &text)
 void requireSame(const std::string &what, const std::string &expected, const std::string &actual)
 {
     require(expected == actual, what + ": expected " + shown(expected) + ", got " + shown(actual));
+}
+
+Action readRequests(const std::string &requests,
+                    const std::function<Action(const std::string &request)> &read)
+{
+    std::vector<std::pair<std::string, Action>> actions;
+    for (const std::string &request : split(requests, " ; "))
+        actions.emplace_back(request, read(request));
+    return [=] {
+        for (const auto &[request, run] : actions)
+            try {
+                run();
+            } catch (const WrongLine &wrong) {
+                throw WrongLine((actions.size() > 1 ? request + ": " : "") + wrong.what());
+            }
+    };
 }
 
 // Returns the text up to the brace that closes the group around `at`, or up to the end.

@@ -73,6 +73,9 @@ Lines split(const std::string &text, const std::string &separator);
 // Removes the first word of the text and the space that follows it; returns the word.
 std::string takeWord(std::string *text);
 
+// Returns what a file holds, nothing when it cannot be read.
+std::string content(const std::string &path);
+
 void replaceAll(std::string *text, const std::string &what, const std::string &by);
 
 // Replaces {x*300} by 300 times x and keeps JSON. Throws WrongLine for any other braces, except around what
@@ -84,6 +87,11 @@ void require(bool condition, const std::string &message);
 
 // Throws WrongLine with both texts unless they are equal.
 void requireSame(const std::string &what, const std::string &expected, const std::string &actual);
+
+// Reads REQUEST ; REQUEST. Returns what runs all requests in their order; the failure of one of several begins
+// with the request.
+Action readRequests(const std::string &requests,
+                    const std::function<Action(const std::string &request)> &read);
 
 // Returns the text in quotes with visible line ends, cut to a length that can be read.
 std::string shown(const std::string &text);

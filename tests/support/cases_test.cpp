@@ -95,6 +95,7 @@ TEST(CaseRunner, LooksAtEveryExpectationOfASoapCase)
 {
     static const WrongLines ROWS[] = {
         {"getRTU -> return 512", FIRST "return: expected \"<return>512</return>\""},
+        {"getRTU ; fnPut -> return 512Q", "fnPut: " FIRST "return: expected"},
         {"getRTU -> fault x", FIRST "fault: expected \"x\", got \"(none)\""},
         {"getRTU -> return 512Q | quiet x", FIRST "quiet: expected \"x\", got \"\""},
         {"getRTU -> return 512Q | asks 0", FIRST "level asked: expected \"0\", got \"-1\""},
@@ -145,6 +146,7 @@ TEST(CaseRunner, LooksAtEveryExpectationOfAWebCase)
 {
     static const WrongLines ROWS[] = {
         {INDEX "nothing", "reply: expected \"\", got \"HTTP/1.1 200 OK"},
+        {"GET / -> nothing\nGET / ; GET /f.js?x -> 200 text/html", "GET /: expected 200"},
         {INDEX "404 text/html x", "expected 404 text/html, got \"HTTP/1.1 200 OK"},
         {INDEX "200 text/css x", "expected 200 text/css, got \"HTTP/1.1 200 OK"},
         {INDEX "200 text/html", "body: expected \"\", got \"x\""},

@@ -5,28 +5,23 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include "support/cases.h"
 #include "support/fake_host.h"
 #include "web/file_rules.h"
 #include "web/replace_file.h"
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
-static const std::string DEVICE = "/mnt/device/", FOLDER = DEVICE + "folder/";
+static const std::string DEVICE = "/mnt/device/", FOLDER = DEVICE + "folder/",
+                         OTHER = DEVICE + "other";
 static const std::string TARGET = FOLDER + "site.log.xml", BESIDE = FOLDER + "site&log&xml&new";
-
-static std::string content(const std::string &path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
 
 // The calls that replaceFile has made, in order; the names and contents that it had; the call that fails.
 static std::string calls, besideName, targetAtRename;
@@ -72,19 +67,11 @@ struct Upload {
     const char *failingCall; // the calls up to the one that fails
     int failure;
     const char *calls;
-    char content;  // of the target afterwards: 'o'ld, 'n'ew, '-' none
-    bool sameFile; // the target keeps its inode
+    char target; // afterwards: 'o'ld, 'n'ew, '-' none
     const char *log;
-    void (*prepare)();
+    void (*prepare)() = [] {};
 };
 
-static void nothing() {}
-static void ownByAnother()
-{
-    chmod(TARGET.c_str(), 01640);
-    if (chown(TARGET.c_str(), 12, 34) != 0)
-        perror("owner not tested"); // the user namespace maps only one user
-}
 // An access list: version 2, then tag, rights and id of the owner, user 0, the group, the mask and the
 // others.
 static const char ACCESS_LIST[] = "\2\0\0\0\1\0\6\0\xff\xff\xff\xff\2\0\6\0\0\0\0\0"
@@ -95,18 +82,10 @@ static void listAccess(const std::string &path, const char *kind)
     EXPECT_EQ(0, setxattr(path.c_str(), kind, ACCESS_LIST, sizeof ACCESS_LIST - 1, 0))
         << strerror(errno);
 }
-static void listAccessToFile()
-{
-    listAccess(TARGET, "system.posix_acl_access");
-}
-static void listAccessToFolder()
-{
-    listAccess(FOLDER, "system.posix_acl_default");
-}
 static void mountAnother()
 {
-    std::ofstream(DEVICE + "other") << content(TARGET);
-    EXPECT_EQ(0, mount((DEVICE + "other").c_str(), TARGET.c_str(), nullptr, MS_BIND, nullptr));
+    std::ofstream(OTHER) << content(TARGET);
+    EXPECT_EQ(0, mount(OTHER.c_str(), TARGET.c_str(), nullptr, MS_BIND, nullptr));
 }
 static void mountReadOnly()
 {
@@ -116,73 +95,62 @@ static void mountReadOnly()
 }
 static void linkTwice()
 {
-    fs::create_hard_link(TARGET, DEVICE + "other");
+    fs::create_hard_link(TARGET, OTHER);
 }
-static void linkByName()
+static void linkToOther()
 {
-    fs::rename(TARGET, DEVICE + "other");
-    fs::create_symlink(DEVICE + "other", TARGET);
-}
-static void linkToNothing()
-{
-    fs::create_symlink(DEVICE + "other", TARGET);
-}
-static void plantLink()
-{
-    std::ofstream(DEVICE + "other") << "other";
-    fs::create_symlink(DEVICE + "other", BESIDE);
-}
-static void leaveHalf()
-{
-    std::ofstream(BESIDE) << std::string(8192, 'h');
-}
-static void blockBeside()
-{
-    fs::create_directory(BESIDE);
-}
-static void makeFolder()
-{
-    fs::create_directory(TARGET);
+    if (fs::exists(TARGET))
+        fs::rename(TARGET, OTHER);
+    fs::create_symlink(OTHER, TARGET);
 }
 
+static const char RENAMED[] = "owner sync rename folder", IN_PLACE[] = "owner sync sync sync";
 static const char FULL[] = "No space left on device; not written";
 static const char FULL_IN_PLACE[] = "No space left on device; written in place";
+static const char FAILED[] = "Input/output error; not written";
 static const Upload UPLOADS[] = {
-    {"replaced", 5000, 3000, "", 0, "owner sync rename folder", 'n', false, "", ownByAnother},
-    {"emptied", 5000, 0, "", 0, "owner sync rename folder", 'n', false, "", nothing},
-    {"created", -1, 3000, "", 0, "sync rename folder", 'n', false, "", nothing},
-    {"half a file left", 5000, 8000, "", 0, "owner sync rename folder", 'n', false, "", leaveHalf},
-    {"planted link", 5000, 3000, "", 0, "owner sync rename folder", 'n', false, "", plantLink},
-    {"no room to create", -1, 30000, "", 0, "", '-', false, FULL, nothing},
-    {"no room at all", 5000, 30000, "", 0, "owner", 'o', true, FULL, nothing},
-    {"room in place", 5000, 12000, "", 0, "owner sync sync sync", 'n', true, FULL_IN_PLACE,
-     nothing},
-    {"room in place, shorter", 12000, 9000, "", 0, "owner sync sync sync", 'n', true, FULL_IN_PLACE,
-     nothing},
-    {"no room after sync", 5000, 3000, "owner sync", ENOSPC, "owner sync sync sync sync", 'n', true,
-     FULL_IN_PLACE, nothing},
-    {"device fails", 5000, 3000, "owner sync", EIO, "owner sync", 'o', true,
-     "Input/output error; not written", nothing},
-    {"device cannot sync", 5000, 3000, "owner sync", EINVAL, "owner sync rename folder", 'n', false,
-     "", nothing},
-    {"folder fails", 5000, 3000, "owner sync rename folder", EIO, "owner sync rename folder", 'n',
-     false, "Input/output error; written", nothing},
-    {"owner not kept", 5000, 3000, "owner", EPERM, "owner sync sync sync", 'n', true, "", nothing},
-    {"access list", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", listAccessToFile},
-    {"folder gives one", 5000, 3000, "", 0, "owner sync sync sync", 'n', true, "",
-     listAccessToFolder},
-    {"mounted file", 3000, 4000, "", 0, "owner sync rename sync sync sync", 'n', true,
+    {"replaced", 5000, 3000, "", 0, RENAMED, 'n', "",
+     [] {
+         chmod(TARGET.c_str(), 01640);
+         if (chown(TARGET.c_str(), 12, 34) != 0)
+             perror("owner not tested"); // the user namespace maps only one user
+     }},
+    {"emptied", 5000, 0, "", 0, RENAMED, 'n', ""},
+    {"created", -1, 3000, "", 0, "sync rename folder", 'n', ""},
+    {"half a file left", 5000, 8000, "", 0, RENAMED, 'n', "",
+     [] { std::ofstream(BESIDE) << std::string(8192, 'h'); }},
+    {"planted link", 5000, 3000, "", 0, RENAMED, 'n', "",
+     [] {
+         std::ofstream(OTHER) << "other";
+         fs::create_symlink(OTHER, BESIDE);
+     }},
+    {"no room to create", -1, 30000, "", 0, "", '-', FULL},
+    {"no room at all", 5000, 30000, "", 0, "owner", 'o', FULL},
+    {"room in place", 5000, 12000, "", 0, IN_PLACE, 'n', FULL_IN_PLACE},
+    {"room in place, shorter", 12000, 9000, "", 0, IN_PLACE, 'n', FULL_IN_PLACE},
+    {"no room after sync", 5000, 3000, "owner sync", ENOSPC, "owner sync sync sync sync", 'n',
+     FULL_IN_PLACE},
+    {"device fails", 5000, 3000, "owner sync", EIO, "owner sync", 'o', FAILED},
+    {"device cannot sync", 5000, 3000, "owner sync", EINVAL, RENAMED, 'n', ""},
+    {"folder fails", 5000, 3000, RENAMED, EIO, RENAMED, 'n', "Input/output error; written"},
+    {"owner not kept", 5000, 3000, "owner", EPERM, IN_PLACE, 'n', ""},
+    {"access list", 5000, 3000, "", 0, "sync sync sync", 'n', "",
+     [] { listAccess(TARGET, "system.posix_acl_access"); }},
+    {"folder gives one", 5000, 3000, "", 0, IN_PLACE, 'n', "",
+     [] { listAccess(FOLDER, "system.posix_acl_default"); }},
+    {"mounted file", 3000, 4000, "", 0, "owner sync rename sync sync sync", 'n',
      "Device or resource busy; written in place", mountAnother},
-    {"read-only file", 3000, 4000, "", 0, "", 'o', true, "", mountReadOnly},
-    {"beside not possible", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", blockBeside},
-    {"two names", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", linkTwice},
-    {"two names, no room", 5000, 30000, "", 0, "", 'o', true, FULL, linkTwice},
-    {"two names, device fails", 5000, 8000, "sync sync", EIO, "sync sync sync", 'o', true,
-     "Input/output error; not written", linkTwice},
-    {"link", 5000, 3000, "", 0, "sync sync sync", 'n', true, "", linkByName},
-    {"link to nothing", -1, 3000, "", 0, "sync sync sync", 'n', true, "", linkToNothing},
-    {"link to nothing, no room", -1, 30000, "", 0, "", '-', true, FULL, linkToNothing},
-    {"a folder", -1, 3000, "", 0, "", '-', true, "", makeFolder},
+    {"read-only file", 3000, 4000, "", 0, "", 'o', "", mountReadOnly},
+    {"beside not possible", 5000, 3000, "", 0, "sync sync sync", 'n', "",
+     [] { fs::create_directory(BESIDE); }},
+    {"two names", 5000, 3000, "", 0, "sync sync sync", 'n', "", linkTwice},
+    {"two names, no room", 5000, 30000, "", 0, "", 'o', FULL, linkTwice},
+    {"two names, device fails", 5000, 8000, "sync sync", EIO, "sync sync sync", 'o', FAILED,
+     linkTwice},
+    {"link", 5000, 3000, "", 0, "sync sync sync", 'n', "", linkToOther},
+    {"link to nothing", -1, 3000, "", 0, "sync sync sync", 'n', "", linkToOther},
+    {"link to nothing, no room", -1, 30000, "", 0, "", '-', FULL, linkToOther},
+    {"a folder", -1, 3000, "", 0, "", '-', "", [] { fs::create_directory(TARGET); }},
 };
 
 TEST(ReplaceFile, LosesNeitherTheOldContentNorOwnerModeAndLinks)
@@ -212,24 +180,25 @@ TEST(ReplaceFile, LosesNeitherTheOldContentNorOwnerModeAndLinks)
         EXPECT_EQ(*row.log == '\0' ? ""
                                    : "E webServer: upload of " + TARGET + ": " + row.log + "\n",
                   fake.log());
-        EXPECT_EQ(row.content != '-', fs::is_regular_file(TARGET));
-        EXPECT_TRUE(content(TARGET) == (row.content == 'n' ? newContent : oldContent));
+        EXPECT_EQ(row.target != '-', fs::is_regular_file(TARGET));
+        EXPECT_TRUE(content(TARGET) == (row.target == 'n' ? newContent : oldContent));
         stat(TARGET.c_str(), &after);
-        if (row.oldSize < 0 && row.content == 'n') {
+        if (row.oldSize < 0 && row.target == 'n') {
             EXPECT_EQ(S_IFREG | 0664, after.st_mode);
         }
         if (row.oldSize >= 0) {
-            EXPECT_EQ(row.sameFile, before.st_ino == after.st_ino);
+            EXPECT_EQ(calls.rfind("rename folder") == std::string::npos,
+                      before.st_ino == after.st_ino);
             EXPECT_EQ(before.st_mode, after.st_mode);
             EXPECT_EQ(before.st_uid, after.st_uid);
             EXPECT_EQ(before.st_gid, after.st_gid);
         }
-        EXPECT_EQ(row.prepare == blockBeside, fs::exists(BESIDE));
-        if (row.prepare == plantLink) {
-            EXPECT_EQ("other", content(DEVICE + "other"));
+        EXPECT_EQ(row.name == "beside not possible"s, fs::exists(BESIDE));
+        if (row.name == "planted link"s) {
+            EXPECT_EQ("other", content(OTHER));
         }
         if (row.prepare == linkTwice) {
-            EXPECT_TRUE(content(DEVICE + "other") == content(TARGET));
+            EXPECT_TRUE(content(OTHER) == content(TARGET));
         }
         umount2(TARGET.c_str(), 0);
         umount2(DEVICE.c_str(), 0);

@@ -35,13 +35,10 @@ static void write(const std::string &path, const std::string &text)
     require(file.flush().good(), "cannot write " + path);
 }
 
-static std::string content(const std::string &path)
+static std::string readable(const std::string &path)
 {
-    const std::ifstream file(path);
-    require(file.good(), "cannot read " + path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    require(std::ifstream(path).good(), "cannot read " + path);
+    return content(path);
 }
 
 // Encodes a field as a page does: in Base64, then escaped for a URL.
@@ -118,7 +115,7 @@ static Check readReply(const std::string &code, std::string text)
         require(header.rfind("HTTP/1.1 " + code + " ", 0) == 0
                     && header.find("\r\nContent-Type: " + type + "\r\n") != std::string::npos,
                 "expected " + code + " " + type + ", got " + shown(reply));
-        requireSame("body", inFile ? content(wanted) : wanted,
+        requireSame("body", inFile ? readable(wanted) : wanted,
                     end == reply.size() ? "(none)" : reply.substr(end + 4));
     };
 }
@@ -354,12 +351,13 @@ public:
         require(sides.size() <= 2, "more than one ->");
         if (sides.size() == 1)
             return readLine(STATEMENTS, line);
-        return [line = sides[0], request = readLine(REQUESTS, sides[0]),
-                check = readExpected(sides[1])] {
-            const std::string reply = request();
-            recordReply(line, reply);
-            check(reply);
-        };
+        return readRequests(sides[0], [&](const std::string &text) -> Action {
+            return [text, request = readLine(REQUESTS, text), check = readExpected(sides[1])] {
+                const std::string reply = request();
+                recordReply(text, reply);
+                check(reply);
+            };
+        });
     }
 
     void end() override { requireNoOption(); }
@@ -397,7 +395,7 @@ const std::vector<WebCases::Word<void>> WebCases::STATEMENTS = {
     {"failures", ADDRESS, [](auto &, auto &a) { fail(a.first); }},
     {"absent", PATH, [](auto &, auto &a) { require(!fs::exists(a.first), a.first + " exists"); }},
     {"content", PATH_TEXT,
-     [](auto &, auto &a) { requireSame(a.first, a.second, content(a.first)); }},
+     [](auto &, auto &a) { requireSame(a.first, a.second, readable(a.first)); }},
     {"asks", NUMBER,
      [](auto &my, auto &a) { requireNumber("level asked", a.first, my.fake_->askedLevel); }},
     {"sends", NUMBER, [](auto &, auto &a) { requireNumber("sends", a.first, sends_); }},
