@@ -235,11 +235,14 @@ public:
 
     Action read(const std::string &line) override
     {
-        if (line.rfind("given ", 0) == 0)
-            return readGivenLine(line.substr(6));
         const Lines sides = split(line, " -> ");
+        const auto isGiven = [](const std::string &text) { return text.rfind("given ", 0) == 0; };
+        if (sides.size() == 1 && isGiven(line))
+            return readGivenLine(line.substr(6));
         require(sides.size() == 2, "neither given NAME nor REQUEST -> EXPECTED");
-        return readRequests(sides[0], [&](const std::string &text) -> Action {
+        return readSteps(sides[0], [&](const std::string &text, bool last) -> Action {
+            if (!last && isGiven(text))
+                return readGivenLine(text.substr(6));
             return [this, request = readRequest(text), expected = readExpected(sides[1])] {
                 send(request, expected, "");
                 if (expected.count("level") != 0)

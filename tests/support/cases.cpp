@@ -64,18 +64,19 @@ void requireSame(const std::string &what, const std::string &expected, const std
     require(expected == actual, what + ": expected " + shown(expected) + ", got " + shown(actual));
 }
 
-Action readRequests(const std::string &requests,
-                    const std::function<Action(const std::string &request)> &read)
+Action readSteps(const std::string &text,
+                 const std::function<Action(const std::string &step, bool last)> &read)
 {
-    std::vector<std::pair<std::string, Action>> actions;
-    for (const std::string &request : split(requests, " ; "))
-        actions.emplace_back(request, read(request));
+    const Lines steps = split(text, " ; ");
+    std::vector<Action> actions;
+    for (const std::string &step : steps)
+        actions.push_back(read(step, actions.size() + 1 == steps.size()));
     return [=] {
-        for (const auto &[request, run] : actions)
+        for (std::size_t i = 0; i < steps.size(); ++i)
             try {
-                run();
+                actions[i]();
             } catch (const WrongLine &wrong) {
-                throw WrongLine((actions.size() > 1 ? request + ": " : "") + wrong.what());
+                throw WrongLine((steps.size() > 1 ? steps[i] + ": " : "") + wrong.what());
             }
     };
 }

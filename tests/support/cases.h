@@ -88,10 +88,10 @@ void require(bool condition, const std::string &message);
 // Throws WrongLine with both texts unless they are equal.
 void requireSame(const std::string &what, const std::string &expected, const std::string &actual);
 
-// Reads REQUEST ; REQUEST. Returns what runs all requests in their order; the failure of one of several begins
-// with the request.
-Action readRequests(const std::string &requests,
-                    const std::function<Action(const std::string &request)> &read);
+// Reads STEP ; STEP. Returns what runs all steps in their order; the failure of one of several begins with
+// the step.
+Action readSteps(const std::string &text,
+                 const std::function<Action(const std::string &step, bool last)> &read);
 
 // Returns the text in quotes with visible line ends, cut to a length that can be read.
 std::string shown(const std::string &text);

@@ -259,16 +259,6 @@ class WebCases : public Dialect {
         installDefaultHooks();
     }
 
-    Action readGivenLine(const std::string &text)
-    {
-        return [this, given = readGiven(text)] {
-            if (given.fresh)
-                freshHost();
-            for (const auto &change : given.changes)
-                change(*fake_);
-        };
-    }
-
     void mountSmall(const std::string &path)
     {
         require(mount("tmpfs", path.c_str(), "tmpfs", 0, "size=16k") == 0, "cannot mount");
@@ -292,19 +282,37 @@ class WebCases : public Dialect {
     static const std::vector<Word<std::string>> REQUESTS;
     static const std::vector<Word<void>> STATEMENTS;
 
-    // Returns the action of the first word of the table with which the line begins.
+    // Returns the first word of the table with which the line begins.
+    template <typename Result>
+    static const Word<Result> *find(const std::vector<Word<Result>> &words, const std::string &line)
+    {
+        for (const Word<Result> &word : words)
+            if ((line + " ").rfind(word.name + std::string(" "), 0) == 0)
+                return &word;
+        return nullptr;
+    }
+
     template <typename Result> std::function<Result()>
     readLine(const std::vector<Word<Result>> &words, const std::string &line)
     {
-        const std::string start = line + " ";
-        for (const Word<Result> &word : words)
-            if (start.rfind(word.name + std::string(" "), 0) == 0) {
-                const std::size_t length = std::min(line.size(), strlen(word.name) + 1);
-                return [this, &word, a = readArguments(word.takes, line.substr(length))] {
-                    return word.run(*this, a);
-                };
-            }
-        throw WrongLine("no such word: " + shown(line));
+        const Word<Result> *const word = find(words, line);
+        require(word != nullptr, "no such word: " + shown(line));
+        const std::size_t length = std::min(line.size(), strlen(word->name) + 1);
+        return [this, word, a = readArguments(word->takes, line.substr(length))] {
+            return word->run(*this, a);
+        };
+    }
+
+    Action readStatement(const std::string &line)
+    {
+        if (line.rfind("given ", 0) != 0)
+            return readLine(STATEMENTS, line);
+        return [this, given = readGiven(line.substr(6))] {
+            if (given.fresh)
+                freshHost();
+            for (const auto &change : given.changes)
+                change(*fake_);
+        };
     }
 
 public:
@@ -345,13 +353,13 @@ public:
 
     Action read(const std::string &line) override
     {
-        if (line.rfind("given ", 0) == 0)
-            return readGivenLine(line.substr(6));
         const Lines sides = split(line, " -> ");
         require(sides.size() <= 2, "more than one ->");
         if (sides.size() == 1)
-            return readLine(STATEMENTS, line);
-        return readRequests(sides[0], [&](const std::string &text) -> Action {
+            return readStatement(line);
+        return readSteps(sides[0], [&](const std::string &text, bool last) -> Action {
+            if (!last && find(REQUESTS, text) == nullptr)
+                return readStatement(text);
             return [text, request = readLine(REQUESTS, text), check = readExpected(sides[1])] {
                 const std::string reply = request();
                 recordReply(text, reply);
