@@ -44,7 +44,7 @@ public:
     int createError = 0;               // of pthread_create; 0: it works
     int detachError = 0;               // of pthread_detach, which works all the same
     bool noTime = false;               // mktime fails
-    int cpuSecondsPerLook = 0;         // by which each reading moves the thread's processor time
+    int cpuSecondsPerLook = -1;        // that each reading adds; negative: the real time
     std::atomic<int> sendfileError{0}; // of sendfile; 0: it works
     time_t now = 0;                    // of the real-time clock; 0: the machine's
     std::vector<std::string> names;    // of the list hooks; "" stands for a null entry

@@ -128,7 +128,7 @@ ssize_t sendfile(int to, int from, off_t *offset, size_t count)
 
 int clock_gettime(clockid_t clock, struct timespec *time)
 {
-    if (clock == CLOCK_THREAD_CPUTIME_ID && hostExists() && host().cpuSecondsPerLook != 0) {
+    if (clock == CLOCK_THREAD_CPUTIME_ID && hostExists() && host().cpuSecondsPerLook >= 0) {
         static time_t seconds;
         *time = {seconds += host().cpuSecondsPerLook, 0};
         return 0;
