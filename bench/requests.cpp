@@ -26,7 +26,7 @@ static std::string get(const std::string &path, const std::string &headers = "")
     return "GET " + path + " HTTP/1.1\r\nHost: unit\r\n" + headers + "\r\n";
 }
 
-static std::string soap11(const std::string &envelope, const std::string &headers = "")
+std::string soap11(const std::string &envelope, const std::string &headers)
 {
     return post("/", "text/xml; charset=utf-8", envelope, "SOAPAction: \"\"\r\n" + headers);
 }
@@ -37,22 +37,21 @@ static std::string form(const std::string &body, const std::string &headers = ""
     return post(path, "application/x-www-form-urlencoded", body, headers);
 }
 
-// Does not check that the text occurs: without the change, the request would not get the expected answer.
-static std::string replaced(std::string text, const std::string &from, const std::string &to)
+std::string replaced(std::string text, const std::string &from, const std::string &to)
 {
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
         text.replace(at, from.size(), to);
     return text;
 }
 
-static std::string soap12(const std::string &envelope)
+std::string soap12(const std::string &envelope)
 {
     return post("/", "application/soap+xml; charset=utf-8",
                 replaced(envelope, "http://schemas.xmlsoap.org/soap/envelope/",
                          "http://www.w3.org/2003/05/soap-envelope"));
 }
 
-static std::string contents(const std::filesystem::path &path)
+std::string contents(const std::filesystem::path &path)
 {
     std::ifstream file(path);
     return std::string(std::istreambuf_iterator<char>(file), {});
@@ -123,8 +122,7 @@ std::vector<Exchange> makeExchanges(const std::string &folder)
     return kinds;
 }
 
-// The request with its body as one chunk.
-static std::string chunked(const std::string &request)
+std::string chunked(const std::string &request)
 {
     const std::size_t length = request.find("Content-Length: "), end = request.find("\r\n", length);
     const std::size_t body = request.find("\r\n\r\n") + 4;

@@ -1,10 +1,9 @@
-// tests/support/wire.h: the running service and a client's bytes to and from it.
+// tests/support/wire.h: the running service and the envelopes that tests send to it.
 #pragma once
 
 #include <string>
 
-// Returns a port of the loopback interface that nobody listens on, below the kernel's ephemeral range.
-int freePort();
+#include "support/client.h"
 
 // The service on a loopback port, from start to close.
 class Service {
@@ -20,17 +19,6 @@ public:
     // Posts an envelope and returns the HTTP reply. headers are further lines, each with its CR LF.
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
-
-// Returns a socket that listens on the port.
-int listenOn(int port);
-
-// Connects from the given address of the loopback network. Returns the socket, -1 when nobody listens.
-int connectTo(int port, const std::string &from = "127.0.0.1");
-
-// Sends bytes and returns all that comes back until the connection ends. With hangUp, the client also
-// ends its sending side after the bytes.
-std::string talk(int port, const std::string &bytes, const std::string &from = "127.0.0.1",
-                 bool hangUp = false);
 
 // Returns <n:operation>children</n:operation> in an envelope of SOAP 1.1 or 1.2.
 std::string envelope(const std::string &operation, const std::string &children = "",
