@@ -73,34 +73,14 @@ static void forget(void *block)
         now.inUse -= malloc_usable_size(block);
 }
 
+static bool mustFail()
+{
+    return false;
+}
+
+#include "allocator.h"
+
 extern "C" {
-
-void *__libc_malloc(std::size_t size);
-void *__libc_calloc(std::size_t count, std::size_t size);
-void *__libc_realloc(void *block, std::size_t size);
-void __libc_free(void *block);
-
-WS_EXPORT void *malloc(std::size_t size) noexcept
-{
-    return counted(__libc_malloc(size), size);
-}
-
-WS_EXPORT void *calloc(std::size_t count, std::size_t size) noexcept
-{
-    return counted(__libc_calloc(count, size), count * size);
-}
-
-WS_EXPORT void *realloc(void *block, std::size_t size) noexcept
-{
-    forget(block);
-    return counted(__libc_realloc(block, size), size);
-}
-
-WS_EXPORT void free(void *block) noexcept
-{
-    forget(block);
-    __libc_free(block);
-}
 
 // Gives the service thread a painted stack of exactly the size that it asks for, and puts a guard
 // page below it.

@@ -77,9 +77,11 @@ static int verify(const char *, const char *password, char *sessionId)
 static int listNames(const char *, char ***names)
 {
     const int count = 2;
+    hostAllocates = true;
     *names = static_cast<char **>(calloc(count, sizeof **names));
     for (int i = 0; i < count; ++i)
         (*names)[i] = strdup("operator");
+    hostAllocates = false;
     return count;
 }
 

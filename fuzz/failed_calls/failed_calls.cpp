@@ -44,13 +44,12 @@ struct Control {
     std::atomic<std::size_t> inUse;   // bytes that the service thread has allocated and not freed
 };
 
-static Control *control = nullptr;              // null: nothing is counted and nothing fails
-static thread_local bool serving = false;       // this thread is the service's
-static thread_local bool hostAllocates = false; // what a host does without memory is its own affair
+static Control *control = nullptr;        // null: nothing is counted and nothing fails
+static thread_local bool serving = false; // this thread is the service's
 
 static bool mustFail()
 {
-    if (!serving || hostAllocates)
+    if (!serving || hostAllocates) // what a host does without memory is its own affair
         return false;
     const unsigned long number = ++control->count, first = control->first;
     if (first == 0 || number < first || (number > first && !control->allAfter))
@@ -59,7 +58,7 @@ static bool mustFail()
     return true;
 }
 
-static void *counted(void *block)
+static void *counted(void *block, std::size_t)
 {
     if (serving && block != nullptr)
         control->inUse += malloc_usable_size(block);
@@ -72,37 +71,9 @@ static void forget(void *block)
         control->inUse -= malloc_usable_size(block);
 }
 
-// They win over those of the library, also where the C library itself allocates (fdopen, opendir).
+#include "allocator.h"
+
 extern "C" {
-
-void *__libc_malloc(std::size_t size);
-void *__libc_calloc(std::size_t count, std::size_t size);
-void *__libc_realloc(void *block, std::size_t size);
-void __libc_free(void *block);
-
-WS_EXPORT void *malloc(std::size_t size) noexcept
-{
-    return mustFail() ? nullptr : counted(__libc_malloc(size));
-}
-
-WS_EXPORT void *calloc(std::size_t count, std::size_t size) noexcept
-{
-    return mustFail() ? nullptr : counted(__libc_calloc(count, size));
-}
-
-WS_EXPORT void *realloc(void *block, std::size_t size) noexcept
-{
-    if (mustFail())
-        return nullptr;
-    forget(block);
-    return counted(__libc_realloc(block, size));
-}
-
-WS_EXPORT void free(void *block) noexcept
-{
-    forget(block);
-    __libc_free(block);
-}
 
 // Only the service thread calls it, and with the listening socket alone when all clients are gone.
 WS_EXPORT int poll(struct pollfd *polled, nfds_t count, int milliseconds)
@@ -336,16 +307,6 @@ static bool runKind(Kind &kind, const std::vector<Kind> &kinds, unsigned long st
     return good;
 }
 
-static int (*listNames)(const char *, char ***) = nullptr;
-
-static int listWithoutFailures(const char *session, char ***names)
-{
-    hostAllocates = true;
-    const int count = listNames(session, names);
-    hostAllocates = false;
-    return count;
-}
-
 int main(int argc, char **argv)
 {
     if (argc != 3 || atoi(argv[2]) < 1)
@@ -367,11 +328,6 @@ int main(int argc, char **argv)
         fail("mmap");
     control = new (memory) Control{};
     installHost();
-    listNames = pgf_ws_getUsersList;
-    pgf_ws_getUsersList = pgf_ws_getRolesList = pgf_ws_getLockedUsers = listWithoutFailures;
-    pgf_ws_getRolesListByUser = [](const char *session, const char *, char ***names) {
-        return listWithoutFailures(session, names);
-    };
     std::vector<Kind> kinds = makeKinds(sim + "/requests");
     bool good = true;
     for (Kind &kind : kinds)
