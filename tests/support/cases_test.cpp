@@ -80,7 +80,6 @@ TEST(CaseRunner, KnowsEveryWordOfASoapCase)
         {"getRTU -> returns 512Q | return 512Q", "no expectation: \"returns\""},
         {"getRTU ; given silent -> return 512Q", "no operation: \"given\""},
         {"getRTU -> return 512Q | no return", "expects not exactly one of return"},
-        {"getRTU -> return 512Q | fault x", "expects not exactly one of return"},
         {"getRTU -> return 512Q | return 512Q", "expected twice: \"return\""},
         {"getRTU -> return 512Q | detail x", "a detail without a fault"},
         {"fnPutS -> fault x | quiet x", "a quiet fault beside a sent one"},
@@ -95,21 +94,14 @@ TEST(CaseRunner, KnowsEveryWordOfASoapCase)
 TEST(CaseRunner, LooksAtEveryExpectationOfASoapCase)
 {
     static const WrongLines ROWS[] = {
-        {"getRTU -> return 512", FIRST "return: expected \"<return>512</return>\""},
         {"getRTU ; fnPut -> return 512Q", "fnPut: " FIRST "return: expected"},
-        {"getRTU -> fault x", FIRST "fault: expected \"x\", got \"(none)\""},
         {"getRTU -> return 512Q | quiet x", FIRST "quiet: expected \"x\", got \"\""},
         {"getRTU -> return 512Q | asks 0", FIRST "level asked: expected \"0\", got \"-1\""},
-        {"getRTU -> return 512Q | calls f()", FIRST "calls: expected \"f()\", got \"\""},
         {"fnPut -> return 0", FIRST "calls: expected \"\", got \"fnPut(null,null,null,null)\""},
         {"fnPutS -> return", FIRST "return: expected \"<return/>\", got \"(none)\""},
         {"fnPutS -> fault x", FIRST "fault: expected \"x\", got \"WebServer Error: Invalid"},
         {"fnPutS -> " FAULT " | detail x", FIRST "detail: expected \"x\", got \"ns__fnPutS\""},
         {"fnPutS -> " FAULT, FIRST "detail: expected \"(none)\", got \"ns__fnPutS\""},
-        {"fnPutS -> " FAULT " | detail ns__fnPutS | asks 50",
-         FIRST "level asked: expected \"50\", got \"200\""},
-        {"fnPutS -> " FAULT " | detail ns__fnPutS | calls f()",
-         FIRST "calls: expected \"f()\", got \"\""},
         {"fnPut -> return 0 | level 50 | calls fnPut(null,null,null,null)",
          FIRST "level asked: expected \"50\", got \"200\""},
         {"fnPut arg=x -> return 0 | needs all | calls fnPut(null,null,null,x)",
@@ -125,7 +117,6 @@ TEST(CaseRunner, KnowsEveryWordOfAWebCase)
 {
     static const WrongLines ROWS[] = {
         {"GTE /x.css -> nothing", "no such word: \"GTE /x.css\""},
-        {"login ann -> nothing", "takes one word: \"\""},
         {"logout ann -> nothing", "takes nothing: \"ann\""},
         {"GET / -> nothing -> nothing", "more than one ->"},
         {"GET / -> nothing at all", "takes nothing: \"at all\""},
@@ -135,7 +126,6 @@ TEST(CaseRunner, KnowsEveryWordOfAWebCase)
         {"GET / -> has \\t", "a backslash without r or n"},
         {"GET / -> nothing\nsession 0", "no such word: \"session 0\""},
         {"GET / ; sessions 0 -> nothing", "no such word: \"sessions 0\""},
-        {"GET / -> nothing\ncalls", "takes a text"},
         {"GET / -> nothing\nclient 10.0.0.1", "no loopback address: \"10.0.0.1\""},
         {"GET / -> nothing\nfile /etc/motd x", "no path in /mnt: \"/etc/motd\""},
         {"GET / -> nothing\nheader {id}", "neither {TEXT*NUMBER} nor"}};
@@ -153,7 +143,6 @@ TEST(CaseRunner, LooksAtEveryExpectationOfAWebCase)
         {INDEX "200 text/css x", "expected 200 text/css, got \"HTTP/1.1 200 OK"},
         {INDEX "200 text/html", "body: expected \"\", got \"x\""},
         {INDEX "200 text/html xy", "body: expected \"xy\", got \"x\""},
-        {INDEX "200 text/html @/mnt/none", "cannot read /mnt/none"},
         {INDEX "has yy", "expected \"yy\" in \"HTTP/1.1 200 OK"},
         {INDEX "raw x", "reply: expected \"x\", got \"HTTP/1.1 200 OK"},
         {INDEX "relogin is", "body: expected \"<html>"},

@@ -83,31 +83,29 @@ void FakeHost::write(char severity, const std::string &line)
 bool waitFor(const std::function<bool()> &condition)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
+    for (; !condition(); std::this_thread::sleep_for(std::chrono::milliseconds(2)))
         if (std::chrono::steady_clock::now() > end)
             return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
     return true;
 }
 
-static std::string call(const char *function, std::initializer_list<const char *> arguments)
+static std::string shown(const char *text)
 {
-    std::string text;
-    for (const char *argument : arguments)
-        text += std::string(",") + (argument == nullptr ? "null" : argument);
-    return std::string(function) + "(" + text.erase(0, 1) + ")";
+    return text == nullptr ? "null" : text;
 }
 
-static std::string number(long value)
+static std::string shown(long number)
 {
-    return std::to_string(value);
+    return std::to_string(number);
 }
 
-static int recorded(const char *function, std::initializer_list<const char *> arguments)
+template <typename... Arguments>
+static int recorded(const char *function, const Arguments &...arguments)
 {
     const int status = host().status; // first: a test may end as soon as it sees the call
-    host().record(call(function, arguments));
+    std::string text;
+    ((text += "," + shown(arguments)), ...);
+    host().record(std::string(function) + "(" + text.erase(0, 1) + ")");
     return status;
 }
 
@@ -124,12 +122,12 @@ static int handOver(char ***list)
 // A hook that lists, or sets, records its own name.
 #define LIST_HOOK(name)                                                                            \
     [](const char *cookie, char ***names) {                                                        \
-        recorded(name, {cookie});                                                                  \
+        recorded(name, cookie);                                                                    \
         return handOver(names);                                                                    \
     }
 #define SET_HOOK(name)                                                                             \
     [](const char *cookie, const char *user, const char *value) {                                  \
-        return recorded(name, {cookie, user, value});                                              \
+        return recorded(name, cookie, user, value);                                                \
     }
 
 void installSecurityHooks()
@@ -140,34 +138,30 @@ void installSecurityHooks()
     pgf_ws_getRolesList = LIST_HOOK("roles");
     pgf_ws_getLockedUsers = LIST_HOOK("locked");
     pgf_ws_getRolesListByUser = [](const char *cookie, const char *user, char ***names) {
-        recorded("rolesOf", {cookie, user});
+        recorded("rolesOf", cookie, user);
         return handOver(names);
     };
     pgf_ws_setUserRoles = SET_HOOK("setRoles");
     pgf_ws_setUserPassword = SET_HOOK("setPassword");
     pgf_ws_setUserLock = [](const char *cookie, const char *user, int lock) {
-        return recorded("setLock", {cookie, user, number(lock).c_str()});
+        return recorded("setLock", cookie, user, lock);
     };
-    pgf_ws_getUserLockState = [](const char *, const char *) { return recorded("lockState", {}); };
+    pgf_ws_getUserLockState = [](const char *, const char *) { return recorded("lockState"); };
     pgf_getSessionStatus = [](const char *id) {
-        recorded("sessionStatus", {id});
+        recorded("sessionStatus", id);
         return host().sessionStatus;
     };
-    pgf_closeSession = [](const char *id, struct soap *) { return recorded("closeSession", {id}); };
+    pgf_closeSession = [](const char *id, struct soap *) { return recorded("closeSession", id); };
     pgf_appUserVerify = appUserVerify;
 }
 
 void removeSecurityHooks()
 {
-    pgf_ws_getUsersList = pgf_ws_getRolesList = pgf_ws_getLockedUsers = nullptr;
-    pgf_ws_getRolesListByUser = nullptr;
-    pgf_ws_setUserRoles = pgf_ws_setUserPassword = nullptr;
-    pgf_ws_setUserLock = nullptr;
-    pgf_ws_getUserLockState = nullptr;
-    pgf_getAuthorization = nullptr;
-    pgf_getSessionStatus = nullptr;
-    pgf_closeSession = nullptr;
-    pgf_appUserVerify = nullptr;
+    const auto remove = [](auto &...hooks) { ((hooks = nullptr), ...); };
+    remove(pgf_ws_getUsersList, pgf_ws_getRolesList, pgf_ws_getLockedUsers,
+           pgf_ws_getRolesListByUser, pgf_ws_setUserRoles, pgf_ws_setUserPassword,
+           pgf_ws_setUserLock, pgf_ws_getUserLockState, pgf_getAuthorization, pgf_getSessionStatus,
+           pgf_closeSession, pgf_appUserVerify);
 }
 
 // As a host writes: with a terminator where there is room, and nothing when it is silent.
@@ -184,11 +178,11 @@ static void writeText(char *to, const std::string &text, std::size_t size)
     host().write(level, line);
 }
 
-// Defines a host function that only records its call and answers the status.
-#define DEFINE_RECORDED(name, parameters, ...)                                                     \
-    int name parameters                                                                            \
+// Defines a host function of one expression.
+#define DEFINE(type, name, parameters, ...)                                                        \
+    type name parameters                                                                           \
     {                                                                                              \
-        return recorded(#name, __VA_ARGS__);                                                       \
+        return __VA_ARGS__;                                                                        \
     }
 
 #define DEFINE_LOG(name, level)                                                                    \
@@ -208,22 +202,23 @@ DEFINE_LOG(sLogErr, 'E')
 
 using Text = const char *;
 
-DEFINE_RECORDED(x_krunchData, (Text type, Text name, Text value), {type, name, value})
-DEFINE_RECORDED(x_krunchDataQuality, (Text type, Text name, Text value, Text flags),
-                {type, name, value, flags})
-DEFINE_RECORDED(x_blockPoint, (Text type, Text name, int onOff),
-                {type, name, number(onOff).c_str()})
-DEFINE_RECORDED(fnPut, (Text container, Text object, Text function, Text argument),
-                {container, object, function, argument})
-DEFINE_RECORDED(thmSetTime, (const struct timespec *time, int option),
-                {number(time->tv_sec).c_str(), number(time->tv_nsec).c_str(),
-                 number(option).c_str()})
-DEFINE_RECORDED(usrReboot, (), {})
+DEFINE(int, x_krunchData, (Text type, Text name, Text value), recorded(__func__, type, name, value))
+DEFINE(int, x_krunchDataQuality, (Text type, Text name, Text value, Text flags),
+       recorded(__func__, type, name, value, flags))
+DEFINE(int, x_blockPoint, (Text type, Text name, int onOff), recorded(__func__, type, name, onOff))
+DEFINE(int, fnPut, (Text container, Text object, Text function, Text argument),
+       recorded(__func__, container, object, function, argument))
+DEFINE(int, thmSetTime, (const struct timespec *time, int option),
+       recorded(__func__, time->tv_sec, time->tv_nsec, option))
+DEFINE(int, usrReboot, (void), recorded(__func__))
+DEFINE(uint32_t, sysCnt1mlsg, (void), host().milliseconds)
+DEFINE(int, thmIsInit, (void), host().timeModule)
+DEFINE(int, thmGetActiveTimeSource, (void), host().timeSource)
 
 int x_readData(Text type, Text name, Text format, char *text)
 {
     const std::size_t mostThatAHostMayWrite = 312;
-    recorded(__func__, {type, name, format});
+    recorded(__func__, type, name, format);
     if (host().onRead)
         return host().onRead(text);
     if (strcmp(name, "silent") != 0)
@@ -234,8 +229,7 @@ int x_readData(Text type, Text name, Text format, char *text)
 int fnPutS(Text container, Text object, Text function, Text argument, char *answer, int size,
            int timeout)
 {
-    recorded(__func__, {container, object, function, argument, number(size).c_str(),
-                        number(timeout).c_str()});
+    recorded(__func__, container, object, function, argument, size, timeout);
     writeText(answer, host().answer, static_cast<std::size_t>(size));
     return host().answerStatus;
 }
@@ -248,15 +242,10 @@ int coreDbShowVer(const char **text)
 
 int appUserVerify(Text user, Text password, char *sessionId)
 {
-    recorded(__func__, {user, password, sessionId == nullptr ? "local" : "host"});
+    recorded(__func__, user, password, sessionId == nullptr ? "local" : "host");
     if (sessionId != nullptr)
         std::copy(host().sessionId.begin(), host().sessionId.end(), sessionId);
     return host().level;
-}
-
-uint32_t sysCnt1mlsg(void)
-{
-    return host().milliseconds;
 }
 
 int baselineShowVer(const char **text)
@@ -264,15 +253,5 @@ int baselineShowVer(const char **text)
     if (!host().silent)
         *text = "baseline <&> 1";
     return 0;
-}
-
-int thmIsInit(void)
-{
-    return host().timeModule;
-}
-
-int thmGetActiveTimeSource(void)
-{
-    return host().timeSource;
 }
 }

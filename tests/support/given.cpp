@@ -8,26 +8,20 @@
 
 using Change = std::function<void(FakeHost &)>;
 
-template <typename Number> static auto sets(Number FakeHost::*member)
+template <typename Value> static auto sets(Value FakeHost::*member)
 {
     return [member](const std::string &text) -> Change {
-        const auto value = toNumber<Number>(text);
-        return [=](FakeHost &fake) { fake.*member = value; };
-    };
-}
-
-template <typename Text> static auto setsText(Text FakeHost::*member)
-{
-    return [member](const std::string &text) -> Change {
-        return [=](FakeHost &fake) { fake.*member = text; };
+        if constexpr (std::is_arithmetic_v<Value>)
+            return [=, value = toNumber<Value>(text)](FakeHost &fake) { fake.*member = value; };
+        else
+            return [=](FakeHost &fake) { fake.*member = text; };
     };
 }
 
 static auto setsGlobal(int *global)
 {
     return [global](const std::string &text) -> Change {
-        const int value = toNumber<int>(text);
-        return [=](FakeHost &) { *global = value; };
+        return [global, value = toNumber<int>(text)](FakeHost &) { *global = value; };
     };
 }
 
@@ -35,13 +29,13 @@ using Names = std::map<std::string, std::function<Change(const std::string &valu
 
 static const Names &valueNames()
 {
-    static const Names names = {{"answer", setsText(&FakeHost::answer)},
+    static const Names names = {{"answer", sets(&FakeHost::answer)},
                                 {"answerStatus", sets(&FakeHost::answerStatus)},
-                                {"coreDb", setsText(&FakeHost::coreDbVersion)},
+                                {"coreDb", sets(&FakeHost::coreDbVersion)},
                                 {"count", sets(&FakeHost::namesCount)},
                                 {"csEnabled", setsGlobal(&g_csEnabled)},
                                 {"highLevel", setsGlobal(&g_highLevel)},
-                                {"id", setsText(&FakeHost::sessionId)},
+                                {"id", sets(&FakeHost::sessionId)},
                                 {"level", sets(&FakeHost::level)},
                                 {"ms", sets(&FakeHost::milliseconds)},
                                 {"names",
@@ -50,7 +44,7 @@ static const Names &valueNames()
                                  }},
                                 {"no memory", sets(&FakeHost::refusedBytes)},
                                 {"now", sets(&FakeHost::now)},
-                                {"point", setsText(&FakeHost::point)},
+                                {"point", sets(&FakeHost::point)},
                                 {"read", sets(&FakeHost::readResult)},
                                 {"remote", setsGlobal(&g_webRemote)},
                                 {"sessionStatus", sets(&FakeHost::sessionStatus)},
