@@ -4,8 +4,6 @@
 #include <sstream>
 #include <stdsoap2.h>
 
-#include "core/config.h"
-#include "core/serve_loop.h"
 #include "gsoap/context.h"
 #include "http/cookies.h"
 #include "session/session_table.h"
@@ -20,10 +18,8 @@ protected:
 
     RequestHeaders()
     {
-        setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
-        readConfiguration();
         initContext(soap.get());
-        openService(soap.get());
+        openOnFreePort(soap.get());
     }
 
     ~RequestHeaders() override { releaseContext(soap.get()); }

@@ -6,6 +6,7 @@
 #include <soapH.h>
 
 #include "http/cookies.h"
+#include "net/slow_client.h"
 #include "support/fake_host.h"
 #include "support/wire.h"
 
@@ -20,10 +21,14 @@ static std::size_t allocatedBytes()
     return mallinfo2().uordblks;
 }
 
-TEST(Gsoap, GivesPagesOfOtherOriginsNoPermission)
-{
+class Gsoap : public testing::Test {
+protected:
     FakeHost fake;
     const Service service;
+};
+
+TEST_F(Gsoap, GivesPagesOfOtherOriginsNoPermission)
+{
     const std::string origin = "Origin: http://elsewhere\r\n";
     EXPECT_THAT(service.post(envelope("getRTU"), origin), HasSubstr("512Q"));
     const std::string asks = "OPTIONS / HTTP/1.1\r\nAccess-Control-Request-Method: POST\r\n";
@@ -33,10 +38,8 @@ TEST(Gsoap, GivesPagesOfOtherOriginsNoPermission)
         EXPECT_THAT(reply, testing::Not(HasSubstr("Access-Control-Allow-Origin")));
 }
 
-TEST(Gsoap, HangsUpOnWhatIsNotARequestAndOnWhatCostsTooMuch)
+TEST_F(Gsoap, HangsUpOnWhatIsNotARequestAndOnWhatCostsTooMuch)
 {
-    FakeHost fake;
-    const Service service;
     EXPECT_EQ("",
               talk(service.port(), "HTTP/1.1 302 Found\r\nContent-Length: 1900000000\r\n\r\nA"));
     EXPECT_EQ("", talk(service.port(), "x\r\n\r\n" + envelope("getRTU")));
@@ -57,11 +60,8 @@ TEST(Gsoap, HangsUpOnWhatIsNotARequestAndOnWhatCostsTooMuch)
 }
 
 // gSOAP would need all of the stack for the nested ones, and minutes for the references.
-
-TEST(Gsoap, SkipsElementsThatAreNotFieldsHoweverTheyNestAndRefer)
+TEST_F(Gsoap, SkipsElementsThatAreNotFieldsHoweverTheyNestAndRefer)
 {
-    FakeHost fake;
-    const Service service;
     const std::string spaces = " xmlns:d='http://www.w3.org/2001/XMLSchema'"
                                " xmlns:c='http://www.w3.org/2003/05/soap-encoding'";
     const auto begin = std::chrono::steady_clock::now();
@@ -88,58 +88,51 @@ TEST(Gsoap, SkipsElementsThatAreNotFieldsHoweverTheyNestAndRefer)
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
 }
 
-TEST(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
+TEST_F(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
 {
-    FakeHost fake;
-    Service service;
     fake.cpuSecondsPerLook = 1;
     // From the second receive on the time is looked at before every 4096 bytes.
-    const std::string four = envelope("fnPut", "<arg>" + std::string(15000, 'x') + "</arg>"),
-                      five = envelope("fnPut", "<arg>" + std::string(18000, 'x') + "</arg>");
+    const auto put = [](std::size_t bytes) {
+        return envelope("fnPut", "<arg>" + std::string(bytes, 'x') + "</arg>");
+    };
+    const std::string four = put(15000), five = put(18000);
     EXPECT_THAT(service.post(four), HasSubstr("200 OK"));
     EXPECT_EQ("", service.post(five));
     fake.cpuSecondsPerLook = 0;
     EXPECT_THAT(service.post(five), HasSubstr("200 OK"));
     fake.forgetCalls();
-    const std::string form =
-        "POST /x HTTP/1.1\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: ";
+    const std::string form = "POST /x HTTP/1.1\r\n" + FORM + "Content-Length: ";
     for (const char *length : {"18446744073709551615", "2147483648", "1"}) // the last one is read
         talk(service.port(), form + length + "\r\n\r\nx", "127.0.0.1", true);
     EXPECT_LT(fake.largestPiece, 1U << 20);
-    const std::size_t header = 96, // counts as well
-        rest = (16U << 20) - header - envelope("fnPut", "<arg></arg>").size();
-    std::string arg = "<arg>" + std::string(rest, 'x') + "</arg>";
-    EXPECT_THAT(service.post(envelope("fnPut", arg)), HasSubstr("200 OK"));
+    const std::size_t header = 96; // counts as well
+    const std::size_t rest = (16U << 20) - header - put(0).size();
+    EXPECT_THAT(service.post(put(rest)), HasSubstr("200 OK"));
     fake.forgetCalls();
-    arg.insert(5, "x");
-    EXPECT_THAT(service.post(envelope("fnPut", arg)), testing::Not(HasSubstr("200 OK")));
+    EXPECT_THAT(service.post(put(rest + 1)), testing::Not(HasSubstr("200 OK")));
     EXPECT_TRUE(fake.calls().empty());
     EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
 }
 
 // Records what a gate finds in the context of a request.
-
 static int describeRequest(struct soap *soap, int)
 {
-    const char *cookie = sessionCookie(soap);
-    const char *header = soap->header == nullptr ? nullptr : soap->header->Authentication;
-    const char *user = soap->userid;
-    const char *origin = soap->origin;
-    host().record(std::string(cookie == nullptr ? "-" : cookie) + " "
-                  + (header == nullptr ? "-" : header) + " " + (user == nullptr ? "-" : user) + " "
-                  + (origin == nullptr ? "-" : origin) + " " + soap->path);
+    std::string found;
+    for (const char *text : {sessionCookie(soap),
+                             static_cast<const char *>(
+                                 soap->header == nullptr ? nullptr : soap->header->Authentication),
+                             soap->userid, soap->origin})
+        found += std::string(text == nullptr ? "-" : text) + " ";
+    host().record(found + soap->path);
     return 4;
 }
 
-TEST(Gsoap, LeavesNothingOfARequestToTheNextOne)
+TEST_F(Gsoap, LeavesNothingOfARequestToTheNextOne)
 {
-    FakeHost fake;
-    pgf_parseAuth = describeRequest;
-    Service service;
-    const std::string asks = envelope("thmGetInfo");
+    __atomic_store_n(&pgf_parseAuth, &describeRequest, __ATOMIC_RELEASE);
+    const std::string asks = envelope("thmGetInfo"), known = "secret token user page /";
     const std::string headers = "Authorization: Basic dXNlcjpwdw==\r\nOrigin: page\r\n"
                                 "Cookie: a=b; SESSIONID=secret; $Path=/x; $Domain=d\r\n";
-    const std::string known = "secret token user page /";
     const auto servesStrangers = [&] {
         service.post(envelope("thmGetInfo", "", false, "<Authentication>token</Authentication>"),
                      headers);

@@ -1,5 +1,4 @@
 // tests/net/bounds_test.cpp: what happens at each bound of all connections together. The clock is the test's.
-#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -43,10 +42,6 @@ static int closedOne(const std::vector<SlowClient> &clients)
 TEST_F(Bounds, AFullTableDropsTheSilentThenTheSlowest)
 {
     const std::vector<SlowClient> clients = slowClients(MAX_CONNECTIONS, port);
-    const auto keepBusy = [&](std::size_t slow) {
-        for (std::size_t i = 0; i < clients.size(); ++i)
-            clients[i].send(i == slow ? "A" : "ABCDEF");
-    };
     skipTime(3000);
     for (std::size_t i = 0; i < clients.size(); ++i)
         if (i != 7)
@@ -56,7 +51,8 @@ TEST_F(Bounds, AFullTableDropsTheSilentThenTheSlowest)
     const SlowClient full(port); // in its place
     skipTime(3000);
     full.send("GGGG");
-    keepBusy(9);
+    for (std::size_t i = 0; i < clients.size(); ++i)
+        clients[i].send(i == 9 ? "A" : "ABCDEF");
     expectServes(port);
     EXPECT_FALSE(clients[9].isOpen());
     EXPECT_TRUE(clients[8].isOpen() && clients[10].isOpen() && full.isOpen());
@@ -122,12 +118,10 @@ TEST_F(Bounds, OneLargeRequestArrivesAtATimeAndASlowOneGivesWay)
 TEST_F(Bounds, TooManyParkedBytesDropThoseWhoHaveTakenNothingForLongest)
 {
     const std::size_t size = 2 << 20;
-    std::filesystem::create_directories("/mnt/bf/webFiles");
     std::ofstream("/mnt/bf/webFiles/file.png") << std::string(size, 'f');
     // gSOAP sends a header back.
-    const std::string token(400000, 't'),
-        element = "<Authentication>" + token + "</Authentication>";
-    const std::string echoed = httpPost("", envelope("getRTU", "", false, element));
+    const std::string token = "<Authentication>" + std::string(400000, 't') + "</Authentication>";
+    const std::string echoed = httpPost("", envelope("getRTU", "", false, token));
     const std::size_t whole = talk(port, echoed).size();
     EXPECT_GT(whole, token.size());
     const SlowClient file(port, "GET /file.png HTTP/1.1\r\n\r\n");

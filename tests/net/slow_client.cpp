@@ -11,6 +11,8 @@
 #include "support/wire.h"
 
 const std::string FORM = "Content-Type: application/x-www-form-urlencoded\r\n";
+const std::string READ = envelope(
+    "coreDbReadData", "<inputType>analog</inputType><inputName>A</inputName><inputFormat/>");
 
 SlowClient::SlowClient(int port, const std::string &bytes, const std::string &from)
     : socket_(connectTo(port, from))
@@ -31,11 +33,6 @@ SlowClient::~SlowClient()
 void SlowClient::send(const std::string &bytes) const
 {
     ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-}
-
-void SlowClient::hangUp() const
-{
-    shutdown(socket_, SHUT_WR);
 }
 
 bool SlowClient::isOpen() const

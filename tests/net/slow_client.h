@@ -17,7 +17,6 @@ public:
 
     int socket() const { return socket_; }
     void send(const std::string &bytes) const;
-    void hangUp() const; // its sending side
 
     bool isOpen() const; // nothing has come, and the service has not closed it
 
@@ -29,6 +28,7 @@ std::vector<SlowClient> slowClients(std::size_t count, int port, const std::stri
 
 std::string httpPost(const std::string &header, const std::string &body);
 extern const std::string FORM; // the header line of a form's type
+extern const std::string READ; // an envelope that reads one analog point
 
 // The service has seen all that was sent before, and what the clock has made due.
 void expectServes(int port);

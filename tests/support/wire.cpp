@@ -5,7 +5,17 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
+#include "core/config.h"
+#include "core/serve_loop.h"
 #include "support/fake_host.h"
+
+struct soap *openOnFreePort(struct soap *soap)
+{
+    setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
+    readConfiguration();
+    EXPECT_NE(-1, openService(soap));
+    return soap;
+}
 
 Service::Service(int port) : port_(port)
 {

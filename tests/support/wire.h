@@ -20,6 +20,9 @@ public:
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
 
+// Opens the service with this context on a free port, without its thread. Returns the context.
+struct soap *openOnFreePort(struct soap *soap);
+
 // Returns <n:operation>children</n:operation> in an envelope of SOAP 1.1 or 1.2.
 std::string envelope(const std::string &operation, const std::string &children = "",
                      bool soap12 = false, const std::string &header = "");
