@@ -1,4 +1,5 @@
 // tests/core/serve_test.cpp: the service over a real socket: bind, serve, close, and start again.
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
@@ -29,13 +30,11 @@ using testing::HasSubstr;
 // Returns true when no thread has the name of the service thread.
 static bool ended()
 {
-    for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return std::none_of(begin(tasks), end(tasks), [](const auto &task) {
         std::string name;
-        std::ifstream(task.path() / "comm") >> name;
-        if (name == "webServer")
-            return false;
-    }
-    return true;
+        return std::ifstream(task.path() / "comm") >> name && name == "webServer";
+    });
 }
 
 struct BadAddress {
@@ -161,21 +160,19 @@ TEST(Accept, FailuresAreLoggedUnlessTheServiceIsBeingClosed)
     serveConnection(soap);
     EXPECT_EQ("W webServer: Server timed out (timeout set to -1000 seconds)\n", fake.log());
     soap->accept_timeout = 0;
-    const auto accepts = soap->faccept;
+    static const auto accepts = soap->faccept;
     // Errors, and whether each is logged; 0: a connection is accepted.
     static const std::pair<int, bool> ATTEMPTS[] = {
         {EMFILE, true}, {EMFILE, false}, {ENFILE, false}, {ENOBUFS, false},
         {EPERM, true},  {ENOMEM, false}, {0, true},       {0, false},
         {ENOMEM, true}, {0, true},       {EPERM, true},   {EPERM, true}};
     static int error;
+    soap->faccept = [](struct soap *context, SOAP_SOCKET master, struct sockaddr *from, int *size) {
+        errno = error;
+        return error == 0 ? accepts(context, master, from, size) : SOAP_INVALID_SOCKET;
+    };
     for (const auto &[attempt, logged] : ATTEMPTS) {
         error = attempt;
-        soap->faccept = [](struct soap *, SOAP_SOCKET, struct sockaddr *, int *) {
-            errno = error;
-            return SOAP_INVALID_SOCKET;
-        };
-        if (error == 0)
-            soap->faccept = accepts;
         std::string expected = fake.log();
         if (logged)
             expected += error == 0 ? "I webServer: connections are accepted again\n"

@@ -118,10 +118,8 @@ TEST_F(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
 static int describeRequest(struct soap *soap, int)
 {
     std::string found;
-    for (const char *text : {sessionCookie(soap),
-                             static_cast<const char *>(
-                                 soap->header == nullptr ? nullptr : soap->header->Authentication),
-                             soap->userid, soap->origin})
+    const char *header = soap->header == nullptr ? nullptr : soap->header->Authentication;
+    for (const char *text : {sessionCookie(soap), header, soap->userid, soap->origin})
         found += std::string(text == nullptr ? "-" : text) + " ";
     host().record(found + soap->path);
     return 4;
