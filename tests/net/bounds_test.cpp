@@ -115,6 +115,16 @@ TEST_F(Bounds, OneLargeRequestArrivesAtATimeAndASlowOneGivesWay)
     expectServes(port);
 }
 
+// Neither does the kernel take much for this client.
+static SlowClient clientThatTakesLittle(int port, const std::string &request)
+{
+    SlowClient client(port);
+    const int little = 8192;
+    setsockopt(client.socket(), SOL_SOCKET, SO_RCVBUF, &little, sizeof little);
+    client.send(request);
+    return client;
+}
+
 TEST_F(Bounds, TooManyParkedBytesDropThoseWhoHaveTakenNothingForLongest)
 {
     const std::size_t size = 2 << 20;
@@ -124,14 +134,11 @@ TEST_F(Bounds, TooManyParkedBytesDropThoseWhoHaveTakenNothingForLongest)
     const std::string echoed = httpPost("", envelope("getRTU", "", false, token));
     const std::size_t whole = talk(port, echoed).size();
     EXPECT_GT(whole, token.size());
-    const SlowClient file(port, "GET /file.png HTTP/1.1\r\n\r\n");
+    const SlowClient file = clientThatTakesLittle(port, "GET /file.png HTTP/1.1\r\n\r\n");
     pass(500);
     std::vector<SlowClient> clients;
     for (std::size_t i = 0; i < 2 * MAX_PARKED_BYTES / whole; ++i) {
-        clients.emplace_back(port);
-        const int little = 8192; // that the kernel takes for the client
-        setsockopt(clients.back().socket(), SOL_SOCKET, SO_RCVBUF, &little, sizeof little);
-        clients.back().send(echoed);
+        clients.push_back(clientThatTakesLittle(port, echoed));
         pass(1);
     }
     EXPECT_LT(clients.front().rest().size(), whole);
