@@ -52,7 +52,8 @@ int ns__coreDbReadMultData(struct soap *soap, char *, char *names, char *, int *
 
 static int sendFile(struct soap *soap)
 {
-    const std::string path = std::string(getenv("WEB_DIR")) + (soap->path + 1);
+    const char *folder = getenv("WEB_DIR");
+    const std::string path = std::string(folder == nullptr ? "" : folder) + (soap->path + 1);
     FILE *file = fopen(path.c_str(), "rb");
     if (file == nullptr)
         return SOAP_GET_METHOD;

@@ -35,7 +35,7 @@ static const std::size_t PAGE_BYTES = 4096;
 static const unsigned SETTLE_MICROSECONDS = 50000; // for the service to forget a request
 // Twice the largest request, once as it has arrived and once as gSOAP holds it, and the headers that
 // gSOAP puts between the blocks of a chunked form.
-static const std::size_t LARGEST_PEAK_BYTES = 34 * 1024 * 1024;
+static const std::size_t LARGEST_PEAK_BYTES = std::size_t{34} * 1024 * 1024;
 static const unsigned char PAINT = 0xA5;
 static const std::size_t OWN_FRAMES = 1024; // accept4() below must not paint its own frame
 

@@ -8,8 +8,8 @@
 
 #include "webServer.h"
 
-static const std::size_t LONG_FORM_BYTES = 0x200000;       // long enough to make the library trim
-static const std::size_t LARGEST_BYTES = 16 * 1024 * 1024; // of a body that is served
+static const std::size_t LONG_FORM_BYTES = 0x200000; // long enough to make the library trim
+static const std::size_t LARGEST_BYTES = std::size_t{16} * 1024 * 1024; // of a body that is served
 static const std::size_t LARGEST_ENVELOPE_BYTES = LARGEST_BYTES - 4096; // here the header counts
 static const int MOST_POINTS = 1000;
 

@@ -146,7 +146,7 @@ static std::string ask(const std::string &request)
         startUnit();
     const unsigned long before = control->rests;
     alarm(REPLY_TIMEOUT_SECONDS);
-    const std::string reply = talk(PORT, request);
+    std::string reply = talk(PORT, request);
     while (unitLives() && control->rests == before)
         usleep(POLL_MICROSECONDS);
     alarm(0);

@@ -83,8 +83,8 @@ TEST_F(Bounds, OneLargeRequestArrivesAtATimeAndASlowOneGivesWay)
     const SlowClient first(port, largeForm(part));
     expectServes(port);
     const SlowClient second(port, largeForm(part).substr(0, LARGE_REQUEST_BYTES));
-    const int seconds = 65;
-    for (int i = 0; i < seconds; ++i) { // fast enough to keep the place
+    const std::size_t seconds = 65;
+    for (std::size_t i = 0; i < seconds; ++i) { // fast enough to keep the place
         first.send(std::string(9000, 'x'));
         expectServes(port);
         pass(1000);

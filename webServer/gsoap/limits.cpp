@@ -6,6 +6,8 @@
 #include <ctime>
 #include <stdsoap2.h>
 
+#include "base/units.h"
+
 // Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
 // processor time of a request is capped as well.
 static constexpr double MAX_RECEIVE_CPU_SECONDS = 2; // from the second receive on
@@ -16,7 +18,7 @@ static constexpr std::size_t LOOK_BYTES = 4096;      // received between two che
 static constexpr int MAX_ATTRIBUTE_NAMES = 1000;
 
 // The memory that a shorter request has used is not worth giving back to the system.
-static constexpr std::size_t LONG_REQUEST_BYTES = 1024 * 1024;
+static constexpr std::size_t LONG_REQUEST_BYTES = MIB;
 
 // What has been received of the request that is being served. Service thread only.
 struct Progress {

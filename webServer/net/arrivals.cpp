@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <climits>
 
-static constexpr std::size_t MOST_AT_ONCE = 16 * 1024; // then other clients have their turn
+static constexpr std::size_t MOST_AT_ONCE = 16 * KIB; // then other clients have their turn
 static constexpr char CONTINUE[] = "HTTP/1.1 100 Continue\r\n\r\n";
 
 static const Connection *large; // in the one place for large requests; null: it is free

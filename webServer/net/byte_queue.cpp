@@ -10,7 +10,7 @@
 // The first blocks come from the heap. Beyond so many bytes they are pages of their own, which go back to the
 // system when they are read: gSOAP may collect the bytes of a large request meanwhile, and the heap would keep
 // both. For shorter requests the system calls would cost more than the copy.
-static constexpr std::size_t MORE_BYTES = 64 * 1024;
+static constexpr std::size_t MORE_BYTES = 64 * KIB;
 
 struct ByteQueue::Block { // and after it, its bytes
     Block *next;
@@ -21,15 +21,19 @@ struct ByteQueue::Block { // and after it, its bytes
     char *bytes() { return reinterpret_cast<char *>(this + 1); }
 };
 
+static void *newPages(std::size_t size)
+{
+    const int flags = MAP_PRIVATE | MAP_ANONYMOUS;
+    void *pages = mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, -1, 0);
+    return pages == MAP_FAILED ? nullptr : pages;
+}
+
 ByteQueue::Block *ByteQueue::makeBlock(bool isPages)
 {
     const std::size_t size = isPages ? MORE_BYTES : BLOCK_BYTES;
-    void *memory =
-        isPages ? mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
-                : malloc(size);
-    if (memory == nullptr || memory == MAP_FAILED)
+    auto *block = static_cast<Block *>(isPages ? newPages(size) : malloc(size));
+    if (block == nullptr)
         return nullptr;
-    auto *block = static_cast<Block *>(memory);
     block->next = nullptr;
     block->begin = block->end = 0;
     block->size = size - sizeof *block;

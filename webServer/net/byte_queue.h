@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+#include "base/units.h"
+
 class ByteQueue {
     struct Block;
     Block *first_ = nullptr;
@@ -15,7 +17,7 @@ class ByteQueue {
 public:
     // Small enough that a connection with half a header costs little, large enough that an ordinary
     // request takes one.
-    static constexpr std::size_t BLOCK_BYTES = 8 * 1024;
+    static constexpr std::size_t BLOCK_BYTES = 8 * KIB;
 
     ByteQueue() = default; // clear() frees what it holds; nothing does so by itself
     ByteQueue(const ByteQueue &) = delete;

@@ -12,10 +12,10 @@
 // Never waits. What is sent waits in the kernel for more, or for the shutdown that follows the reply, so
 // that the last bytes and the end of the connection leave together.
 static constexpr int SEND_FLAGS = MSG_DONTWAIT | MSG_NOSIGNAL | MSG_MORE;
-static constexpr std::size_t MOST_AT_ONCE = 256 * 1024; // then other clients have their turn
+static constexpr std::size_t MOST_AT_ONCE = 256 * KIB; // then other clients have their turn
 // Up to this size, and where the kernel cannot send from the file, a part is read and sent: sendfile costs
 // more to set up than so few bytes to copy.
-static constexpr std::size_t COPY_BYTES = 16 * 1024;
+static constexpr std::size_t COPY_BYTES = 16 * KIB;
 
 static bool wouldWait(ssize_t result)
 {

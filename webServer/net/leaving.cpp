@@ -1,7 +1,7 @@
 // net/leaving.cpp: replies that leave as their clients take them.
 #include "net/leaving.h"
 
-static constexpr std::size_t MAX_DROPPED_BYTES = 256 * 1024; // read at a connection's end
+static constexpr std::size_t MAX_DROPPED_BYTES = 256 * KIB; // read at a connection's end
 
 // Ends a connection whose reply has left. Bytes that nobody has read would make the kernel reset the
 // connection, and the client might lose the reply.

@@ -4,17 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 
-constexpr uint64_t MAX_REQUEST_BYTES = 16 * 1024 * 1024; // of a body
+#include "base/units.h"
+
+constexpr uint64_t MAX_REQUEST_BYTES = 16 * MIB; // of a body
 // With its header and the lines between its chunks; a request that is longer is refused.
-constexpr std::size_t MAX_RECEIVED_BYTES = MAX_REQUEST_BYTES + 2 * 1024 * 1024;
+constexpr std::size_t MAX_RECEIVED_BYTES = MAX_REQUEST_BYTES + 2 * MIB;
 
 // A request beyond this size needs the one place for large requests.
-constexpr std::size_t LARGE_REQUEST_BYTES = 256 * 1024;
+constexpr std::size_t LARGE_REQUEST_BYTES = 256 * KIB;
 // At least so fast, while another one waits for the place.
-constexpr std::size_t LARGE_REQUEST_BYTES_PER_SECOND = 8 * 1024;
-constexpr int LARGE_REQUEST_TRIAL_MS = 5 * 1000;           // before its speed counts
-constexpr std::size_t MAX_WAITING_BYTES = 3 * 1024 * 1024; // of all other arriving requests
-constexpr std::size_t MAX_PARKED_BYTES = 4 * 1024 * 1024;  // of all replies that are leaving
+constexpr std::size_t LARGE_REQUEST_BYTES_PER_SECOND = 8 * KIB;
+constexpr int LARGE_REQUEST_TRIAL_MS = 5 * 1000;   // before its speed counts
+constexpr std::size_t MAX_WAITING_BYTES = 3 * MIB; // of all other arriving requests
+constexpr std::size_t MAX_PARKED_BYTES = 4 * MIB;  // of all replies that are leaving
 constexpr int MAX_FILES_LEAVING =
     64; // open files of those replies; beyond, files are sent as bytes
 
