@@ -38,16 +38,16 @@ public:
     int level = 50;        // of the credential check
     std::string sessionId; // that it writes, without a terminator
     int sessionStatus = 0;
-    uint32_t milliseconds = 0;         // of sysCnt1mlsg
-    int strdups = -1;                  // that succeed before one fails; negative: all
-    std::size_t refusedBytes = 0;      // a request for exactly so much memory fails
-    int createError = 0;               // of pthread_create; 0: it works
-    int detachError = 0;               // of pthread_detach, which works all the same
-    bool noTime = false;               // mktime fails
-    int cpuSecondsPerLook = -1;        // that each reading adds; negative: the real time
-    std::atomic<int> sendfileError{0}; // of sendfile; 0: it works
-    time_t now = 0;                    // of the real-time clock; 0: the machine's
-    std::vector<std::string> names;    // of the list hooks; "" stands for a null entry
+    uint32_t milliseconds = 0;              // of sysCnt1mlsg
+    int strdups = -1;                       // that succeed before one fails; negative: all
+    std::size_t refusedBytes = 0;           // a request for exactly so much memory fails
+    int createError = 0;                    // of pthread_create; 0: it works
+    int detachError = 0;                    // of pthread_detach, which works all the same
+    bool noTime = false;                    // mktime fails
+    std::atomic<int> cpuSecondsPerLook{-1}; // that each reading adds; negative: the real time
+    std::atomic<int> sendfileError{0};      // of sendfile; 0: it works
+    time_t now = 0;                         // of the real-time clock; 0: the machine's
+    std::vector<std::string> names;         // of the list hooks; "" stands for a null entry
     int namesCount = 0;
 
     // What the library did.

@@ -67,8 +67,10 @@ void expireLargePlace(Milliseconds now)
     const Milliseconds elapsed = now - trialSince;
     if (large == nullptr || large->stage != ARRIVING || elapsed < LARGE_REQUEST_TRIAL_MS)
         return;
-    const uint64_t needed = static_cast<uint64_t>(elapsed) * LARGE_REQUEST_BYTES_PER_SECOND / 1000;
-    if (large->received - trialBytesBefore < needed && anyoneWaitsForPlace()) {
+    // In thousandths, since the unit's processor has no division of 64 bits.
+    const uint64_t brought = uint64_t{large->received - trialBytesBefore} * 1000;
+    const uint64_t needed = static_cast<uint64_t>(elapsed) * LARGE_REQUEST_BYTES_PER_SECOND;
+    if (brought < needed && anyoneWaitsForPlace()) {
         dropConnection(&connections[large - connections]);
         return;
     }
