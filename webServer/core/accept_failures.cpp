@@ -1,7 +1,6 @@
 // core/accept_failures.cpp: logs connections that could not be accepted.
 #include "core/accept_failures.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <stdsoap2.h>
 
@@ -11,11 +10,6 @@
 
 // A lack of descriptors or memory has been logged and has not ended. Service thread only.
 static bool shortageLogged;
-
-static bool isShortage(int error)
-{
-    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
-}
 
 void forgetAcceptFailures()
 {

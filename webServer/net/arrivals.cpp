@@ -62,6 +62,11 @@ Milliseconds largePlaceDeadline()
                : LLONG_MAX;
 }
 
+void passOverService(Milliseconds duration)
+{
+    trialSince += duration;
+}
+
 void expireLargePlace(Milliseconds now)
 {
     const Milliseconds elapsed = now - trialSince;
@@ -91,7 +96,7 @@ void leaveReady(const Connection *connection)
 }
 
 // Keeps the bytes of all requests but the large one within MAX_WAITING_BYTES: those whose clients have been
-// silent for longest give way. The connection itself goes last.
+// silent for longest give way. The connection itself stays.
 static void makeRoom(Connection *connection)
 {
     std::size_t waiting = 0;

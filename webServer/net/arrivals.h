@@ -25,5 +25,8 @@ void leaveReady(const Connection *connection);
 // Returns when expireLargePlace may have something to do.
 Milliseconds largePlaceDeadline();
 
+// Keeps the time of a service, in which nothing is received, out of the large request's speed.
+void passOverService(Milliseconds duration);
+
 // Drops the connection in the place for large requests if another one waits for it and it is too slow.
 void expireLargePlace(Milliseconds now);

@@ -12,10 +12,12 @@
 #include "net/leaving.h"
 #include "net/newcomers.h"
 
-static constexpr Milliseconds OVER_AGAIN_MS = 100; // for a caller that goes on all the same
+// A caller that goes on after the end of the service is slowed down to one call in this time.
+static constexpr Milliseconds END_REPEAT_MS = 100;
 
 static Connection *served;
-static Milliseconds serviceIsOver; // not to be said before
+static Milliseconds servedSince;
+static Milliseconds endReportedFrom; // nextConnection() reports the end of the service from then on
 
 // The service closes: those who have sent nothing go at once.
 static void dropSilent()
@@ -94,7 +96,7 @@ static Connection *nextReady()
 void openConnections(int listener)
 {
     openNewcomers(listener);
-    serviceIsOver = 0;
+    endReportedFrom = 0;
 }
 
 // Makes it the connection that is served. Returns its socket.
@@ -104,6 +106,7 @@ static int serve(Connection *ready, struct sockaddr *address, int *addressSize)
     leaveReady(ready);
     ready->stage = SERVED;
     served = ready;
+    servedSince = monotonicNow();
     *addressSize = std::min(*addressSize, static_cast<int>(ready->clientSize));
     memcpy(address, &ready->client, static_cast<std::size_t>(*addressSize));
     return ready->socket;
@@ -116,7 +119,7 @@ int nextConnection(struct sockaddr *address, int *addressSize)
     for (;;) {
         const bool over = newcomersAreRefused() && !requestsAreArriving();
         bool newcomers = false;
-        waitAndProceed(over ? serviceIsOver : LLONG_MAX, &newcomers);
+        waitAndProceed(over ? endReportedFrom : LLONG_MAX, &newcomers);
         if (newcomers && !acceptNewcomer()) {
             if (errno != EINVAL)
                 return -1;
@@ -125,8 +128,8 @@ int nextConnection(struct sockaddr *address, int *addressSize)
         }
         if (Connection *ready = nextReady())
             return serve(ready, address, addressSize);
-        if (newcomersAreRefused() && !requestsAreArriving() && monotonicNow() >= serviceIsOver) {
-            serviceIsOver = monotonicNow() + OVER_AGAIN_MS;
+        if (newcomersAreRefused() && !requestsAreArriving() && monotonicNow() >= endReportedFrom) {
+            endReportedFrom = monotonicNow() + END_REPEAT_MS;
             errno = EINVAL;
             return -1;
         }
@@ -181,6 +184,7 @@ void releaseConnection()
     connection->request.clear();
     connection->stage = LEAVING;
     const Milliseconds now = monotonicNow();
+    passOverService(now - servedSince);
     connection->lastByte = now;
     depart(connection, now);
 }

@@ -19,6 +19,9 @@ int nextConnection(struct sockaddr *address, int *addressSize);
 // Returns true when the last attempt to accept has failed.
 bool acceptHasFailed();
 
+// Returns true for an errno that says that descriptors or memory are lacking.
+bool isShortage(int error);
+
 // Reads from the request that is served. Returns 0 when all that has arrived is read. Never waits.
 std::size_t readRequest(char *to, std::size_t size);
 

@@ -101,7 +101,7 @@ static Connection *dropped(Connection *connection)
     return connection;
 }
 
-static bool lacksRoom(int error)
+bool isShortage(int error)
 {
     return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
@@ -125,7 +125,7 @@ bool acceptNewcomer()
         return true; // all are ready to be served; the kernel keeps the newcomer
     int socket = acceptInto(slot);
     // Once: if that does not help, nobody else must go.
-    if (socket < 0 && lacksRoom(errno) && dropped(chosenToGiveWay(now)) != nullptr)
+    if (socket < 0 && isShortage(errno) && dropped(chosenToGiveWay(now)) != nullptr)
         socket = acceptInto(slot);
     acceptFailed = socket < 0 && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
     if (acceptFailed)
