@@ -9,6 +9,12 @@
 extern "C" int safe_sprintf(char *buf, int size, const char *fmt, ...)
     __attribute__((format(printf, 3, 4)));
 
+// Returns true for spaces and control characters, which gSOAP passes over as white space.
+inline bool isSpaceOrControl(char character)
+{
+    return static_cast<unsigned char>(character) <= ' ';
+}
+
 // Returns how many bytes of a text to keep so that at most limit are left and no UTF-8 character is
 // split.
 std::size_t fittingBytes(std::string_view text, std::size_t limit);

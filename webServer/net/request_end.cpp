@@ -7,15 +7,11 @@
 #include <cstring>
 #include <strings.h>
 
+#include "base/text.h"
 #include "net/limits.h"
 
 static constexpr std::size_t MAX_HEADER_LINE = 8190; // gSOAP refuses longer ones
 static constexpr std::size_t MAX_SIZE_DIGITS = 16;   // of a chunk; gSOAP refuses more
-
-static bool isSpace(char character)
-{
-    return static_cast<unsigned char>(character) <= ' ';
-}
 
 static bool isBlank(char character)
 {
@@ -46,10 +42,10 @@ static char *valueOf(char *line, const char *name)
     if (strncasecmp(line, name, length) != 0 || line[length] != ':')
         return nullptr;
     char *value = line + length + 1;
-    while (*value != '\0' && isSpace(*value))
+    while (*value != '\0' && isSpaceOrControl(*value))
         ++value;
     char *last = value + strlen(value) - 1;
-    while (last > value && isSpace(*last))
+    while (last > value && isSpaceOrControl(*last))
         --last;
     if (last > value && *value == '"' && *last == '"') {
         ++value;
@@ -111,7 +107,7 @@ std::size_t RequestEnd::step(const char *data, std::size_t size)
     const char character = *data;
     switch (state_) {
     case START: // gSOAP skips spaces before the method, and refuses all that is not a letter
-        if (isSpace(character))
+        if (isSpaceOrControl(character))
             return 1;
         state_ = isalpha(static_cast<unsigned char>(character)) != 0 ? LINE : COMPLETE;
         return 0;

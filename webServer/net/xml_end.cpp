@@ -3,12 +3,9 @@
 
 #include <cstring>
 
-static constexpr char BYTE_ORDER_MARK = '\xEF'; // the first byte of UTF-8's
+#include "base/text.h"
 
-static bool isSpace(char character)
-{
-    return static_cast<unsigned char>(character) <= ' ';
-}
+static constexpr char BYTE_ORDER_MARK = '\xEF'; // the first byte of UTF-8's
 
 void XmlEnd::passOver(Closes closes)
 {
@@ -41,7 +38,7 @@ void XmlEnd::see(char character)
 {
     switch (state_) {
     case BEFORE:
-        if (!isSpace(character))
+        if (!isSpaceOrControl(character))
             state_ = character == '<' ? OPEN : character == BYTE_ORDER_MARK ? TEXT : ENDED;
         break;
     case TEXT:
