@@ -22,7 +22,7 @@ static constexpr std::size_t LONG_REQUEST_BYTES = MIB;
 
 // What has been received of the request that is being served. Service thread only.
 struct Progress {
-    double cpuSecondsAtStart; // 0: nothing has been received yet
+    double cpuSecondsAtStart; // at the second receive; 0 before it
     std::size_t bytes;
     bool sawText;      // something other than white space has come
     bool lastWasEmpty; // the last attempt to receive gave nothing
@@ -48,17 +48,11 @@ static bool hasTooManyAttributes(const struct soap *soap)
     return names > MAX_ATTRIBUTE_NAMES;
 }
 
-// A short request is received in one piece, so it needs no look at the clock, which costs a system call.
-static bool isOverLimit(const struct soap *soap)
+static bool isOverLimit(const struct soap *soap, double cpuSeconds)
 {
-    if (progress.bytes == 0)
-        return false;
-    const double now = threadCpuSeconds();
-    if (progress.cpuSecondsAtStart == 0)
-        progress.cpuSecondsAtStart = now;
     // gSOAP's recv_maxlength does not count the lines between chunks.
     return progress.bytes > MAX_RECEIVED_BYTES || hasTooManyAttributes(soap)
-           || now - progress.cpuSecondsAtStart > MAX_RECEIVE_CPU_SECONDS;
+           || cpuSeconds - progress.cpuSecondsAtStart > MAX_RECEIVE_CPU_SECONDS;
 }
 
 static const char *skipSpace(const char *text, const char *end)
@@ -94,8 +88,12 @@ static int parseRequest(struct soap *soap)
 // request, once a limit is passed or when the first character cannot be HTTP.
 static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 {
+    // A short request is received at once, and needs no look at the clock, which costs a system call.
+    const double cpuSeconds = progress.bytes == 0 ? 0 : threadCpuSeconds();
+    if (progress.cpuSecondsAtStart == 0)
+        progress.cpuSecondsAtStart = cpuSeconds;
     const std::size_t length =
-        isOverLimit(soap) ? 0 : receive(soap, to, std::min(size, LOOK_BYTES));
+        isOverLimit(soap, cpuSeconds) ? 0 : receive(soap, to, std::min(size, LOOK_BYTES));
     progress.bytes += length;
     progress.lastWasEmpty = length == 0;
     if (progress.sawText)

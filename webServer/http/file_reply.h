@@ -6,8 +6,7 @@
 struct soap;
 
 class FileReply {
-    static constexpr int MAX_FILES =
-        8; // that one reply holds open; a host needs descriptors as well
+    static constexpr int MAX_FILES = 8; // open in one reply; the host needs descriptors as well
 
     FilePart parts_[MAX_FILES];
     int count_ = 0;

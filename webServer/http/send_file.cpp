@@ -55,14 +55,13 @@ static DIR *openFolder(struct soap *soap, const char *directory)
     return folder;
 }
 
-// Calls use(path) for every entry whose name contains nameFilter, until it returns false. Returns false
-// when there is no such folder.
+// Calls use(path) for every entry whose name contains nameFilter, until it returns false.
 template <typename Use>
-static bool forEachEntry(struct soap *soap, const char *directory, const char *nameFilter, Use use)
+static void forEachEntry(struct soap *soap, const char *directory, const char *nameFilter, Use use)
 {
     DIR *folder = openFolder(soap, directory);
     if (folder == nullptr)
-        return false;
+        return;
     while (const struct dirent *entry = readdir(folder)) {
         const char *name = entry->d_name;
         if (strcmp(name, ".") == 0 || strcmp(name, "..") == 0
@@ -74,7 +73,6 @@ static bool forEachEntry(struct soap *soap, const char *directory, const char *n
             break;
     }
     closedir(folder);
-    return true;
 }
 
 int copy_folder(struct soap *soap, const char *directory, const char *nameFilter)
@@ -89,8 +87,8 @@ int copy_folder(struct soap *soap, const char *directory, const char *nameFilter
     return result;
 }
 
-// Sends a folder's files without a copy in memory. Returns false, and sends nothing, when they are too
-// many for that.
+// Sends a folder's files without a copy in memory, or fails with the context's error. Returns false, and
+// sends nothing, when they are too many for that.
 static bool sendFolderFiles(struct soap *soap, const char *contentType, const char *directory,
                             const char *nameFilter)
 {
@@ -102,8 +100,8 @@ static bool sendFolderFiles(struct soap *soap, const char *contentType, const ch
         return descriptor != -1 && fits;
     });
     if (soap->error == SOAP_EOM)
-        return endReply(soap) != SOAP_OK;
-    if (fits)
+        endReply(soap);
+    else if (fits)
         reply.send(soap, contentType);
     return fits;
 }

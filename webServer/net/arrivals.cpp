@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <climits>
 
-static constexpr std::size_t MOST_AT_ONCE = 16 * KIB; // then other clients have their turn
+static constexpr std::size_t MOST_BYTES_AT_ONCE = 16 * KIB; // then other clients have their turn
 static constexpr char CONTINUE[] = "HTTP/1.1 100 Continue\r\n\r\n";
 
 static const Connection *large; // in the one place for large requests; null: it is free
@@ -135,7 +135,7 @@ static void take(Connection *connection, const char *bytes, std::size_t count, M
 void receiveFrom(Connection *connection, Milliseconds now)
 {
     std::size_t total = 0;
-    while (connection->stage == ARRIVING && mayReceive(*connection) && total < MOST_AT_ONCE) {
+    while (connection->stage == ARRIVING && mayReceive(*connection) && total < MOST_BYTES_AT_ONCE) {
         std::size_t room;
         char *to = connection->request.room(&room);
         if (to == nullptr) {

@@ -12,7 +12,7 @@
 // Never waits. What is sent waits in the kernel for more, or for the shutdown that follows the reply, so
 // that the last bytes and the end of the connection leave together.
 static constexpr int SEND_FLAGS = MSG_DONTWAIT | MSG_NOSIGNAL | MSG_MORE;
-static constexpr std::size_t MOST_AT_ONCE = 256 * KIB; // then other clients have their turn
+static constexpr std::size_t MOST_BYTES_AT_ONCE = 256 * KIB; // then other clients have their turn
 // Up to this size, and where the kernel cannot send from the file, a part is read and sent: sendfile costs
 // more to set up than so few bytes to copy.
 static constexpr std::size_t COPY_BYTES = 16 * KIB;
@@ -76,7 +76,8 @@ static ssize_t copyFile(int socket, const FilePart &file, std::size_t count)
 // client then sees that the reply is shorter than announced.
 std::size_t Departure::sendFile(int socket, FilePart *file)
 {
-    const auto count = static_cast<std::size_t>(std::min<uint64_t>(file->length, MOST_AT_ONCE));
+    const auto count =
+        static_cast<std::size_t>(std::min<uint64_t>(file->length, MOST_BYTES_AT_ONCE));
     auto offset = static_cast<off_t>(file->offset);
     ssize_t sent = -1;
     const bool small = count <= COPY_BYTES;
@@ -99,7 +100,7 @@ std::size_t Departure::sendFile(int socket, FilePart *file)
 std::size_t Departure::proceed(int socket)
 {
     std::size_t total = 0;
-    while (!isEmpty() && total < MOST_AT_ONCE) {
+    while (!isEmpty() && total < MOST_BYTES_AT_ONCE) {
         const std::size_t sent =
             bytes_.size() > 0 ? sendBytes(socket) : sendFile(socket, files_ + nextFile_);
         if (sent == 0)

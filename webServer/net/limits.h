@@ -17,8 +17,7 @@ constexpr std::size_t LARGE_REQUEST_BYTES_PER_SECOND = 8 * KIB;
 constexpr int LARGE_REQUEST_TRIAL_MS = 5 * 1000;   // before its speed counts
 constexpr std::size_t MAX_WAITING_BYTES = 3 * MIB; // of all other arriving requests
 constexpr std::size_t MAX_PARKED_BYTES = 4 * MIB;  // of all replies that are leaving
-constexpr int MAX_FILES_LEAVING =
-    64; // open files of those replies; beyond, files are sent as bytes
+constexpr int MAX_FILES_LEAVING = 64; // open in those replies; further files are sent as bytes
 
 // More than the 200 of a usual attack tool, and few enough for the descriptors of a small process.
 constexpr int MAX_CONNECTIONS = 256;

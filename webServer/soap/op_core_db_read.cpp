@@ -10,8 +10,8 @@
 
 static constexpr std::size_t SINGLE_READ_SIZE = 1024;
 static constexpr std::size_t MULTI_READ_SIZE = 312; // promised to hosts, for one point's text
-static constexpr std::size_t MULTI_READ_PER_POINT =
-    64; // bytes of the reply; what does not fit is cut
+// Bytes of the reply for each point, on average; what does not fit is cut.
+static constexpr std::size_t MULTI_READ_PER_POINT = 64;
 static constexpr int MAX_POINTS = 1000;
 
 enum ReadResult { READ = 0, NOT_FOUND = 1, READ_ERROR = 2, NO_SUCH_TYPE = 3 };
