@@ -30,9 +30,11 @@ static const char *const NOTES =
            (from from to to in seconds, then again), walk (a random step every seconds), toggle
            (from for seconds, then to) or constant, the default. A constant point has "value"
            (default 0) in place of the three numbers; commands and set points are always
-           constant. unit (at most 12 bytes) and text are for people. A name has 1 to 60 of
-           A-Z, a-z, 0-9, _, . and -. A type has at most 1000 points. When the unit starts, it
-           lists its points for the pages in flash/cfgFiles/points.xml.
+           constant. A name has 1 to 60 of A-Z, a-z, 0-9, _, . and -. A type has at most 1000
+           points. When the unit starts, it lists its points for the pages in
+           flash/cfgFiles/points.xml, with the texts that people see: group (the bay), unit (at
+           most 12 bytes), text, states (the words for the values 0, 1, ... of a status:
+           "open|closed"), alarm (the word that is an alarm), button (what a command does).
 Statuses   Read: 1 no such point, 2 unknown format, 3 no such type. Force and block: 2 no such
            type, 3 no such point, 4 bad value, 5 bad flags.
 Functions  fnPutS and fnPut call, on any object: coreDb getLR; coreDb setLR (L local, R remote,

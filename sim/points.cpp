@@ -27,6 +27,9 @@ static const double MAX_SECONDS = 1e9;
 
 static const mode_t LIST_MODE = 0644;
 
+// What the pages show of a point. The unit itself does not use these texts.
+static const char *const SHOWN_FIELDS[] = {"group", "unit", "text", "states", "alarm", "button"};
+
 // By PointType and by Simulation.
 static const char *const TYPE_NAMES[] = {"status", "analog", "command", "setPoint"};
 static const char *const SIMULATION_NAMES[] = {"sine", "ramp", "walk", "toggle", "constant"};
@@ -68,6 +71,18 @@ double simulatedValue(const Point &point, double secondsUp)
     }
 }
 
+// Returns an XML attribute with a space before it, or an empty text if its value is empty.
+static std::string attribute(const char *name, const std::string &text)
+{
+    std::string escaped;
+    for (const char character : text)
+        if (strchr("&<>\"", character) == nullptr)
+            escaped += character;
+        else
+            escaped += "&#" + std::to_string(character) + ';';
+    return text.empty() ? "" : std::string(" ") + name + "=\"" + escaped + '"';
+}
+
 static void checkSimulation(const json &entry, const Point &point)
 {
     const bool moves = point.simulation != CONSTANT;
@@ -95,14 +110,15 @@ static Point toPoint(const json &entry)
     point.from = entry.value(point.simulation == CONSTANT ? "value" : "from", 0.0);
     point.to = entry.value("to", 0.0);
     point.seconds = entry.value("seconds", 0.0);
-    point.unit = textField(entry, "unit");
-    point.text = textField(entry, "text");
+    for (const char *field : SHOWN_FIELDS)
+        point.shown += attribute(field, textField(entry, field));
 
     require(point.type != NO_TYPE, R"("type" must be status, analog, command or setPoint)");
     require(!point.name.empty() && point.name.size() <= MAX_NAME_BYTES
                 && point.name.find_first_not_of(NAME_CHARACTERS) == std::string::npos,
             R"("name" must have 1 to 60 of A-Z, a-z, 0-9, "_", "." and "-")");
-    require(point.unit.size() <= MAX_UNIT_BYTES, R"("unit" must have at most 12 bytes)");
+    require(textField(entry, "unit").size() <= MAX_UNIT_BYTES,
+            R"("unit" must have at most 12 bytes)");
     require(point.simulation != NO_SIMULATION,
             R"("simulation" must be sine, ramp, walk, toggle or constant)");
     checkSimulation(entry, point);
@@ -113,30 +129,19 @@ std::vector<Point> readPoints(const std::string &path)
 {
     std::vector<Point> points;
     std::set<std::string> names[NO_TYPE]; // by PointType
-    readEntries(
-        path, {"type", "name", "simulation", "value", "from", "to", "seconds", "unit", "text"},
-        [&](const json &entry) {
-            const Point point = toPoint(entry);
-            std::set<std::string> &known = names[point.type];
-            require(known.insert(point.name).second,
-                    TYPE_NAMES[point.type] + (" " + point.name + " is there twice"));
-            require(known.size() <= MAX_POINTS_OF_A_TYPE, "more than 1000 points of a type");
-            points.push_back(point);
-        });
+    std::vector<std::string> fields = {"type", "name", "simulation", "value",
+                                       "from", "to",   "seconds"};
+    fields.insert(fields.end(), std::begin(SHOWN_FIELDS), std::end(SHOWN_FIELDS));
+    readEntries(path, fields, [&](const json &entry) {
+        const Point point = toPoint(entry);
+        std::set<std::string> &known = names[point.type];
+        require(known.insert(point.name).second,
+                TYPE_NAMES[point.type] + (" " + point.name + " is there twice"));
+        require(known.size() <= MAX_POINTS_OF_A_TYPE, "more than 1000 points of a type");
+        points.push_back(point);
+    });
     require(!points.empty(), path + ": no points");
     return points;
-}
-
-// Returns an XML attribute with a space before it, or an empty text if its value is empty.
-static std::string attribute(const char *name, const std::string &text)
-{
-    std::string escaped;
-    for (const char character : text)
-        if (strchr("&<>\"", character) == nullptr)
-            escaped += character;
-        else
-            escaped += "&#" + std::to_string(character) + ';';
-    return text.empty() ? "" : std::string(" ") + name + "=\"" + escaped + '"';
 }
 
 void writePointList(const std::string &path, const std::vector<Point> &points)
@@ -146,7 +151,6 @@ void writePointList(const std::string &path, const std::vector<Point> &points)
 )";
     for (const Point &point : points)
         list += "  <point" + attribute("type", TYPE_NAMES[point.type])
-                + attribute("name", point.name) + attribute("unit", point.unit)
-                + attribute("text", point.text) + "/>\n";
+                + attribute("name", point.name) + point.shown + "/>\n";
     replaceFile(path, list + "</points>\n", LIST_MODE);
 }

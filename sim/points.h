@@ -24,8 +24,7 @@ struct Point {
     double from;
     double to;
     double seconds;
-    std::string unit; // of measurement
-    std::string text; // for people
+    std::string shown; // texts for people, as XML attributes
 };
 
 PointType findType(const char *name); // returns NO_TYPE for an unknown name
@@ -39,7 +38,7 @@ double simulatedValue(const Point &point, double secondsUp);
 // Reads the points of the unit. Throws when the file cannot be read or is damaged.
 std::vector<Point> readPoints(const std::string &path);
 
-// Writes type, name, unit and text of the points as XML, for the unit's pages. Throws when the file
+// Writes type, name and texts of the points as XML, for the unit's pages. Throws when the file
 // cannot be written.
 void writePointList(const std::string &path, const std::vector<Point> &points);
 

@@ -5,6 +5,7 @@
 const pointList = (() => {
   const ADDRESS = '/cfgFiles/points.xml';
   const TYPES = ['status', 'analog', 'command', 'setPoint'];
+  const FIELDS = ['type', 'name', 'group', 'unit', 'text', 'states', 'alarm', 'button'];
   // The empty format gives every digit, as people need for values that they set. Measured values need few.
   const FORMATS = { analog: '%g' };
   const MAX_NAMES = 1000; // of one request
@@ -14,10 +15,10 @@ const pointList = (() => {
   // Returns the point that an element describes, or null if it describes none.
   function pointOf(element) {
     const text = name => element.getAttribute(name) || '';
-    const point = { type: text('type'), name: text('name'), unit: text('unit'), text: text('text') };
+    const point = Object.fromEntries(FIELDS.map(name => [name, text(name)]));
     if (!TYPES.includes(point.type) || !NAME.test(point.name))
       return null;
-    return { ...point, ...UNREAD, changed: '' };
+    return { ...point, states: point.states === '' ? [] : point.states.split('|'), ...UNREAD, changed: '' };
   }
 
   // Throws when the list cannot be used at all. Leaves out and counts single entries that cannot be used.
