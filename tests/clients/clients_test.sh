@@ -8,33 +8,9 @@ root=$(cd "$(dirname "$0")/../.." && pwd)
 examples=$root/examples/soap_clients
 operations=$(sed -n 's/^int ns__\([A-Za-z]*\)(.*/\1/p' "$root/webServer/soap/soapServ.gsoap")
 combinations="1.1_header 1.1_cookie 1.2_header 1.2_cookie"
-work=$(mktemp -d)
-pid=
-trap '[ -z "$pid" ] || kill -9 "$pid" 2>/dev/null; rm -rf "$work"' EXIT
-port=$((20000 + $$ % 9000))
-while (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); done
+. "$root/tests/support/unit.sh"
 address=http://127.0.0.1:$port
 
-fail() { echo "FAILED: $*"; tail -n 20 "$work"/*.log; exit 1; }
-ready() { # TIMES: waits until the unit has printed "Unit ready" this many times
-  for _ in $(seq 300); do
-    [ "$(grep -c 'Unit ready' "$work/unit.log")" -lt "$1" ] || return 0
-    sleep 0.05
-  done
-  fail "the unit is not ready"
-}
-start() {
-  rm -rf "$work"/{state,unit.log} # otherwise ready() would find the line of the last unit
-  touch "$work/unit.log"
-  "$private_mnt" "$sim" --port "$port" --state "$work/state" >"$work/unit.log" 2>&1 & pid=$!
-  ready 1
-}
-stop() { # the client's last call has restarted the unit, whose process stays the same
-  ready 2
-  kill -INT "$pid"
-  wait "$pid" || fail "the unit ended with status $?"
-  pid=
-}
 prepare() { # CLIENT: installs or builds what it needs; the unit runs
   case $1 in
     node) npm ci --no-audit --no-fund --prefix "$build/node" ;;
@@ -58,7 +34,9 @@ for client in $clients; do
   mkdir -p "$build/$client"
   cp "$examples/$client"/*.* "$build/$client"
   for combination in $combinations; do
-    start
+    rm -rf "$work/state"
+    start "$private_mnt" "$sim" --port "$port" --state "$work/state"
+    await 'Unit ready' 1
     [ "$combination" != 1.1_header ] || prepare "$client"
     output=$work/$client.$combination
     run "$client" "${combination%_*}" "${combination#*_}" >"$output" 2>"$work/client.log" \
@@ -67,7 +45,8 @@ for client in $clients; do
     for operation in $operations; do
       grep -q "^$operation " "$output" || fail "$client $combination does not call $operation"
     done
-    stop
+    await 'Unit ready' 2 # the client's last call has restarted the unit, whose process stays the same
+    stop INT
   done
 done
 
