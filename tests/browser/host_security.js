@@ -1,46 +1,15 @@
 // host_security.js: the pages of a unit with its own security module, which counts clients as remote.
 import assert from 'node:assert/strict';
-import { mkdir, mkdtemp, rm, writeFile } from 'node:fs/promises';
-import { tmpdir } from 'node:os';
+import { mkdir, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
-import { PASSWORD, Unit } from './support/unit.js';
-import { openBrowser, Visitor } from './support/visitor.js';
+import { test } from 'node:test';
+import { PASSWORD } from './support/unit.js';
+import { openUnit, Visitor } from './support/visitor.js';
 
 const ELSEWHERE = '127.0.0.2'; // another client of this machine
 const WRONG = /^Wrong user or password\.$/;
 
-let browser, unit;
-
-before(async () => {
-  browser = await openBrowser();
-  unit = await Unit.start(['--security', 'host', '--remote']);
-});
-
-after(async () => {
-  await browser.close();
-  await unit.stop();
-});
-
-// Defines a test with a new visitor. It fails when the browser reports an error.
-function visit(name, steps) {
-  test(name, async () => {
-    const visitor = await Visitor.meet(browser, unit);
-    await steps(visitor, visitor.page);
-    await visitor.leave();
-  });
-}
-
-// The same with a unit that only this test uses.
-function visitAnother(name, options, users, steps) {
-  test(name, async context => {
-    const another = await Unit.start(['--security', 'host', ...options], users);
-    context.after(() => another.stop());
-    const visitor = await Visitor.meet(browser, another);
-    await steps(visitor, another);
-    await visitor.leave();
-  });
-}
+const { unit, visit } = await openUnit('--security', 'host', '--remote');
 
 visit('a wrong password is reported, the fifth in a row with a warning', async (visitor, page) => {
   await page.goto('/');
@@ -105,54 +74,43 @@ visit('a command is refused while the unit is under local control', async visito
   await visitor.sees('#result', 'done');
 });
 
-visit('a configuration file is uploaded and read back', async visitor => {
+visit('a configuration file is uploaded and read back', async (visitor, page) => {
   await visitor.logIn('engineer');
   await visitor.openTab('files');
   const content = '<site name="Überlandwerk">\n  <bay/>\n</site>\n';
   await visitor.upload('site.xml', content);
-  await visitor.sees('#upload-outcome', 'reads back as sent');
-  await visitor.page.fill('#view-name', 'site.xml');
-  await visitor.page.click('#view-submit');
-  await visitor.sees('#file-content', 'Überlandwerk');
-  assert.equal(await visitor.page.textContent('#file-content'), content);
-  await visitor.upload('site.xml', '<site name="Smith &amp; Sons"/>');
-  await visitor.sees('#upload-outcome', 'contains "&"');
+  await visitor.view('site.xml', 'Überlandwerk');
+  assert.equal(await page.textContent('#file-content'), content);
+  await visitor.upload('site.xml', '<site name="Smith &amp; Sons"/>', 'contains "&"');
   await mkdir(join(unit.state, 'mnt/flash/cfgFiles/fixed.xml')); // cannot be written
-  await visitor.upload('fixed.xml', '<fixed/>');
-  await visitor.sees('#upload-outcome', 'NOT written');
+  await visitor.upload('fixed.xml', '<fixed/>', 'NOT written');
 });
 
-visit('an administrator takes roles, locks, and sets a password', async (visitor, page) => {
-  const viewer = page.locator('[data-user="viewer"]');
-  const act = action => viewer.locator(`[data-action="${action}"]`).click();
+visit('an administrator takes roles, locks, and sets a password', async visitor => {
+  const role = name => visitor.row(name).locator(`[data-role="${name.toUpperCase()}"]`);
   const refused = async (password, explanation) => {
-    const other = await Visitor.meet(browser, unit);
-    await other.page.goto('/');
-    await other.submitLogin('viewer', password);
-    await other.sees('#message', explanation);
+    const other = await Visitor.meet(visitor.context.browser(), unit);
+    await other.isRefused('viewer', password, explanation);
     await other.leave();
   };
   await visitor.logIn('admin');
   await visitor.openTab('users');
-  await viewer.locator('[data-role="VIEWER"]').uncheck();
-  await act('roles');
+  await role('viewer').uncheck();
+  await visitor.start('viewer', 'roles');
   await visitor.sees('#result', 'Roles of viewer: done');
   await refused('viewer', 'no right to use');
-  await viewer.locator('[data-role="VIEWER"]').check();
-  await act('roles');
-  await act('lock');
-  await visitor.sees(viewer, 'LOCKED');
+  await role('viewer').check();
+  await visitor.start('viewer', 'roles');
+  await visitor.start('viewer', 'lock');
+  await visitor.sees(visitor.row('viewer'), 'LOCKED');
   await refused('viewer', WRONG);
-  await act('unlock');
-  await visitor.sees(viewer, 'open');
-  await act('password');
-  await page.fill('#dialog-password', 'a new secret');
-  await page.fill('#dialog-repeated', 'a new secret');
-  await page.click('#dialog-confirm');
+  await visitor.start('viewer', 'unlock');
+  await visitor.sees(visitor.row('viewer'), 'open');
+  await visitor.act('viewer', 'password', { password: 'a new secret', repeated: 'a new secret' });
   await visitor.sees('#result', 'Password of viewer: done');
   await refused('viewer', WRONG);
-  await page.locator('[data-user="admin"] [data-role="ADMIN"]').uncheck();
-  await page.click('[data-user="admin"] [data-action="roles"]');
+  await role('admin').uncheck();
+  await visitor.start('admin', 'roles');
   await visitor.sees('#result', 'no administrator');
   await visitor.logOut();
   await visitor.logIn('viewer', 'a new secret');
@@ -167,7 +125,7 @@ visit('the clock is set, and the log shows it', async (visitor, page) => {
   await visitor.sees('#unit-version', /\d/);
   await visitor.openTab('log');
   await visitor.sees('#log-lines', 'clock: set');
-  await page.click('#tab-unit');
+  await visitor.openTab('unit');
   await page.click('#clock-pc');
   await visitor.sees('#unit-clock-difference', 'the same');
 });
@@ -206,37 +164,28 @@ visit('the unit reboots, and the page recovers', async (visitor, page) => {
 });
 
 const CROWD = ['anna', 'bert', 'cleo', 'dora', 'emil', 'fred'];
-visitAnother('a sixth login is refused', [], CROWD, async (visitor, crowded) => {
+visit('a sixth login is refused', async visitor => {
   for (const user of CROWD.slice(0, 5))
-    await crowded.logIn(user, PASSWORD);
-  await visitor.page.goto('/');
-  await visitor.submitLogin('fred', PASSWORD);
-  await visitor.sees('#message', 'Too many people');
-});
+    await visitor.unit.logIn(user, PASSWORD);
+  await visitor.isRefused('fred', PASSWORD, 'Too many people');
+}, { own: { users: CROWD } });
 
-visitAnother('the page reports that the service has stopped, and that it is back', [], undefined, async (visitor, stopped) => {
+visit('the page reports that the service has stopped, and that it is back', async visitor => {
   await visitor.logIn('viewer');
-  await stopped.end();
+  await visitor.unit.end();
   await visitor.sees('#banner', 'does not answer');
   await visitor.sees('#connection', 'No answer');
-  await stopped.begin(stopped.port);
+  await visitor.unit.begin(visitor.unit.port);
   await visitor.isSentToLogin('is', 'ended');
   const expected = /ERR_CONNECTION_REFUSED|ERR_EMPTY_RESPONSE|ERR_CONNECTION_RESET/;
   visitor.complaints = visitor.complaints.filter(what => !expected.test(what));
-});
+}, { own: {} });
 
 // A hostile unit's names and texts are shown as they are, and nothing in them runs.
 const EVIL = '<img/src=x/onerror=alert(1)>';
-test('texts are never markup', async context => {
-  const folder = await mkdtemp(join(tmpdir(), 'points-'));
-  const points = join(folder, 'points.json');
-  await writeFile(points, JSON.stringify([{ type: 'analog', name: 'A', unit: '<b>V</b>', text: EVIL }]));
-  const evil = await Unit.start(['--security', 'host', '--points', points], ['admin', EVIL]);
-  context.after(async () => {
-    await evil.stop();
-    await rm(folder, { recursive: true });
-  });
-  const visitor = await Visitor.meet(browser, evil);
+const POINTS = join(unit.state, 'evil_points.json');
+await writeFile(POINTS, JSON.stringify([{ type: 'analog', name: 'A', unit: '<b>V</b>', text: EVIL }]));
+visit('texts are never markup', async (visitor, page) => {
   await visitor.logIn('admin', PASSWORD);
   await visitor.sees('[data-cell="text"]', EVIL);
   await visitor.act('A', 'force', { value: '1', flags: 'TEST' });
@@ -244,15 +193,12 @@ test('texts are never markup', async context => {
   await visitor.sees('#users-rows', EVIL);
   await visitor.openTab('files');
   await visitor.upload('evil.xml', EVIL);
-  await visitor.page.fill('#view-name', 'evil.xml');
-  await visitor.page.click('#view-submit');
-  await visitor.sees('#file-content', EVIL);
-  await evil.logIn(EVIL, PASSWORD);
+  await visitor.view('evil.xml', EVIL);
+  await visitor.unit.logIn(EVIL, PASSWORD);
   await visitor.openTab('log');
   await visitor.sees('#log-lines', EVIL);
-  assert.equal(await visitor.page.locator('main img, main b').count(), 0);
-  await visitor.leave();
-});
+  assert.equal(await page.locator('main img, main b').count(), 0);
+}, { own: { options: ['--points', POINTS], users: ['admin', EVIL] } });
 
 visit('points are read by one request per type and cycle', async (visitor, page) => {
   const types = [];

@@ -1,10 +1,8 @@
 // looks.js: how the pages look: takes screenshots of every section, checks contrast and labels with
 // axe, and checks that no section is wider than its screen.
 import assert from 'node:assert/strict';
-import { after, before, test } from 'node:test';
 import axe from 'axe-core';
-import { Unit } from './support/unit.js';
-import { openBrowser, PANEL, PHONE, Visitor } from './support/visitor.js';
+import { openUnit } from './support/visitor.js';
 
 // By section, what must be there before it is looked at.
 const SECTIONS = {
@@ -15,56 +13,38 @@ const SECTIONS = {
   points: '[data-point="FDR1_IA"] path[d*="L55"]', // last: a line of five readings
 };
 const LOOKS = {
-  light: { viewport: PANEL, colorScheme: 'light' },
-  dark: { viewport: PANEL, colorScheme: 'dark' },
-  narrow: { viewport: PHONE, colorScheme: 'light' },
+  light: { colorScheme: 'light' },
+  dark: { colorScheme: 'dark' },
+  narrow: { colorScheme: 'light', viewport: { width: 375, height: 812 } }, // a phone
 };
 
-let browser, unit;
-
-before(async () => {
-  browser = await openBrowser();
-  unit = await Unit.start(['--security', 'host']);
-  await unit.call('coreDbBlockPoint', { inputType: 'status', inputName: 'BRK3_POS', onOff: 1 });
-});
-
-after(async () => {
-  await browser.close();
-  await unit.stop();
-});
+const { unit, visit } = await openUnit('--security', 'host');
+await unit.call('coreDbBlockPoint', { inputType: 'status', inputName: 'BRK3_POS', onOff: 1 });
 
 async function inspect(visitor, name) {
   await visitor.screenshot(name);
-  const found = await visitor.page.evaluate(async source => {
-    (0, eval)(source);
-    return {
-      width: document.documentElement.scrollWidth - window.innerWidth,
-      violations: (await window.axe.run()).violations,
-    };
-  }, axe.source);
-  const objections = found.violations.map(({ help, nodes }) =>
-    `${nodes.length} times: ${help}: ${nodes[0].html}`);
-  assert.deepEqual(objections, []);
-  assert.ok(found.width <= 0, `${name} is ${found.width} pixels wider than its screen`);
+  await visitor.page.evaluate(axe.source);
+  const violations = await visitor.page.evaluate(async () => (await window.axe.run()).violations);
+  assert.deepEqual(violations.map(({ help, nodes }) => `${nodes.length} times: ${help}: ${nodes[0].html}`), []);
+  const excess = await visitor.page.evaluate('document.documentElement.scrollWidth - window.innerWidth');
+  assert.ok(excess <= 0, `${name} is ${excess} pixels wider than its screen`);
 }
 
 for (const [look, options] of Object.entries(LOOKS))
-  test(look, async context => {
-    const visitor = await Visitor.meet(browser, unit, options);
-    await visitor.page.goto('/index.htm?u=nv', { waitUntil: 'networkidle' });
+  visit(look, async (visitor, page, context) => {
+    await page.goto('/index.htm?u=nv', { waitUntil: 'networkidle' });
     await context.test('login', () => inspect(visitor, `${look}-login`));
     await visitor.logIn('admin');
     await visitor.sees(visitor.cell('FDR1_IA', 'value'), /\d/);
-    await visitor.page.fill('#filter-text', 'feeder'); // of every type
+    await page.fill('#filter-text', 'feeder'); // of every type
     for (const [section, sign] of Object.entries(SECTIONS))
       await context.test(section, async () => {
         await visitor.openTab(section);
-        await visitor.page.locator(sign).first().waitFor();
+        await page.locator(sign).first().waitFor();
         await inspect(visitor, `${look}-${section}`);
       });
     await context.test('dialog', async () => {
-      await visitor.row('FDR1_I_LIMIT').locator('[data-action="set"]').click();
+      await visitor.start('FDR1_I_LIMIT', 'set');
       await inspect(visitor, `${look}-dialog`);
     });
-    await visitor.leave();
-  });
+  }, options);

@@ -6,6 +6,7 @@ import { request } from 'node:http';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
+import { text } from 'node:stream/consumers';
 
 const { SIM, PRIVATE_MNT } = process.env; // set by CTest
 const FIRST_PORT = 20000; // below those that the system hands out by itself
@@ -24,28 +25,25 @@ async function writeAccounts(state, users) {
   await writeFile(join(folder, 'accounts'), JSON.stringify(accounts));
 }
 
-// Ends a program that takes too long. Returns the function that stops the clock.
-function impatientWith(child) {
+// Waits for what a program does. Ends one that takes too long.
+function patiently(child, event) {
   const timer = setTimeout(() => child.kill('SIGKILL'), PATIENCE_MS);
-  return () => clearTimeout(timer);
+  return event.finally(() => clearTimeout(timer));
 }
 
-async function isReady(child) {
-  const relax = impatientWith(child);
+// Resolves to whether the unit gets ready before it ends.
+function isReady(child) {
   const lines = createInterface({ input: child.stdout });
-  const ready = await new Promise(resolve => {
+  return new Promise(resolve => {
     lines.on('line', line => line.startsWith('Unit ready') && resolve(true));
-    lines.on('close', () => resolve(false)); // the unit has ended
+    lines.on('close', () => resolve(false));
   });
-  relax();
-  return ready;
 }
 
-const base64 = text => encodeURIComponent(Buffer.from(text).toString('base64'));
+const base64 = value => encodeURIComponent(Buffer.from(value).toString('base64'));
 
 function envelope(operation, fields, authentication) {
-  const escaped = text => String(text).replace(/[&<>]/g, sign => `&#${sign.charCodeAt(0)};`);
-  const elements = Object.entries(fields).map(([name, text]) => `<${name}>${escaped(text)}</${name}>`);
+  const elements = Object.entries(fields).map(([name, value]) => `<${name}>${value}</${name}>`);
   const header = authentication === undefined ? ''
     : `<E:Header><Authentication>${authentication}</Authentication></E:Header>`;
   return `<E:Envelope xmlns:E="http://schemas.xmlsoap.org/soap/envelope/">${header}`
@@ -76,20 +74,18 @@ export class Unit {
   async begin(port) {
     const options = ['--port', port, '--state', this.state, ...this.options];
     this.#child = spawn(PRIVATE_MNT, [SIM, ...options], { stdio: ['ignore', 'pipe', 'pipe'] });
-    this.#child.stderr.setEncoding('utf8').on('data', text => this.#log += text);
+    this.#child.stderr.setEncoding('utf8').on('data', part => this.#log += part);
     this.port = port;
     this.address = `http://127.0.0.1:${port}`;
-    return isReady(this.#child);
+    return patiently(this.#child, isReady(this.#child));
   }
 
   // Ends the unit as Ctrl-C does. Throws unless the exit status is 0, as it is not after a sanitizer's
   // report.
   async end() {
-    const ended = once(this.#child, 'exit');
-    const relax = impatientWith(this.#child);
+    const ended = patiently(this.#child, once(this.#child, 'exit'));
     this.#child.kill('SIGINT');
     const [status] = await ended;
-    relax();
     if (status !== 0)
       throw new Error(`the unit ended with status ${status}:\n${this.#log}`);
   }
@@ -104,10 +100,7 @@ export class Unit {
     const sent = request(this.address, { method: 'POST', headers, localAddress });
     sent.end(body);
     const [answer] = await once(sent, 'response');
-    let text = '';
-    for await (const part of answer.setEncoding('utf8'))
-      text += part;
-    return { headers: answer.headers, text };
+    return { cookies: answer.headers['set-cookie'], reply: await text(answer) };
   }
 
   // Returns the result of an operation; throws on a fault.
@@ -117,23 +110,23 @@ export class Unit {
 
   // The same with further headers, and from localAddress if it is given.
   async callWith(headers, operation, fields, authentication, localAddress) {
-    const { text } = await this.post(envelope(operation, fields, authentication),
+    const { reply } = await this.post(envelope(operation, fields, authentication),
       { 'Content-Type': 'text/xml; charset=utf-8', ...headers }, localAddress);
-    const found = /<return>(.*)<\/return>/s.exec(text);
+    const found = /<return>(.*)<\/return>/s.exec(reply);
     if (found === null)
-      throw new Error(`${operation}: ${text}`);
+      throw new Error(`${operation}: ${reply}`);
     return found[1];
   }
 
   // Logs in and returns the id of the new session.
   async logIn(user, password, localAddress) {
-    const { headers, text } = await this.post(
+    const { cookies, reply } = await this.post(
       `cgiMethod=${base64('cgiLogin')}&arg1=${base64(user)}&arg2=${base64(password)}`,
       { 'Content-Type': 'application/x-www-form-urlencoded', Accept: 'application/json' },
       localAddress);
-    const found = /SESSIONID=([^;]+)/.exec(headers['set-cookie']);
+    const found = /SESSIONID=([^;]+)/.exec(cookies);
     if (found === null)
-      throw new Error(`${user} cannot log in: ${text}`);
+      throw new Error(`${user} cannot log in: ${reply}`);
     return found[1];
   }
 }

@@ -1,30 +1,49 @@
 // visitor.js: drives a real browser as a person would, and collects every error that it reports.
 import assert from 'node:assert/strict';
-import { mkdir } from 'node:fs/promises';
 import { join } from 'node:path';
+import { after, test } from 'node:test';
 import { chromium } from 'playwright-core';
+import { Unit } from './unit.js';
 
 const { SCREENSHOTS } = process.env; // a folder; set by CTest
 const PATIENCE_MS = 15000;
 
-// Without a sandbox, which cannot be had as root, and without the browser's own network traffic.
-const FLAGS = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
+const PANEL = { width: 1024, height: 768 };
 
-export const PANEL = { width: 1024, height: 768 };
-export const PHONE = { width: 375, height: 812 };
+// Opens a browser and a unit for the tests of a file. Returns the unit, and the function that defines a test
+// with a new visitor; such a test fails when the browser reports an error.
+export async function openUnit(...options) {
+  const browser = await chromium.launch({
+    executablePath: '/usr/bin/chromium',
+    args: ['--disable-gpu', '--disable-quic', '--disable-sync'], // no network traffic of the browser's own
+  });
+  after(() => browser.close());
+  const unit = await Unit.start(options);
+  after(() => unit.stop());
 
-export async function openBrowser() {
-  await mkdir(SCREENSHOTS, { recursive: true });
-  return chromium.launch({ executablePath: '/usr/bin/chromium', args: FLAGS });
+  // own: the further options and the users of a unit that only this test uses. look: of the browser.
+  function visit(name, steps, { own, ...look } = {}) {
+    test(name, async context => {
+      let visited = unit;
+      if (own !== undefined) {
+        visited = await Unit.start([...options, ...own.options ?? []], own.users);
+        context.after(() => visited.stop());
+      }
+      const visitor = await Visitor.meet(browser, visited, look);
+      await steps(visitor, visitor.page, context);
+      await visitor.leave();
+    });
+  }
+  return { unit, visit };
 }
 
 export class Visitor {
   complaints = [];
 
-  static async meet(browser, unit, options = {}) {
+  static async meet(browser, unit, look) {
     const visitor = new Visitor();
-    visitor.context = await browser.newContext({ baseURL: unit.address, viewport: PANEL, ...options });
+    visitor.unit = unit;
+    visitor.context = await browser.newContext({ baseURL: unit.address, viewport: PANEL, ...look });
     visitor.context.setDefaultTimeout(PATIENCE_MS);
     visitor.page = await visitor.context.newPage();
     visitor.#listen();
@@ -68,21 +87,35 @@ export class Visitor {
     await this.sees('#connection', 'Connected');
   }
 
-  openTab = name => this.page.click(`#tab-${name}`);
-  row = point => this.page.locator(`[data-point="${point}"]`);
-  cell = (point, name) => this.row(point).locator(`[data-cell="${name}"]`);
+  async isRefused(user, password, explanation) {
+    await this.page.goto('/');
+    await this.submitLogin(user, password);
+    await this.sees('#message', explanation);
+  }
 
-  // Starts an action on a point, fills in the dialog's fields, and confirms it.
-  async act(point, action, fields = {}) {
-    await this.row(point).locator(`[data-action="${action}"]`).click();
-    for (const [name, value] of Object.entries(fields))
-      await this.page.fill(`#dialog-${name}`, value);
+  openTab = name => this.page.click(`#tab-${name}`);
+  row = name => this.page.locator(`[data-point="${name}"], [data-user="${name}"]`);
+  cell = (point, name) => this.row(point).locator(`[data-cell="${name}"]`);
+  start = (name, action) => this.row(name).locator(`[data-action="${action}"]`).click();
+
+  // Starts an action on a point or a user, fills in the dialog's fields, and confirms it.
+  async act(name, action, fields = {}) {
+    await this.start(name, action);
+    for (const [field, value] of Object.entries(fields))
+      await this.page.fill(`#dialog-${field}`, value);
     await this.page.click('#dialog-confirm');
   }
 
-  async upload(name, content) {
+  async upload(name, content, outcome = 'reads back as sent') {
     await this.page.setInputFiles('#upload-file', { name, mimeType: 'text/xml', buffer: Buffer.from(content) });
     await this.page.click('#upload-submit');
+    await this.sees('#upload-outcome', outcome);
+  }
+
+  async view(name, content) {
+    await this.page.fill('#view-name', name);
+    await this.page.click('#view-submit');
+    await this.sees('#file-content', content);
   }
 
   async logOut() {
