@@ -1,4 +1,4 @@
-// scripts/session.js: sends requests in the browser's session, one after the other, and returns to the
+// core/session.js: sends requests in the browser's session, one after the other, and returns to the
 // login page when the session is over.
 'use strict';
 

@@ -1,4 +1,4 @@
-// scripts/login.js: the login page.
+// core/login.js: the login page.
 'use strict';
 
 (() => {

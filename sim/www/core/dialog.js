@@ -1,4 +1,4 @@
-// scripts/dialog.js: the one dialog. It says what will happen, asks for missing values, and stays open
+// core/dialog.js: the one dialog. It says what will happen, asks for missing values, and stays open
 // until the unit has done it.
 'use strict';
 

@@ -1,4 +1,4 @@
-// scripts/page.js: what both pages share: protection against foreign frames, small helpers for the
+// core/page.js: what both pages share: protection against foreign frames, small helpers for the
 // document, and the name of the unit. Texts are inserted as text, never as HTML.
 'use strict';
 

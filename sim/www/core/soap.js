@@ -1,4 +1,4 @@
-// scripts/soap.js: calls the unit's SOAP 1.1 operations. Envelopes are built and read as documents.
+// core/soap.js: calls the unit's SOAP 1.1 operations. Envelopes are built and read as documents.
 'use strict';
 
 const soap = (() => {
