@@ -1,5 +1,7 @@
 // tests/main.cpp: runs the tests that are written in C++ and those that are written as cases.
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <gtest/gtest.h>
 
 #include "support/cases.h"
@@ -7,6 +9,8 @@
 
 int main(int argc, char **argv)
 {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1); // the zone of all cases with a local time
+    tzset();
     testing::InitGoogleTest(&argc, argv);
     registerCases("soap", makeSoapDialect);
     for (const char *folder : {"web", "session"})

@@ -1,6 +1,5 @@
 // tests/soap/soap_cases.cpp: the operations' cases: every line is one request to one operation.
 #include <algorithm>
-#include <map>
 #include <regex>
 #include <soapH.h>
 #include <sstream>
@@ -10,84 +9,68 @@
 #include "support/given.h"
 #include "support/wire.h"
 
-// The fields of every operation, as the library declares them.
-static const std::map<std::string, Lines> &operations()
-{
-    static const std::map<std::string, Lines> operations = [] {
-        const std::string text = content(SOAP_INTERFACE);
-        std::map<std::string, Lines> result;
-        const std::regex declaration(R"(int ns__(\w+)\(([^)]*)\))"), field(R"(\*(\w+))");
-        for (std::sregex_iterator at(text.begin(), text.end(), declaration), end; at != end; ++at) {
-            const std::string parameters = (*at)[2];
-            result[(*at)[1]] =
-                Lines(std::sregex_token_iterator(parameters.begin(), parameters.end(), field, 1),
-                      std::sregex_token_iterator());
-        }
-        return result;
-    }();
-    return operations;
-}
-
-static std::string escaped(std::string text)
+static std::string escaped(const std::string &text)
 {
     if (text.rfind("XML:", 0) == 0)
         return text.substr(4);
-    replaceAll(&text, "&", "&amp;");
-    replaceAll(&text, "<", "&lt;");
-    replaceAll(&text, ">", "&gt;");
-    return text;
+    return replaced(text, {{"&", "&amp;"}, {"<", "&lt;"}, {">", "&gt;"}});
 }
 
 struct Request {
     std::string operation;
-    Pairs fields;
+    Lines fields; // as elements
 };
 
-static Request readRequest(std::string text)
+// Reads OPERATION FIELD=VALUE | ..., which must be declared in the library's interface.
+static Request readRequest(const std::string &text)
 {
-    Request request;
-    request.operation = takeWord(&text);
-    const auto known = operations().find(request.operation);
-    require(known != operations().end(), "no operation: " + shown(request.operation));
-    if (text.empty())
-        return request;
-    for (const std::string &part : split(text, " | ")) {
-        const std::size_t end = part.find('=');
-        const std::string name = part.substr(0, end);
-        require(end != std::string::npos, "a field without a value: " + shown(part));
-        require(name != "return_"
-                    && std::count(known->second.begin(), known->second.end(), name) == 1,
-                request.operation + " has no field " + shown(name));
-        for (const auto &[earlier, value] : request.fields)
-            require(earlier != name, "a field given twice: " + name);
-        request.fields.emplace_back(name, expanded(part.substr(end + 1)));
+    static const std::string INTERFACE = content(SOAP_INTERFACE);
+    const std::size_t space = std::min(text.find(' '), text.size());
+    Request request = {text.substr(0, space), {}};
+    const std::size_t at = INTERFACE.find("int ns__" + request.operation + "(");
+    require(at != std::string::npos, "no operation: " + shown(request.operation));
+    const std::string declaration = INTERFACE.substr(at, INTERFACE.find(')', at) - at);
+    for (const std::string &part :
+         space < text.size() ? split(text.substr(space + 1), " | ") : Lines()) {
+        const Lines sides = split(part, "=");
+        require(sides.size() > 1 && declaration.find('*' + sides[0] + ',') != std::string::npos,
+                request.operation + " has no such field: " + shown(part));
+        const std::string value = expanded(part.substr(sides[0].size() + 1));
+        request.fields.push_back("<" + sides[0] + ">" + escaped(value) + "</" + sides[0] + ">");
     }
     return request;
 }
 
-using Expected = std::map<std::string, std::string>; // TEXT by word
+struct Expected {
+    std::string content, fault, detail = "(none)", quiet, level, calls; // content: of the response
+    bool refused = false;                                               // when the gate refuses
+    bool needsAll = false;
+};
+
+#define ANY "((?:(?! [|] ).)*)"
+#define TEXT "((?:(?! [|] ).)+)"
 
 static Expected readExpected(const std::string &text)
 {
-    static const Lines WORDS = {"return", "no return", "fault", "detail",   "calls",
-                                "quiet",  "asks",      "level", "needs all"};
+    static const std::regex EXPECTED(
+        "(?:(?:no return|(return)(?: " ANY ")?)(?: [|] quiet " TEXT ")?"
+        "|fault " TEXT "(?: [|] detail " TEXT ")?)"
+        "(?: [|] (asks|level) (-?[0-9]+))?( [|] needs all)?(?: [|] calls " TEXT ")?");
+    std::smatch match;
+    require(std::regex_match(text, match, EXPECTED), "no expectation: " + shown(text));
+    const auto part = [&](std::size_t i) { return expanded(match[i]); };
     Expected expected;
-    for (std::string part : split(text, " | ")) {
-        const bool plain = part == "no return" || part == "needs all";
-        const std::string word = plain ? part : takeWord(&part);
-        require(std::count(WORDS.begin(), WORDS.end(), word) == 1,
-                "no expectation: " + shown(word));
-        require(!part.empty() || word == "return", "expects nothing: " + shown(word));
-        require(expected.emplace(word, expanded(part)).second, "expected twice: " + shown(word));
-        if (word == "asks" || word == "level")
-            toNumber<int>(part);
-    }
-    const auto has = [&](const char *word) { return expected.count(word); };
-    require(has("return") + has("no return") + has("fault") == 1,
-            "expects not exactly one of return, no return and fault");
-    require(has("fault") >= has("detail"), "a detail without a fault");
-    require(has("fault") + has("quiet") < 2, "a quiet fault beside a sent one");
-    require(has("asks") + has("level") < 2, "both asks and level");
+    if (match[1].matched)
+        expected.content =
+            part(2).empty() ? "<return/>" : "<return>" + escaped(part(2)) + "</return>";
+    expected.quiet = part(3);
+    expected.fault = part(4);
+    if (match[5].matched)
+        expected.detail = part(5);
+    expected.refused = match[6] == "level";
+    expected.level = match[7];
+    expected.needsAll = match[8].matched;
+    expected.calls = part(9);
     return expected;
 }
 
@@ -99,84 +82,74 @@ struct Reply {
 // Serves an envelope without a socket.
 static Reply serve(const std::string &request)
 {
-    const std::unique_ptr<struct soap> soap(new struct soap);
-    soap_init2(soap.get(), SOAP_C_UTFSTRING, SOAP_C_UTFSTRING);
+    struct soap *const soap = soap_new1(SOAP_C_UTFSTRING);
     std::istringstream in(request);
     std::ostringstream out;
     soap->is = &in;
     soap->os = &out;
-    serveRequests(soap.get());
-    const char *fault = soap->fault == nullptr ? nullptr : *soap_faultstring(soap.get());
+    serveRequests(soap);
+    const char *fault = soap->fault == nullptr ? nullptr : *soap_faultstring(soap);
     Reply reply = {out.str(), fault == nullptr ? "" : fault};
-    soap_destroy(soap.get());
-    soap_end(soap.get());
-    soap_done(soap.get());
+    soap_destroy(soap);
+    soap_end(soap);
+    soap_free(soap);
     return reply;
 }
 
-// Returns what the reply has between the two tags, "(none)" without them.
-static std::string between(const std::string &reply, const std::string &open,
-                           const std::string &close)
-{
-    const std::size_t begin = reply.find(open);
-    const std::size_t end = begin == std::string::npos ? begin : reply.find(close, begin);
-    return end == std::string::npos ? "(none)"
-                                    : reply.substr(begin + open.size(), end - begin - open.size());
-}
+// How the gate refuses, and the reason that the fault names.
+static const Pairs REFUSALS = {
+    {"verdict=2", "Authentication error"}, {"verdict=1", "Not allowed"},
+    {"verdict=0", "Not allowed"},          {"verdict=4", "Not allowed"},
+    {"verdict=-1", "Not allowed"},         {"no gate", "Authentication error"}};
 
 class SoapCases : public Dialect {
-    std::vector<std::function<void(FakeHost &)>> changes_; // since the section began
+    Lines given_; // since the section began
 
     static void check(const std::string &operation, const Reply &reply, bool soap12,
-                      Expected expected, const FakeHost &fake)
+                      const Expected &expected, const FakeHost &fake)
     {
-        const auto in = [&](const std::string &open) { return between(reply.text, open, "</"); };
-        if (expected.count("fault") != 0) {
-            requireSame("fault", expected["fault"],
-                        in(soap12 ? "<SOAP-ENV:Text xml:lang=\"en\">" : "<faultstring>"));
-            requireSame("fault code", soap12 ? "SOAP-ENV:Receiver" : "SOAP-ENV:Server",
-                        in(soap12 ? "<SOAP-ENV:Value>" : "<faultcode>"));
-            requireSame("detail", expected.count("detail") != 0 ? expected["detail"] : "(none)",
-                        in(soap12 ? "<SOAP-ENV:Detail>" : "<detail>"));
+        // What the reply has between the two tags.
+        const auto requireIn = [&](const std::string &open, const std::string &close,
+                                   const std::string &what, const std::string &wanted) {
+            const Lines parts = split(reply.text, open);
+            requireSame(what, wanted, parts.size() < 2 ? "(none)" : split(parts[1], close)[0]);
+        };
+        if (!expected.fault.empty()) {
+            requireIn(soap12 ? "<SOAP-ENV:Text xml:lang=\"en\">" : "<faultstring>", "</", "fault",
+                      expected.fault);
+            requireIn(soap12 ? "<SOAP-ENV:Value>" : "<faultcode>", "</", "fault code",
+                      soap12 ? "SOAP-ENV:Receiver" : "SOAP-ENV:Server");
+            requireIn(soap12 ? "<SOAP-ENV:Detail>" : "<detail>", "</", "detail", expected.detail);
         } else {
             const std::string element = "ns:" + operation + "Response>";
-            std::string content = "<return>" + escaped(expected["return"]) + "</return>";
-            if (expected["return"].empty())
-                content = expected.count("no return") != 0 ? "" : "<return/>";
-            requireSame("return", content, between(reply.text, "<" + element, "</" + element));
-            requireSame("quiet", expected["quiet"], reply.recorded);
+            requireIn("<" + element, "</" + element, "return", expected.content);
+            requireSame("quiet", expected.quiet, reply.recorded);
         }
         std::string calls = fake.callsText();
         std::replace_if(calls.begin(), calls.end(), iscntrl, '?');
-        requireSame("calls", expected["calls"], calls);
-        for (const char *word : {"asks", "level"})
-            if (expected.count(word) != 0)
-                requireSame("level asked", expected[word], std::to_string(fake.askedLevel));
+        requireSame("calls", expected.calls, calls);
+        if (!expected.level.empty())
+            requireSame("level asked", expected.level, std::to_string(fake.askedLevel));
     }
 
     // Sends the request in both SOAP versions, with its fields in order, and reversed before an unknown
-    // element. Each time the host is a new one.
-    void send(const Request &request, const Expected &expected, const std::string &refusal) const
+    // element. Each time the host is a new one; `given` are further changes.
+    void send(const Request &request, const Expected &expected, const std::string &given) const
     {
         for (const bool soap12 : {false, true})
             for (const bool reversed : {false, true}) {
                 std::string children = reversed ? "<stranger>x</stranger>" : "";
-                for (const auto &[name, value] : request.fields) {
-                    std::string child = "<" + name + ">";
-                    child.append(escaped(value)).append("</").append(name).append(">");
-                    children.insert(reversed ? 0 : children.size(), child);
-                }
+                for (const std::string &field : request.fields)
+                    children.insert(reversed ? 0 : children.size(), field);
                 FakeHost fake;
                 installSecurityHooks();
-                for (const auto &change : changes_)
-                    change(fake);
-                if (!refusal.empty())
-                    for (const auto &change : readGiven(refusal).changes)
-                        change(fake);
+                for (const std::string &settings : given_)
+                    ::give(fake, settings);
+                ::give(fake, given);
                 const Reply reply = serve(envelope(request.operation, children, soap12));
                 const std::string variant = std::string(soap12 ? "SOAP 1.2, " : "SOAP 1.1, ")
                                             + (reversed ? "reversed" : "in order")
-                                            + (refusal.empty() ? "" : ", given " + refusal);
+                                            + (given.empty() ? "" : ", given " + given);
                 recordReply(request.operation + " (" + variant + ")", reply.text);
                 try {
                     check(request.operation, reply, soap12, expected, fake);
@@ -186,72 +159,42 @@ class SoapCases : public Dialect {
             }
     }
 
-    void sendRefused(const Request &request) const
+    // The request must be refused when the host is changed in this way.
+    void sendRefused(const Request &request, const std::string &given,
+                     const std::string &reason) const
     {
-        for (const char *refusal :
-             {"verdict=2", "verdict=1", "verdict=0", "verdict=4", "verdict=-1", "no gate"}) {
-            const bool unknown = refusal == std::string("verdict=2") || *refusal == 'n';
-            const Expected expected = {{"fault", unknown ? "WebServer Error: Authentication error"
-                                                         : "WebServer Error: Not allowed"},
-                                       {"detail", "ns__" + request.operation}};
-            send(request, expected, refusal);
-        }
+        Expected expected;
+        expected.fault = "WebServer Error: " + reason;
+        expected.detail = "ns__" + request.operation;
+        send(request, expected, given);
     }
 
-    // The gate would refuse these as well, but is asked later.
-    void sendIncomplete(const Request &request) const
+    void send(const std::string &text, const std::string &expectedText) override
     {
-        const Expected expected = {{"fault", "WebServer Error: Invalid parameters"},
-                                   {"detail", "ns__" + request.operation}};
-        for (const auto &missing : request.fields) {
+        const Request request = readRequest(text);
+        const Expected expected = readExpected(expectedText);
+        send(request, expected, "");
+        if (expected.refused)
+            for (const auto &[given, reason] : REFUSALS)
+                sendRefused(request, given, reason);
+        for (std::size_t i = 0; expected.needsAll && i < request.fields.size(); ++i) {
             Request rest = request;
-            rest.fields.erase(std::find(rest.fields.begin(), rest.fields.end(), missing));
-            send(rest, expected, "verdict=1");
+            rest.fields.erase(rest.fields.begin() + static_cast<std::ptrdiff_t>(i));
+            // The gate would refuse this as well, but is asked later.
+            sendRefused(rest, "verdict=1", "Invalid parameters");
         }
     }
 
-    Action readGivenLine(const std::string &text)
+    void give(bool fresh, const std::string &settings) override
     {
-        return [this, given = readGiven(text)] {
-            if (given.fresh)
-                changes_.clear();
-            changes_.insert(changes_.end(), given.changes.begin(), given.changes.end());
-        };
+        if (fresh)
+            given_.clear();
+        given_.push_back(settings);
+        FakeHost fake;
+        ::give(fake, settings); // fails at this line when they are wrong
     }
 
-public:
-    SoapCases()
-    {
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-        tzset();
-    }
-    ~SoapCases() override
-    {
-        unsetenv("TZ");
-        tzset();
-    }
-    SoapCases(const SoapCases &) = delete;
-    SoapCases &operator=(const SoapCases &) = delete;
-
-    Action read(const std::string &line) override
-    {
-        const Lines sides = split(line, " -> ");
-        const auto isGiven = [](const std::string &text) { return text.rfind("given ", 0) == 0; };
-        if (sides.size() == 1 && isGiven(line))
-            return readGivenLine(line.substr(6));
-        require(sides.size() == 2, "neither given NAME nor REQUEST -> EXPECTED");
-        return readSteps(sides[0], [&](const std::string &text, bool last) -> Action {
-            if (!last && isGiven(text))
-                return readGivenLine(text.substr(6));
-            return [this, request = readRequest(text), expected = readExpected(sides[1])] {
-                send(request, expected, "");
-                if (expected.count("level") != 0)
-                    sendRefused(request);
-                if (expected.count("needs all") != 0)
-                    sendIncomplete(request);
-            };
-        });
-    }
+    bool setOther(const std::string &) override { return false; }
 };
 
 std::unique_ptr<Dialect> makeSoapDialect()

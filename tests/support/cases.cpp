@@ -22,14 +22,6 @@ Lines split(const std::string &text, const std::string &separator)
     return parts;
 }
 
-std::string takeWord(std::string *text)
-{
-    const std::size_t end = text->find(' ');
-    std::string word = text->substr(0, end);
-    text->erase(0, end == std::string::npos ? end : end + 1);
-    return word;
-}
-
 std::string content(const std::string &path)
 {
     std::ostringstream text;
@@ -37,10 +29,27 @@ std::string content(const std::string &path)
     return text.str();
 }
 
-void replaceAll(std::string *text, const std::string &what, const std::string &by)
+std::string replaced(std::string text, const Pairs &pairs)
 {
-    for (std::size_t at = 0; (at = text->find(what, at)) != std::string::npos; at += by.size())
-        text->replace(at, what.size(), by);
+    for (const auto &[what, by] : pairs)
+        for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size())
+            text.replace(at, what.size(), by);
+    return text;
+}
+
+std::string expanded(std::string text)
+{
+    for (std::size_t at = 0; (at = text.find('}', at)) != std::string::npos; ++at) {
+        const std::size_t begin = text.rfind('{', at), star = text.rfind('*', at);
+        if (begin == std::string::npos || star == std::string::npos || star < begin)
+            continue;
+        std::string all;
+        for (int i = toNumber<int>(text.substr(star + 1, at - star - 1)); i > 0; --i)
+            all.append(text, begin + 1, star - begin - 1);
+        text.replace(begin, at + 1 - begin, all);
+        at = begin + all.size() - 1;
+    }
+    return text;
 }
 
 void require(bool condition, const std::string &message)
@@ -52,10 +61,7 @@ void require(bool condition, const std::string &message)
 std::string shown(const std::string &text)
 {
     const std::size_t most = 500;
-    std::string start = text.substr(0, most);
-    replaceAll(&start, "\r", "\\r");
-    replaceAll(&start, "\n", "\\n");
-    return '"' + start
+    return '"' + replaced(text.substr(0, most), {{"\r", "\\r"}, {"\n", "\\n"}})
            + (text.size() > most ? "\"... (" + std::to_string(text.size()) + " bytes)" : "\"");
 }
 
@@ -64,168 +70,92 @@ void requireSame(const std::string &what, const std::string &expected, const std
     require(expected == actual, what + ": expected " + shown(expected) + ", got " + shown(actual));
 }
 
-Action readSteps(const std::string &text,
-                 const std::function<Action(const std::string &step, bool last)> &read)
+bool Dialect::set(const std::string &line)
 {
-    const Lines steps = split(text, " ; ");
-    std::vector<Action> actions;
+    static const std::regex given("given (?:(fresh)(?: [|] |$))?(.*)");
+    std::smatch match;
+    if (!std::regex_match(line, match, given))
+        return setOther(line);
+    give(match[1].matched, match[2]);
+    return true;
+}
+
+void Dialect::run(const std::string &line)
+{
+    const Lines sides = split(line, " -> "), steps = split(sides[0], " ; ");
+    require(sides.size() <= 2, "more than one ->");
+    if (sides.size() == 1)
+        return require(set(line), "no such line: " + shown(line));
     for (const std::string &step : steps)
-        actions.push_back(read(step, actions.size() + 1 == steps.size()));
-    return [=] {
-        for (std::size_t i = 0; i < steps.size(); ++i)
-            try {
-                actions[i]();
-            } catch (const WrongLine &wrong) {
-                throw WrongLine((steps.size() > 1 ? steps[i] + ": " : "") + wrong.what());
-            }
-    };
-}
-
-// Returns the text up to the brace that closes the group around `at`, or up to the end.
-static std::string expandedFrom(const std::string &text, const std::string &kept, std::size_t &at,
-                                bool inGroup)
-{
-    std::string result;
-    for (; at < text.size() && text[at] != '}'; ++at) {
-        if (text[at] != '{') {
-            result += text[at];
-            continue;
+        try {
+            if (&step == &steps.back() || !set(step))
+                send(step, sides[1]);
+        } catch (const WrongLine &wrong) {
+            throw WrongLine((steps.size() > 1 ? step + ": " : "") + wrong.what());
         }
-        const std::size_t begin = ++at;
-        std::string inner = expandedFrom(text, kept, at, true);
-        const std::string source = text.substr(begin, at - begin);
-        const std::size_t star = source.rfind('*');
-        if (star != std::string::npos && source.find_first_of("{}", star) == std::string::npos) {
-            const int times = toNumber<int>(source.substr(star + 1));
-            inner.erase(inner.rfind('*'));
-            for (int i = 0; i < times; ++i)
-                result += inner;
-        } else {
-            require(source[0] == '"' || (!kept.empty() && source.rfind(kept, 0) == 0),
-                    "neither {TEXT*NUMBER} nor {\"...}: {" + source + "}");
-            result += '{' + inner + '}';
-        }
-    }
-    require(inGroup == (at < text.size()), "braces without their other half");
-    return result;
 }
 
-std::string expanded(const std::string &text, const std::string &kept)
-{
-    std::size_t at = 0;
-    return expandedFrom(text, kept, at, false);
-}
-
-static std::string testName(const std::string &title)
-{
-    return std::regex_replace(title, std::regex("\\W+"), "_");
-}
-
-static std::string faultOf(const std::string &text)
-{
-    if (!text.empty() && (text.back() == ' ' || iscntrl(text.back()) != 0))
-        return "ends in a space or in a control character";
-    return text[0] == '[' && (text.size() < 3 || text.back() != ']') ? "a title is written [Title]"
-                                                                     : "";
-}
-
-std::vector<Section> readSections(std::istream &file)
+std::vector<Section> readSections(const std::string &text)
 {
     std::vector<Section> sections;
-    Section start = {"file", 1, {}, {}}; // the lines before the first title
+    Section start = {"", 0, {}}; // the lines before the first title
     std::set<std::string> names;
-    std::string text;
-    for (int number = 1; std::getline(file, text); ++number) {
-        std::string fault = faultOf(text);
-        if (text[0] == '[') {
-            sections.push_back(start);
-            sections.back().title = text.substr(1, text.size() - 2);
-            sections.back().line = number;
-            if (!names.insert(testName(sections.back().title)).second)
-                fault = "a second section of this title";
-        }
-        Section &section = sections.empty() ? start : sections.back();
-        if (!fault.empty())
-            section.failures.push_back({number, fault});
-        else if (!text.empty() && text[0] != '#' && text[0] != '[')
-            section.lines.push_back({number, text});
+    int number = 0;
+    for (const std::string &line : split(text, "\n")) {
+        ++number;
+        if (line[0] == '[') {
+            require(line.back() == ']', "a title is written [Title]: " + shown(line));
+            start.name =
+                std::regex_replace(line.substr(1, line.size() - 2), std::regex("\\W+"), "_");
+            require(names.insert(start.name).second, "a second section: " + shown(line));
+            sections.push_back({start.name, number, start.lines});
+        } else if (!line.empty() && line[0] != '#')
+            (sections.empty() ? start : sections.back()).lines.emplace_back(number, line);
     }
-    if (sections.empty()) {
-        start.failures.push_back({1, "no section"});
-        sections.push_back(start);
-    }
-    const auto isRequest = [](const Line &line) {
-        return line.text.find(" -> ") != std::string::npos;
-    };
-    for (Section &section : sections)
-        if (section.failures.empty()
-            && std::none_of(section.lines.begin(), section.lines.end(), isRequest))
-            section.failures.push_back({section.line, "a section without a request"});
+    require(!sections.empty(), "no section");
+    for (const auto &[name, line, lines] : sections)
+        require(std::any_of(
+                    lines.begin(), lines.end(),
+                    [](const auto &each) { return each.second.find(" -> ") != std::string::npos; }),
+                "a section without a request: " + name);
     return sections;
 }
 
-std::vector<Failure> run(const Section &section, const MakeDialect &make)
+void run(const std::string &path, const Section &section, const MakeDialect &make)
 {
-    std::vector<Failure> failures = section.failures;
-    const auto attempt = [&](int line, const Action &action) {
+    const std::unique_ptr<Dialect> dialect = make();
+    const auto attempt = [&](int line, const std::function<void()> &action) {
         try {
             action();
-        } catch (const std::exception &error) {
-            failures.push_back({line, error.what()});
+        } catch (const WrongLine &wrong) {
+            ADD_FAILURE_AT(path.c_str(), line) << wrong.what();
         }
     };
-    std::unique_ptr<Dialect> dialect;
-    attempt(section.line, [&] { dialect = make(); });
-    std::vector<std::pair<int, Action>> actions;
-    if (dialect != nullptr)
-        for (const Line &line : section.lines)
-            attempt(line.number,
-                    [&] { actions.emplace_back(line.number, dialect->read(line.text)); });
-    if (!failures.empty())
-        return failures;
-    for (const auto &[line, action] : actions)
-        attempt(line, action);
-    if (failures.empty())
-        attempt(section.lines.back().number, [&] { dialect->end(); });
-    return failures;
-}
-
-void report(const std::string &path, const std::vector<Failure> &failures)
-{
-    for (const Failure &failure : failures)
-        ADD_FAILURE_AT(path.c_str(), failure.line) << failure.message;
+    for (const auto &[line, text] : section.lines)
+        attempt(line, [&dialect, &text = text] { dialect->run(text); });
+    attempt(section.lines.back().first, [&] { dialect->end(); });
 }
 
 class CaseTest : public testing::Test {
-    std::string path_;
-    Section section_;
-    MakeDialect make_;
+    std::function<void()> body_;
 
 public:
-    CaseTest(std::string path, Section section, MakeDialect make)
-        : path_(std::move(path)), section_(std::move(section)), make_(std::move(make))
-    {}
+    explicit CaseTest(std::function<void()> body) : body_(std::move(body)) {}
 
-    void TestBody() override { report(path_, run(section_, make_)); }
+    void TestBody() override { body_(); }
 };
 
 void registerCases(const std::string &folder, const MakeDialect &make)
 {
-    std::vector<fs::path> paths;
-    for (const auto &entry : fs::directory_iterator(CASES_FOLDER "/" + folder))
-        if (entry.path().extension() == ".cases")
-            paths.push_back(entry.path());
-    std::sort(paths.begin(), paths.end());
-    for (const fs::path &path : paths) {
-        std::ifstream file(path);
-        std::set<std::string> names;
-        for (const Section &section : readSections(file)) {
-            std::string name = testName(section.title);
-            name += names.insert(name).second ? "" : "_again";
-            testing::RegisterTest(
-                (folder + "_" + path.stem().string()).c_str(), name.c_str(), nullptr, nullptr,
-                path.c_str(), section.line,
-                [=]() -> testing::Test * { return new CaseTest(path, section, make); });
-        }
+    const fs::directory_iterator files(CASES_FOLDER "/" + folder);
+    for (const fs::path &path : std::set<fs::path>(begin(files), end(files))) {
+        if (path.extension() != ".cases")
+            continue;
+        for (const Section &section : readSections(content(path)))
+            testing::RegisterTest((folder + "_" + path.stem().string()).c_str(),
+                                  section.name.c_str(), nullptr, nullptr, path.c_str(),
+                                  section.line, [=]() -> testing::Test * {
+                                      return new CaseTest([=] { run(path, section, make); });
+                                  });
     }
 }

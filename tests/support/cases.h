@@ -3,29 +3,41 @@
 
 #include <charconv>
 #include <functional>
-#include <iosfwd>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+using Lines = std::vector<std::string>;
+
 // Thrown for a line that is not in the language or that the library does not answer as expected.
 struct WrongLine : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-using Action = std::function<void()>;
-
-// Gives the lines of a section their meaning. Every section gets a new one.
+// Gives the lines of a section their meaning. Every section gets a new one. Its functions throw WrongLine.
 class Dialect {
+    bool set(const std::string &line);
+
+protected:
+    // Sends a request and compares what comes back with what is expected.
+    virtual void send(const std::string &request, const std::string &expected) = 0;
+
+    // Changes the host by settings, "NAME=VALUE | NAME" or nothing; fresh: takes earlier ones back first.
+    virtual void give(bool fresh, const std::string &settings) = 0;
+
+    // Does what a line says that is neither a request nor `given`. Returns false if there is no such line.
+    virtual bool setOther(const std::string &line) = 0;
+
 public:
     virtual ~Dialect() = default;
 
-    // Returns what the line does; throws WrongLine when it is not in the language.
-    virtual Action read(const std::string &line) = 0;
+    // Does what a line says.
+    void run(const std::string &line);
 
-    // Is called when all lines have passed; throws WrongLine when one of them had no effect.
+    // Is called after the last line; throws WrongLine when one of them had no effect.
     virtual void end() {}
 };
 
@@ -34,64 +46,39 @@ using MakeDialect = std::function<std::unique_ptr<Dialect>()>;
 std::unique_ptr<Dialect> makeSoapDialect(); // soap/soap_cases.cpp
 std::unique_ptr<Dialect> makeWebDialect();  // web/web_cases.cpp
 
-struct Line {
-    int number;
-    std::string text;
-};
-
-struct Failure {
-    int line;
-    std::string message;
-};
-
 struct Section {
-    std::string title;
+    std::string name; // of its test, made of the title
     int line;
-    std::vector<Line> lines;
-    std::vector<Failure> failures; // found when the file was read
+    std::vector<std::pair<int, std::string>> lines; // with their numbers
 };
 
-// Returns all sections of a file, at least one. What is wrong in the file is a failure of a section.
-std::vector<Section> readSections(std::istream &file);
+// Returns all sections of a file, at least one. Throws WrongLine when it is not made of sections.
+std::vector<Section> readSections(const std::string &text);
 
-// Runs the lines of a section if all of them are in the language. Returns one failure for each wrong line.
-std::vector<Failure> run(const Section &section, const MakeDialect &make);
-
-// Reports every failure at its line of the file.
-void report(const std::string &path, const std::vector<Failure> &failures);
+// Runs the lines of a section. A wrong line is a failure of the running test, at its line of the file.
+void run(const std::string &path, const Section &section, const MakeDialect &make);
 
 // Registers every section of CASES_FOLDER/folder/*.cases as a test.
 void registerCases(const std::string &folder, const MakeDialect &make);
 
 // ---- For the dialects ----
 
-using Pairs = std::vector<std::pair<std::string, std::string>>;
-using Lines = std::vector<std::string>;
-
 Lines split(const std::string &text, const std::string &separator);
-
-// Removes the first word of the text and the space that follows it; returns the word.
-std::string takeWord(std::string *text);
 
 // Returns what a file holds, nothing when it cannot be read.
 std::string content(const std::string &path);
 
-void replaceAll(std::string *text, const std::string &what, const std::string &by);
+// Replaces each first text of the pairs by its second, one pair after the other.
+std::string replaced(std::string text, const Pairs &pairs);
 
-// Replaces {x*300} by 300 times x and keeps JSON. Throws WrongLine for any other braces, except around what
-// begins with `kept`.
-std::string expanded(const std::string &text, const std::string &kept = "");
+// Replaces {x*300} by 300 times x, inner ones first.
+std::string expanded(std::string text);
 
 // Throws WrongLine with the message unless the condition holds.
 void require(bool condition, const std::string &message);
 
 // Throws WrongLine with both texts unless they are equal.
 void requireSame(const std::string &what, const std::string &expected, const std::string &actual);
-
-// Reads STEP ; STEP. Returns what runs all steps in their order; the failure of one of several begins with
-// the step.
-Action readSteps(const std::string &text,
-                 const std::function<Action(const std::string &step, bool last)> &read);
 
 // Returns the text in quotes with visible line ends, cut to a length that can be read.
 std::string shown(const std::string &text);

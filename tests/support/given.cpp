@@ -2,92 +2,69 @@
 #include "support/given.h"
 
 #include <map>
-#include <set>
 
 #include "support/cases.h"
 
-using Change = std::function<void(FakeHost &)>;
+using Change = std::function<void(FakeHost &fake, const std::string &value)>;
 
-template <typename Value> static auto sets(Value FakeHost::*member)
+template <typename Value> static Value read(const std::string &text)
 {
-    return [member](const std::string &text) -> Change {
-        if constexpr (std::is_arithmetic_v<Value>)
-            return [=, value = toNumber<Value>(text)](FakeHost &fake) { fake.*member = value; };
-        else
-            return [=](FakeHost &fake) { fake.*member = text; };
-    };
+    if constexpr (std::is_arithmetic_v<Value>)
+        return toNumber<Value>(text);
+    else if constexpr (std::is_same_v<Value, Lines>)
+        return split(text, ",");
+    else
+        return text;
 }
 
-static auto setsGlobal(int *global)
+template <typename Value> static Change sets(Value FakeHost::*member)
 {
-    return [global](const std::string &text) -> Change {
-        return [global, value = toNumber<int>(text)](FakeHost &) { *global = value; };
-    };
+    return [=](FakeHost &fake, const std::string &text) { fake.*member = read<Value>(text); };
 }
 
-using Names = std::map<std::string, std::function<Change(const std::string &value)>>;
-
-static const Names &valueNames()
+static Change sets(int *global)
 {
-    static const Names names = {{"answer", sets(&FakeHost::answer)},
-                                {"answerStatus", sets(&FakeHost::answerStatus)},
-                                {"coreDb", sets(&FakeHost::coreDbVersion)},
-                                {"count", sets(&FakeHost::namesCount)},
-                                {"csEnabled", setsGlobal(&g_csEnabled)},
-                                {"highLevel", setsGlobal(&g_highLevel)},
-                                {"id", sets(&FakeHost::sessionId)},
-                                {"level", sets(&FakeHost::level)},
-                                {"ms", sets(&FakeHost::milliseconds)},
-                                {"names",
-                                 [](const std::string &text) -> Change {
-                                     return [=](FakeHost &fake) { fake.names = split(text, ","); };
-                                 }},
-                                {"no memory", sets(&FakeHost::refusedBytes)},
-                                {"now", sets(&FakeHost::now)},
-                                {"point", sets(&FakeHost::point)},
-                                {"read", sets(&FakeHost::readResult)},
-                                {"remote", setsGlobal(&g_webRemote)},
-                                {"sessionStatus", sets(&FakeHost::sessionStatus)},
-                                {"status", sets(&FakeHost::status)},
-                                {"strdups", sets(&FakeHost::strdups)},
-                                {"timeModule", sets(&FakeHost::timeModule)},
-                                {"timeSource", sets(&FakeHost::timeSource)},
-                                {"timeout", setsGlobal(&sessTimeOut)},
-                                {"verdict", sets(&FakeHost::verdict)}};
-    return names;
+    return [=](FakeHost &, const std::string &text) { *global = read<int>(text); };
 }
 
-static const std::map<std::string, Change> &plainNames()
-{
-    static const std::map<std::string, Change> names = {
-        {"no close", [](FakeHost &) { pgf_closeSession = nullptr; }},
-        {"no coreDb", [](FakeHost &fake) { fake.coreDbVersion.reset(); }},
-        {"no gate", [](FakeHost &) { pgf_parseAuth = nullptr; }},
-        {"no hooks", [](FakeHost &) { removeSecurityHooks(); }},
-        {"no time", [](FakeHost &fake) { fake.noTime = true; }},
-        {"security", [](FakeHost &) { installSecurityHooks(); }},
-        {"silent", [](FakeHost &fake) { fake.silent = true; }}};
-    return names;
-}
+// A name that ends in "=" has a value.
+static const std::map<std::string, Change> NAMES = {
+    {"answer=", sets(&FakeHost::answer)},
+    {"answerStatus=", sets(&FakeHost::answerStatus)},
+    {"coreDb=", sets(&FakeHost::coreDbVersion)},
+    {"count=", sets(&FakeHost::namesCount)},
+    {"csEnabled=", sets(&g_csEnabled)},
+    {"highLevel=", sets(&g_highLevel)},
+    {"id=", sets(&FakeHost::sessionId)},
+    {"level=", sets(&FakeHost::level)},
+    {"ms=", sets(&FakeHost::milliseconds)},
+    {"names=", sets(&FakeHost::names)},
+    {"no close", [](auto &, auto &) { pgf_closeSession = nullptr; }},
+    {"no coreDb", [](auto &fake, auto &) { fake.coreDbVersion.reset(); }},
+    {"no gate", [](auto &, auto &) { pgf_parseAuth = nullptr; }},
+    {"no hooks", [](auto &, auto &) { removeSecurityHooks(); }},
+    {"no memory=", sets(&FakeHost::refusedBytes)},
+    {"no time", [](auto &fake, auto &) { fake.noTime = true; }},
+    {"now=", sets(&FakeHost::now)},
+    {"point=", sets(&FakeHost::point)},
+    {"read=", sets(&FakeHost::readResult)},
+    {"remote=", sets(&g_webRemote)},
+    {"security", [](auto &, auto &) { installSecurityHooks(); }},
+    {"sessionStatus=", sets(&FakeHost::sessionStatus)},
+    {"silent", [](auto &fake, auto &) { fake.silent = true; }},
+    {"status=", sets(&FakeHost::status)},
+    {"strdups=", sets(&FakeHost::strdups)},
+    {"timeModule=", sets(&FakeHost::timeModule)},
+    {"timeSource=", sets(&FakeHost::timeSource)},
+    {"timeout=", sets(&sessTimeOut)},
+    {"verdict=", sets(&FakeHost::verdict)}};
 
-Given readGiven(const std::string &text)
+void give(FakeHost &fake, const std::string &settings)
 {
-    Given given;
-    std::set<std::string> seen;
-    for (const std::string &part : split(text, " | ")) {
-        const std::size_t end = part.find('=');
-        const std::string name = part.substr(0, end);
-        require(seen.insert(name).second, "given twice: " + name);
-        const bool plain = end == std::string::npos;
-        if (plain && name == "fresh") {
-            require(seen.size() == 1, "fresh must come first");
-            given.fresh = true;
-            continue;
-        }
-        require((plain ? plainNames().count(name) : valueNames().count(name)) != 0,
-                "given does not know: " + shown(part));
-        given.changes.push_back(plain ? plainNames().at(name)
-                                      : valueNames().at(name)(expanded(part.substr(end + 1))));
+    for (const std::string &part : settings.empty() ? Lines() : split(settings, " | ")) {
+        const std::size_t length = std::min(part.find('='), part.size() - 1) + 1;
+        const auto known = NAMES.find(part.substr(0, length));
+        require(known != NAMES.end(), "given does not know: " + shown(part));
+        known->second(fake, expanded(part.substr(length)));
     }
-    return given;
 }

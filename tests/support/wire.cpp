@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 #include "core/config.h"
 #include "core/serve_loop.h"
@@ -13,7 +14,8 @@ struct soap *openOnFreePort(struct soap *soap)
 {
     setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
     readConfiguration();
-    EXPECT_NE(-1, openService(soap));
+    if (openService(soap) == -1)
+        throw std::runtime_error("the service does not start");
     return soap;
 }
 
