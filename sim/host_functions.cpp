@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <system_error>
 
@@ -62,6 +63,22 @@ static CallStatus uptime(const std::string &, std::string *answer)
     return CALL_DONE;
 }
 
+static CallStatus idleLimit(const std::string &, std::string *answer)
+{
+    *answer = std::to_string(sessTimeOut);
+    return CALL_DONE;
+}
+
+static CallStatus utcOffset(const std::string &, std::string *answer)
+{
+    const time_t now = time(nullptr);
+    struct tm local;
+    char text[8];
+    strftime(text, sizeof(text), "%z", localtime_r(&now, &local));
+    *answer = text;
+    return CALL_DONE;
+}
+
 static CallStatus echo(const std::string &argument, std::string *answer)
 {
     *answer = argument;
@@ -76,6 +93,8 @@ static const struct {
     {"coreDb", "getLR",     getLR    }, // answers the switch's letter
     {"coreDb", "setLR",     setLR    }, // sets the switch to the letter
     {"thm",    "setSource", setSource}, // sets the number of the active time source
+    {"thm",    "utcOffset", utcOffset}, // answers how far local time is ahead of UTC: +hhmm
+    {"unit",   "idleLimit", idleLimit}, // answers the seconds after which a session counts as idle
     {"unit",   "uptime",    uptime   }, // answers the seconds since the start
     {"unit",   "echo",      echo     }, // answers the argument
 };

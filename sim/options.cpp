@@ -38,8 +38,9 @@ static const char *const NOTES =
 Statuses   Read: 1 no such point, 2 unknown format, 3 no such type. Force and block: 2 no such
            type, 3 no such point, 4 bad value, 5 bad flags.
 Functions  fnPutS and fnPut call, on any object: coreDb getLR; coreDb setLR (L local, R remote,
-           U unknown); thm setSource (number); unit uptime; unit echo (text). Status: 1 no such
-           container, 2 no such function, 3 bad argument.
+           U unknown); thm setSource (number); thm utcOffset (+hhmm); unit idleLimit (seconds);
+           unit uptime; unit echo (text). Status: 1 no such container, 2 no such function, 3 bad
+           argument.
 Security   host: flash/security/accounts has the users. A new unit has admin (role ADMIN),
            engineer (ENGINEER), operator (OPERATOR) and viewer (VIEWER); the password is the
            name. A user has the level of the highest role: VIEWER 50, OPERATOR 200, ENGINEER

@@ -81,13 +81,12 @@ visit('a configuration file is uploaded and read back', async (visitor, page) =>
   await visitor.upload('site.xml', content);
   await visitor.view('site.xml', 'Überlandwerk');
   assert.equal(await page.textContent('#file-content'), content);
-  await visitor.upload('site.xml', '<site name="Smith &amp; Sons"/>', 'contains "&"');
+  await visitor.upload('site.xml', '<site name="Smith &amp; Sons"/>', 'Not sent: site.xml. The file contains "&"');
   await mkdir(join(unit.state, 'mnt/flash/cfgFiles/fixed.xml')); // cannot be written
   await visitor.upload('fixed.xml', '<fixed/>', 'NOT written');
 });
 
-visit('an administrator takes roles, locks, and sets a password', async visitor => {
-  const role = name => visitor.row(name).locator(`[data-role="${name.toUpperCase()}"]`);
+visit('an administrator takes roles, locks, and sets a password', async (visitor, page) => {
   const refused = async (password, explanation) => {
     const other = await Visitor.meet(visitor.context.browser(), unit);
     await other.isRefused('viewer', password, explanation);
@@ -95,23 +94,25 @@ visit('an administrator takes roles, locks, and sets a password', async visitor 
   };
   await visitor.logIn('admin');
   await visitor.openTab('users');
-  await role('viewer').uncheck();
-  await visitor.start('viewer', 'roles');
-  await visitor.sees('#result', 'Roles of viewer: done');
+  await visitor.act('viewer', 'roles', { VIEWER: false });
+  await visitor.sees('#result', 'Roles of viewer, VIEWER → none: done');
   await refused('viewer', 'no right to use');
-  await role('viewer').check();
-  await visitor.start('viewer', 'roles');
-  await visitor.start('viewer', 'lock');
+  await visitor.act('viewer', 'roles', { VIEWER: true });
+  await visitor.act('viewer', 'lock');
   await visitor.sees(visitor.row('viewer'), 'LOCKED');
   await refused('viewer', WRONG);
-  await visitor.start('viewer', 'unlock');
+  await visitor.act('viewer', 'unlock');
   await visitor.sees(visitor.row('viewer'), 'open');
   await visitor.act('viewer', 'password', { password: 'a new secret', repeated: 'a new secret' });
   await visitor.sees('#result', 'Password of viewer: done');
   await refused('viewer', WRONG);
-  await role('admin').uncheck();
   await visitor.start('admin', 'roles');
-  await visitor.sees('#result', 'no administrator');
+  await page.uncheck('#dialog-ADMIN');
+  await visitor.sees('#dialog-result', 'Type admin');
+  await page.fill('#dialog-check', 'admin');
+  await page.click('#dialog-confirm');
+  await visitor.sees('#dialog-result', 'no administrator');
+  await page.click('#dialog-cancel');
   await visitor.logOut();
   await visitor.logIn('viewer', 'a new secret');
 });
@@ -119,14 +120,17 @@ visit('an administrator takes roles, locks, and sets a password', async visitor 
 visit('the clock is set, and the log shows it', async (visitor, page) => {
   await visitor.logIn('engineer');
   await visitor.openTab('unit');
-  await page.fill('#clock-field', '2031-02-03T04:05:06');
   await page.click('#clock-set');
+  await page.fill('#dialog-time', '2031-02-03T04:05:06');
+  await page.click('#dialog-confirm');
   await visitor.sees('#unit-clock', '2031-02-03 04:05:');
   await visitor.sees('#unit-version', /\d/);
   await visitor.openTab('log');
   await visitor.sees('#log-lines', 'clock: set');
   await visitor.openTab('unit');
   await page.click('#clock-pc');
+  await visitor.sees('#dialog-text', /^2031-02-03 04:05:\d\d → 20.* \(unit: UTC\+00:00; this PC: UTC/);
+  await page.click('#dialog-confirm');
   await visitor.sees('#unit-clock-difference', 'the same');
 });
 

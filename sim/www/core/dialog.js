@@ -1,34 +1,43 @@
-// core/dialog.js: the one dialog. It says what will happen, asks for missing values, and stays open
-// until the unit has done it.
+// core/dialog.js: the one dialog. It says what will happen, asks for missing values, and stays open until
+// the unit has done it.
 'use strict';
 
 const dialog = (() => {
+  const SETTLE_MS = 700; // a double tap must not confirm what it has opened
   const element = page.byId('dialog');
   const confirm = page.byId('dialog-confirm');
   const cancel = page.byId('dialog-cancel');
+  const result = page.byId('dialog-result');
   let question = null; // what ask() was given
+  let settled = false;
+  let settling;
+  let busy = false;
 
-  function makeField(field) {
-    const id = `dialog-${field.name}`;
+  const say = text => page.showMessage(result, text, 'wait');
+
+  function makeField({ name, label, type = 'text', value = '', hint = '', objection = '', ...attributes }) {
+    const id = `dialog-${name}`;
+    const isBox = type === 'checkbox';
     const input = page.make('input', {
       id,
-      name: field.name,
-      type: field.type || 'text',
-      value: field.value || '',
-      autocomplete: field.type === 'password' ? 'new-password' : 'off',
-      inputMode: field.inputMode || 'text',
-      disabled: Boolean(field.objection),
+      name,
+      type,
+      [isBox ? 'checked' : 'value']: value,
+      autocomplete: type === 'password' ? 'new-password' : 'off',
+      disabled: objection !== '',
       spellcheck: false,
+      ...attributes,
     });
-    input.setAttribute('aria-describedby', `${id}-hint`);
-    const hint = page.make('p', { id: `${id}-hint`, className: 'hint' });
-    hint.textContent = field.objection || field.hint || '';
-    return [page.make('label', { htmlFor: id, textContent: field.label }), input, hint];
+    const help = page.make('p', { id: `${id}-hint`, className: 'hint', textContent: objection || hint });
+    input.setAttribute('aria-describedby', help.id);
+    const caption = page.make('label', { htmlFor: id, textContent: label, className: type });
+    return isBox ? [page.make('div', { className: 'check' }, input, caption)] : [caption, input, help];
   }
 
   function values() {
-    const inputs = page.byId('dialog-fields').querySelectorAll('input');
-    return Object.fromEntries([...inputs].map(input => [input.name, input.value]));
+    const inputs = [...page.byId('dialog-fields').querySelectorAll('input')];
+    return Object.fromEntries(inputs.map(({ name, type, value, checked }) =>
+      [name, type === 'checkbox' ? checked : value]));
   }
 
   // What it shows of the unit may change while it is open.
@@ -37,34 +46,50 @@ const dialog = (() => {
       page.write(page.byId('dialog-text'), question.text(values()));
   }
 
+  function allow() {
+    const objection = question.objection ? question.objection(values()) : '';
+    confirm.disabled = busy || !settled || objection !== '';
+    return objection;
+  }
+
   // Shows what the entered values would do, or why they cannot be used.
   function review() {
-    const entered = values();
-    const objection = question.objection ? question.objection(entered) : '';
     update();
-    page.showMessage(page.byId('dialog-result'), objection, 'wait');
-    confirm.disabled = objection !== '';
+    say(allow());
   }
 
-  function setBusy(busy) {
-    confirm.disabled = cancel.disabled = busy;
-    element.toggleAttribute('data-busy', busy);
+  // For a moment the dialog takes no confirmation.
+  function settle() {
+    busy = false;
+    settled = false;
+    cancel.disabled = false;
+    clearTimeout(settling);
+    settling = setTimeout(() => {
+      settled = true;
+      allow();
+    }, SETTLE_MS);
   }
 
-  // A good outcome closes the dialog; a bad one stays open so that it can be read.
+  // A good outcome closes the dialog; another one stays open so that it can be read.
   async function submit(event) {
     event.preventDefault();
     if (confirm.disabled)
       return;
-    setBusy(true);
-    page.showMessage(page.byId('dialog-result'), 'Waiting for the unit…', 'wait');
-    const outcome = await soap.outcomeOf(() => question.action(values()));
-    setBusy(false);
+    busy = confirm.disabled = true;
+    say('Asking the unit…');
+    const outcome = await question.action(values());
     page.report(outcome);
-    if (outcome.good)
+    settle();
+    if (outcome.kind === 'good')
       element.close();
     else
-      page.showMessage(page.byId('dialog-result'), outcome.text, 'bad');
+      page.showMessage(result, outcome.text, outcome.kind);
+  }
+
+  // What has not been sent is dropped, and its outcome says so. What has been sent cannot be taken back.
+  function close() {
+    link.cancel();
+    element.close();
   }
 
   // {title, fields, text(values), objection(values), confirm, action(values), danger}
@@ -75,21 +100,26 @@ const dialog = (() => {
     confirm.textContent = asked.confirm;
     confirm.classList.toggle('danger', Boolean(asked.danger));
     element.showModal();
+    settle();
     review();
-    const first = page.byId('dialog-fields').querySelector('input:enabled');
-    if (first === null)
-      cancel.focus();
-    else
+    const first = page.byId('dialog-fields').querySelector('input:enabled') || cancel;
+    first.focus();
+    if (first.type === 'text')
       first.select();
   }
 
   page.byId('dialog-form').addEventListener('submit', submit);
-  page.byId('dialog-fields').addEventListener('input', () => review());
-  cancel.addEventListener('click', () => element.close());
+  page.byId('dialog-fields').addEventListener('input', review);
+  cancel.addEventListener('click', close);
   element.addEventListener('cancel', event => {
-    if (element.hasAttribute('data-busy'))
-      event.preventDefault(); // the answer is still to come
+    event.preventDefault();
+    if (!cancel.disabled)
+      close();
+  });
+  document.addEventListener('sent', () => {
+    cancel.disabled = busy;
+    say('Sent. Waiting for the unit…');
   });
 
-  return { ask, update };
+  return { ask, update, say };
 })();

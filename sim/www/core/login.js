@@ -19,6 +19,7 @@
     const rebooted = code === 'is' && session.wasRebooted();
     const reason = rebooted ? REBOOTED : REASONS.get(code) || 'The unit refused the login.';
     page.showMessage(page.byId('message'), code === null ? '' : reason, rebooted ? 'wait' : 'bad');
+    page.showMessage(page.byId('last-report'), code === null ? '' : page.lastReport(), 'wait');
   }
 
   async function submit(event) {
@@ -34,8 +35,7 @@
     try {
       const code = await session.logIn(user, password);
       if (code === '') {
-        session.forgetReboot();
-        link.leaveFor('/QOPweb.htm');
+        session.goOn();
         return;
       }
       explain(code);

@@ -1,16 +1,28 @@
-// core/page.js: what both pages share: protection against foreign frames, small helpers for the
-// document, and the name of the unit. Texts are inserted as text, never as HTML.
+// core/page.js: what all pages share: protection against old browsers, foreign frames and held keys, small
+// helpers for the document, and the name of the unit. Texts are inserted as text, never as HTML.
 'use strict';
+
+// A browser that does not even understand these scripts shows the message as well.
+if (!('showModal' in document.createElement('dialog')) || !('at' in Array.prototype))
+  throw new Error('This browser is too old.');
+document.getElementById('no-start').hidden = true;
 
 if (window.top !== window.self) { // a foreign frame could steal a click
   document.documentElement.hidden = true;
   window.stop();
 }
 
+// A held Enter would press a button many times in a second.
+document.addEventListener('keydown', event => {
+  if (event.repeat && event.key === 'Enter')
+    event.preventDefault();
+}, true);
+
 const page = (() => {
   const STATION_ATTEMPTS = 3; // then the page does without: the unit may have no station file
   const STATION_RETRY_MS = 5000;
   const TITLE = document.title;
+  const LAST_REPORT = 'rtu.report'; // kept for the login page, which may follow at once
 
   const byId = id => document.getElementById(id);
   const bytesOf = text => new TextEncoder().encode(text).length;
@@ -41,29 +53,31 @@ const page = (() => {
       element.hidden = !visible;
   }
 
-  // Shows a message in an element; an empty text removes it. Kinds: good, bad, wait.
+  // Shows a message in an element; an empty text removes it. Kinds: good, bad, unsure, wait.
   function showMessage(element, text, kind) {
     write(element, text);
     element.dataset.kind = kind || '';
     show(element, text !== '');
   }
 
-  // Shows the outcome of a person's action at the foot of the page, until the next outcome.
-  function report({ good, text }) {
-    const time = new Date().toTimeString().slice(0, 8);
-    write(byId('result-text'), `${time}  ${text}`);
-    byId('result').dataset.kind = good ? 'good' : 'bad';
+  // Shows the outcome of a person's action at the foot of the page, until the next outcome. Kinds: good,
+  // bad, unsure.
+  function report({ kind, text }) {
+    const timed = `${new Date().toTimeString().slice(0, 8)}  ${text}`;
+    sessionStorage.setItem(LAST_REPORT, timed);
+    write(byId('result-text'), timed);
+    byId('result').dataset.kind = kind;
     show(byId('result'), true);
   }
 
   // Shows the outcome there and beside the form that it belongs to.
   function reportAt(element, outcome) {
-    showMessage(element, outcome.text, outcome.good ? 'good' : 'bad');
+    showMessage(element, outcome.text, outcome.kind);
     report(outcome);
   }
 
   async function readPlace() {
-    const text = await link.get('/lan/station.xml', true);
+    const text = await link.get('/lan/station.xml');
     const root = new DOMParser().parseFromString(text, 'text/xml').documentElement;
     write(byId('station'), root.getAttribute('name') || 'Remote terminal unit');
     write(byId('place'), root.getAttribute('place') || '');
@@ -71,7 +85,7 @@ const page = (() => {
   }
 
   async function readType() {
-    write(byId('unit-type'), `RTU ${await soap.poll('getRTU') || ''}`);
+    write(byId('unit-type'), `RTU ${await soap.call('getRTU') || ''}`);
   }
 
   async function attempt(read, left) {
@@ -90,5 +104,18 @@ const page = (() => {
     attempt(readType, STATION_ATTEMPTS);
   }
 
-  return { byId, bytesOf, make, button, write, show, showMessage, report, reportAt, showStation };
+  return {
+    byId,
+    bytesOf,
+    make,
+    button,
+    write,
+    show,
+    showMessage,
+    report,
+    reportAt,
+    lastReport: () => sessionStorage.getItem(LAST_REPORT) || '',
+    forgetReport: () => sessionStorage.removeItem(LAST_REPORT),
+    showStation,
+  };
 })();

@@ -1,39 +1,45 @@
-// core/session.js: sends requests in the browser's session, one after the other, and returns to the
-// login page when the session is over.
+// core/session.js: sends requests in the browser's session, one after the other, and returns to the login
+// page when the session is over.
 'use strict';
 
-// The unit serves one request at a time, so all requests queue here. A person's request goes before the
-// next poll.
+// The unit serves one request at a time, so all requests queue here. What changes the unit goes first.
 const link = (() => {
   const ANSWER_MS = 20000;
+  const LEAVE_MS = 3000; // what changes the unit leaves so soon, or never
   const SESSION_PAGE = '/session.htm'; // its text says that the session lives
   // What the unit sends in place of an answer when the session is over, with or without a reason.
   const TO_LOGIN = /^<html>\s*<body onLoad=window\.location\.href='(\/index\.htm(?:\?u=[a-z]+)?)'/;
   const NEVER = new Promise(() => {});
 
-  class NoAnswer extends Error {}
+  class NoAnswer extends Error {} // the request has left, and may have been served
+  class NotSent extends Error {}
 
-  const tooLate = () =>
-    new NoAnswer(`The unit has not answered for ${ANSWER_MS / 1000} seconds.`);
-
-  const commands = [];
-  const polls = [];
-  let working = false;
+  const acts = []; // what changes the unit
+  const reads = [];
+  let running = null;
   let leaving = false;
+  let answeredMs = performance.now();
 
   async function work() {
-    if (working)
+    if (running !== null)
       return;
-    working = true;
-    for (let job; !leaving && (job = commands.shift() || polls.shift()) !== undefined;)
-      await job();
-    working = false;
+    while (!leaving && (running = acts.shift() || reads.shift() || null) !== null) {
+      const job = running;
+      try {
+        job.resolve(await job.send(job.abort.signal));
+      } catch (error) {
+        if (job.waitsAgain)
+          reads.unshift(Object.assign(job, { abort: new AbortController(), waitsAgain: false }));
+        else
+          job.reject(job.dropped || error);
+      }
+    }
+    running = null;
   }
 
-  // Calls send() at its turn. The promise settles like the one of send().
-  function inTurn(send, isPoll) {
+  function enqueue(queue, job) {
     return new Promise((resolve, reject) => {
-      (isPoll ? polls : commands).push(() => send().then(resolve, reject));
+      queue.push(Object.assign(job, { abort: new AbortController(), resolve, reject }));
       work();
     });
   }
@@ -50,35 +56,101 @@ const link = (() => {
     return match === null ? text : leaveFor(match[1]);
   }
 
+  const tooLate = () => new NoAnswer(`The unit has not answered for ${ANSWER_MS / 1000} seconds.`);
+
   // Returns the text of an answer with any status, without waiting for a turn. Throws NoAnswer also where
   // the unit refuses by closing the connection, as it does for a missing file.
-  async function exchange(url, options) {
+  async function exchange(url, options, signal) {
+    const abort = new AbortController();
+    const timer = setTimeout(() => abort.abort(tooLate()), ANSWER_MS);
+    signal?.addEventListener('abort', () => abort.abort());
     try {
-      const signal = AbortSignal.timeout(ANSWER_MS);
-      const reply = await fetch(url, { cache: 'no-store', signal, ...options });
-      return await reply.text();
+      const reply = await fetch(url, { cache: 'no-store', signal: abort.signal, ...options });
+      const text = await reply.text();
+      answeredMs = performance.now();
+      return text;
     } catch (error) {
-      throw error.name === 'TimeoutError' ? tooLate() : new NoAnswer('The unit does not answer.');
+      throw error instanceof NoAnswer ? error : new NoAnswer('The unit does not answer.');
+    } finally {
+      clearTimeout(timer);
     }
   }
 
-  const request = (url, options, isPoll) => inTurn(() => exchange(url, options), isPoll);
+  const request = (url, options) =>
+    enqueue(reads, { send: signal => exchange(url, options, signal) });
 
   // An uploaded file may look like the page that leads to the login: only SESSION_PAGE is believed.
-  async function get(url, isPoll) {
-    const text = await request(url, {}, isPoll);
+  async function get(url) {
+    const text = await request(url);
     if (TO_LOGIN.test(text))
-      await followed(await request(SESSION_PAGE, {}, isPoll));
+      await followed(await request(SESSION_PAGE));
     return text;
   }
 
-  const getSession = () => get(SESSION_PAGE, true);
+  const post = async (url, headers, body) =>
+    followed(await request(url, { method: 'POST', headers, body }));
 
-  async function post(url, headers, body, isPoll) {
-    return followed(await request(url, { method: 'POST', headers, body }, isPoll));
+  // ---- What changes the unit ----
+
+  function drop(job, reason) {
+    job.dropped = new NotSent(reason);
+    job.abort.abort();
+    const place = acts.indexOf(job);
+    if (place !== -1) {
+      acts.splice(place, 1);
+      job.reject(job.dropped);
+    }
   }
 
-  return { ANSWER_MS, NoAnswer, tooLate, inTurn, leaveFor, exchange, get, getSession, post };
+  // Calls send() as soon as the unit shows that it serves this session now. A read that waits for its answer
+  // is stopped and repeated later. Throws NotSent if the unit shows nothing in time: a request to a unit
+  // that hangs would be served whenever it goes on. What has been sent is never taken back.
+  function act(send) {
+    const job = { isAct: true };
+    const timer = setTimeout(() =>
+      drop(job, `The unit did not answer within ${LEAVE_MS / 1000} seconds.`), LEAVE_MS);
+
+    job.send = async signal => {
+      const text = await exchange(SESSION_PAGE, {}, signal);
+      if (signal.aborted)
+        throw job.dropped;
+      clearTimeout(timer);
+      if (TO_LOGIN.test(text))
+        throw new NotSent('The session has ended.');
+      job.sent = true;
+      document.dispatchEvent(new Event('sent'));
+      return send();
+    };
+    if (running !== null && !running.isAct) {
+      running.waitsAgain = true;
+      running.abort.abort();
+    }
+    return enqueue(acts, job).catch(error => {
+      throw job.sent || error instanceof NotSent ? error : new NotSent(error.message);
+    }).finally(() => clearTimeout(timer));
+  }
+
+  // Drops what has not been sent yet.
+  function cancel() {
+    for (const job of [...acts, running])
+      if (job !== null && job.isAct && !job.sent)
+        drop(job, 'Cancelled.');
+  }
+
+  return {
+    ANSWER_MS,
+    NoAnswer,
+    NotSent,
+    tooLate,
+    leaveFor,
+    exchange,
+    get,
+    getSession: () => get(SESSION_PAGE),
+    post,
+    act,
+    cancel,
+    answeredMs: () => answeredMs,
+  };
 })();
 
 // Logs in and out, keeps the session alive, and finds out whether it still lives.
@@ -87,6 +159,8 @@ const session = (() => {
   const FIELD_BYTES = 127; // of user and password: the unit cuts longer texts
   const REMEMBERED = 'rtu.session'; // user and level, for display only
   const REBOOTED = 'rtu.rebooted';
+  const PLACE = 'rtu.place'; // the address of the page in this tab that the login has interrupted
+  const START_PAGE = '/QOPweb.htm';
   // An answer of getRbacPerm.
   const OWN_SECURITY = -1; // the library's own sessions: everybody may call every operation
   const NOT_AUTHENTICATED = 2;
@@ -125,14 +199,14 @@ const session = (() => {
     return '';
   }
 
-  const command = (name, isPoll) => link.post('/index.htm', FORM, formOf(name, '', ''), isPoll);
+  const command = name => link.post('/index.htm', FORM, formOf(name, '', ''));
 
-  const verdict = async () => Number(await soap.poll('getRbacPerm'));
+  const verdict = async () => Number(await soap.call('getRbacPerm'));
 
   // Returns the level in the unit's session table, or undefined if the session is not there.
   async function reportedLevel() {
     try {
-      return Number(await soap.poll('getUserAuth'));
+      return Number(await soap.call('getUserAuth'));
     } catch (error) {
       if (error instanceof soap.Fault)
         return undefined;
@@ -159,16 +233,24 @@ const session = (() => {
     } catch (lost) {
       if (!await isCookieGone())
         throw lost;
-      await link.get('/index.htm', true); // throws unless the unit can send the login page
+      await link.get('/index.htm'); // throws unless the unit can send the login page
       await link.leaveFor('/index.htm?u=is');
     }
   }
 
-  async function logOut() {
+  // reason: the code that the login page explains, or an empty text.
+  async function logOut(reason) {
     await check(); // without a session the unit does not answer a logout
     localStorage.removeItem(REMEMBERED);
-    await command('cgiLogout', false);
-    await link.leaveFor('/index.htm');
+    await command('cgiLogout');
+    await link.leaveFor(`/index.htm${reason === '' ? '' : `?u=${reason}`}`);
+  }
+
+  // After a login: leads to where the person was in this tab.
+  function goOn() {
+    sessionStorage.removeItem(REBOOTED);
+    page.forgetReport();
+    link.leaveFor(sessionStorage.getItem(PLACE) || START_PAGE);
   }
 
   // Another page of this browser has logged in, so the cookie may now be that of another user.
@@ -189,10 +271,11 @@ const session = (() => {
     verdict,
     reportedLevel,
     onOtherLogin,
-    keepAlive: () => command('cgiKeepAlive', true),
+    keepAlive: () => command('cgiKeepAlive'),
     remembered: () => parsed(localStorage.getItem(REMEMBERED)),
     noteReboot: () => sessionStorage.setItem(REBOOTED, '1'),
     wasRebooted: () => sessionStorage.getItem(REBOOTED) !== null,
-    forgetReboot: () => sessionStorage.removeItem(REBOOTED),
+    notePlace: () => sessionStorage.setItem(PLACE, location.pathname + location.search + location.hash),
+    goOn,
   };
 })();

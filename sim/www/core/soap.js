@@ -11,7 +11,7 @@ const soap = (() => {
   function faultOf(element) {
     const text = textOf(element, 'faultstring') || 'fault';
     const detail = (textOf(element, 'detail') || '').trim();
-    return new Fault(`The unit refused: ${text}${detail === '' ? '' : ` (${detail})`}.`);
+    return new Fault(`the unit refused: ${text}${detail === '' ? '' : ` (${detail})`}.`);
   }
 
   function envelope(operation, parameters) {
@@ -36,40 +36,45 @@ const soap = (() => {
       throw faultOf(fault);
     const response = xml.getElementsByTagNameNS(SERVICE, `${operation}Response`)[0];
     if (response === undefined)
-      throw new Error('The answer cannot be understood.');
+      throw new Error('The answer cannot be understood');
     return textOf(response, 'return');
   }
 
-  // call('coreDbReadData', {inputType: 'analog', ...}) is a person's request, poll(...) one of the page.
-  async function send(operation, parameters, isPoll) {
-    const answer = await link.post('/', HEADERS, envelope(operation, parameters), isPoll);
-    return resultOf(answer, operation);
-  }
+  const post = (operation, parameters, send) => send('/', HEADERS, envelope(operation, parameters));
 
-  // Returns the result as a number: many operations answer with a status.
-  async function status(operation, parameters) {
-    const result = await send(operation, parameters, false);
+  const call = async (operation, parameters = {}) =>
+    resultOf(await post(operation, parameters, link.post), operation);
+
+  // Calls an operation that changes the unit, now or never. Returns its status.
+  async function act(operation, parameters = {}) {
+    const answer = await link.act(() => post(operation, parameters,
+      (url, headers, body) => link.exchange(url, { method: 'POST', headers, body })));
+    const result = resultOf(answer, operation);
     if (result === null)
-      throw new Error('The unit answered without a result.');
+      throw new Error('The unit answered without a result');
     return Number(result);
   }
 
-  // Returns the outcome of a person's action as {good, text}: the action's own, or why it failed.
-  async function outcomeOf(action) {
+  // Returns what became of an action, for the person who asked for it. Kinds: good, bad, unsure.
+  async function outcomeOf(what, action) {
     try {
       return await action();
     } catch (error) {
-      const unsure = error instanceof link.NoAnswer
-        ? ' Whether it has done what was asked is not known: look before you try again.' : '';
-      return { good: false, text: error.message + unsure };
+      if (error instanceof link.NotSent)
+        return { kind: 'bad', text: `Not sent: ${what}. ${error.message}` };
+      if (error instanceof Fault)
+        return { kind: 'bad', text: `${what}: ${error.message}` };
+      const why = error instanceof link.NoAnswer ? 'No answer' : error.message;
+      return { kind: 'unsure', text: `${why}: ${what} may or may not have been done. Look before you try again.` };
     }
   }
 
-  return {
-    Fault,
-    call: (operation, parameters = {}) => send(operation, parameters, false),
-    poll: (operation, parameters = {}) => send(operation, parameters, true),
-    status,
-    outcomeOf,
-  };
+  // Calls an operation that changes the unit, and returns the outcome. meanings: of other statuses than 0.
+  const perform = (what, operation, parameters, meanings = {}) => outcomeOf(what, async () => {
+    const status = await act(operation, parameters);
+    return status === 0 ? { kind: 'good', text: `${what}: done.` }
+      : { kind: 'bad', text: `${what}: ${meanings[status] || `the unit answered ${status}`}.` };
+  });
+
+  return { Fault, call, outcomeOf, perform };
 })();

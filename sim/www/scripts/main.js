@@ -4,42 +4,46 @@
 
 const poll = (() => {
   const POLL_MS = 2000;
+  const HIDDEN_POLL_MS = 10 * POLL_MS; // while nobody sees the page
   const RETRY_MS = 4000;
   const LEAST_PAUSE_MS = 200; // leaves the unit time for other clients
   const KEEP_ALIVE_MS = 60000;
   const REBOOT_MS = 5000; // a rebooting unit does not answer sooner
-  const STALE_MS = 8000; // older values are marked, even if an answer may still come
+  const SLOW_MS = 8000; // without any answer
   const SLOW_TURNS = 5; // polls from one request for what seldom changes to the next
 
   let turn = 0;
   let aliveMs = performance.now();
-  let answeredMs = performance.now();
+  let timer;
+  let running = false;
+  let opened = false;
   let lastAnswer = ''; // the time of day
   let quietUntilMs = 0; // after a request to reboot
   let rebooting = false;
 
   function show(state, banner) {
-    const names = { ok: 'Connected', lost: 'No answer' };
+    const names = { ok: 'Connected', slow: 'Slow', lost: 'No answer' };
     page.write(page.byId('connection'), names[state]);
     document.body.dataset.connection = state;
     page.showMessage(page.byId('banner'), banner, 'bad');
   }
 
   function showOk() {
-    if (document.body.dataset.connection === 'lost')
-      page.showStation(); // the name may still be unknown, or this may be another unit now
+    if (['wait', 'lost'].includes(document.body.dataset.connection))
+      page.showStation(); // it may be another unit now
     show('ok', '');
   }
 
+  const stale = () => lastAnswer === '' ? '' : ` Last answer at ${lastAnswer}: what you see is stale.`;
+
   function showLost(error) {
-    const since = lastAnswer === '' ? '' : ` Last answer at ${lastAnswer}: what you see is stale.`;
     show('lost', rebooting ? 'The unit is rebooting. This page goes on when it answers again.'
-      : `${error.message}${since} Trying again…`);
+      : `${error.message}${stale()} Trying again…`);
   }
 
   function watch() {
-    if (document.body.dataset.connection === 'ok' && performance.now() - answeredMs > STALE_MS)
-      showLost(new Error('The unit is busy or away.'));
+    if (document.body.dataset.connection === 'ok' && running && performance.now() - link.answeredMs() > SLOW_MS)
+      show('slow', `The unit has not answered for ${SLOW_MS / 1000} seconds.${stale()}`);
   }
 
   async function keepAlive() {
@@ -49,14 +53,21 @@ const poll = (() => {
     await session.keepAlive();
   }
 
+  // The first values come first: the unit has just sent this page, so the session lives.
   async function askAll() {
-    await session.check();
+    if (opened)
+      await session.check();
+    opened = true;
+    await points.refresh();
     if (turn % SLOW_TURNS === 0) {
       await rights.refresh();
       await control.refresh();
     }
+    if (turn === 0) {
+      await clock.refreshZone();
+      await idle.refresh();
+    }
     await clock.refresh();
-    await points.refresh();
     await keepAlive();
   }
 
@@ -66,20 +77,16 @@ const poll = (() => {
       showLost(error);
       points.retry();
     } else {
-      page.report({ good: false, text: error.message });
+      page.report({ kind: 'bad', text: error.message });
     }
   }
 
   async function run() {
+    running = true;
+    let pause = document.hidden ? HIDDEN_POLL_MS : POLL_MS;
     const began = performance.now();
-    if (began < quietUntilMs) {
-      setTimeout(run, quietUntilMs - began);
-      return;
-    }
-    let pause = POLL_MS;
     try {
       await askAll();
-      answeredMs = performance.now();
       lastAnswer = new Date().toTimeString().slice(0, 8);
       rebooting = rebooting && performance.now() < quietUntilMs; // the unit may answer until it goes down
       if (!rebooting)
@@ -89,7 +96,13 @@ const poll = (() => {
       note(error);
       pause = RETRY_MS;
     }
-    setTimeout(run, Math.max(LEAST_PAUSE_MS, pause - (performance.now() - began)));
+    running = false;
+    schedule(Math.max(LEAST_PAUSE_MS, pause - (performance.now() - began)));
+  }
+
+  function schedule(pause) {
+    clearTimeout(timer);
+    timer = setTimeout(run, Math.max(pause, quietUntilMs - performance.now()));
   }
 
   function expectReboot() {
@@ -98,6 +111,10 @@ const poll = (() => {
     showLost();
   }
 
+  document.addEventListener('visibilitychange', () => {
+    if (!document.hidden && !running)
+      schedule(0);
+  });
   setInterval(watch, 1000);
   return { run, expectReboot };
 })();
@@ -114,9 +131,9 @@ const poll = (() => {
   async function logOut() {
     page.byId('logout').disabled = true;
     try {
-      await session.logOut();
+      await session.logOut('');
     } catch (error) {
-      page.report({ good: false, text: `Not logged out. ${error.message}` });
+      page.report({ kind: 'bad', text: `Not logged out. ${error.message}` });
       page.byId('logout').disabled = false;
     }
   }
@@ -124,10 +141,10 @@ const poll = (() => {
   page.byId('logout').addEventListener('click', logOut);
   page.byId('result-close').addEventListener('click', () => page.show(page.byId('result'), false));
   document.addEventListener('rights', showUser);
-  session.onOtherLogin(() => link.leaveFor('/QOPweb.htm'));
+  window.addEventListener('pagehide', session.notePlace);
+  session.onOtherLogin(() => location.reload());
   showUser();
   rights.applyTo(document);
   tabs.openAddressed();
-  page.showStation();
   poll.run();
 })();

@@ -36,7 +36,7 @@ const pointTable = (() => {
   }
 
   function buttonsOf(point) {
-    return operate.actionsOf(point.type).map(([action, label]) => {
+    return operate.actionsOf(point).map(([action, label]) => {
       const button = page.button(label, action, 'write');
       button.setAttribute('aria-label', `${label} ${point.name}`);
       return button;

@@ -56,7 +56,7 @@ const pointList = (() => {
   }
 
   async function readSome(type, points) {
-    const text = await soap.poll('coreDbReadMultData', {
+    const text = await soap.call('coreDbReadMultData', {
       inputType: type,
       inputNames: points.map(point => `[${point.name}]`).join(''),
       inputFormat: FORMATS[type] || '',
@@ -75,7 +75,7 @@ const pointList = (() => {
     }
   }
 
-  return { load, readAll };
+  return { load, parse, readAll };
 })();
 
 // The section.

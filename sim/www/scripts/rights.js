@@ -28,7 +28,7 @@ const rights = (() => {
   }
 
   const NEEDS = {
-    read: () => levelReason(50, 'Reading'),
+    read: () => mode === null ? '' : levelReason(50, 'Reading'), // the first values do not wait for the answer
     write: () => levelReason(200, 'Changing anything'),
     reboot: () => levelReason(250, 'Rebooting'),
     host: hostReason,
@@ -61,8 +61,8 @@ const rights = (() => {
       return ['off', await askOwnLevel(), false];
     if (verdict !== session.ALLOWED)
       return ['host', 0, false];
-    const reported = Number(await soap.poll('getUserAuth'));
-    return ['host', reported, Boolean(await soap.poll('getUsersList'))]; // only administrators get names
+    const reported = Number(await soap.call('getUserAuth'));
+    return ['host', reported, Boolean(await soap.call('getUsersList'))]; // only administrators get names
   }
 
   async function refresh() {

@@ -2,26 +2,47 @@
 // local or remote control, versions, setting the clock, and reboot.
 'use strict';
 
+// Returns the answer of one of the unit's functions, or null where the user or the unit has none to give.
+async function askFunction(binContName, name) {
+  const fields = { binContName, binName: '', function: name, arg: '', timeout: 1000 };
+  try {
+    return rights.reason('write') === '' ? await soap.call('fnPutS', fields) : null;
+  } catch (error) {
+    if (error instanceof soap.Fault)
+      return null;
+    throw error;
+  }
+}
+
 const clock = (() => {
   const ANSWER = /^(\d\d):(\d\d):(\d\d):(\d\d):(\d\d):(\d\d)\|(-?\d+)$/;
+  const OFFSET = /^([+-])(\d\d)(\d\d)$/;
   const SOURCES = new Map([['1', 'set by hand'], ['2', 'not set since the start']]);
   const SLACK_MS = 500; // a request may take so long on its way
   const TICK_MS = 250;
+  const MINUTE_MS = 60000;
 
   // The unit's local time in milliseconds, read as if it were UTC, and the moment of that reading.
   let unitMs = null;
   let seenMs = 0;
   let source = '';
+  let offset = null; // of the unit's local time from UTC, in minutes
 
+  const pcOffset = () => -new Date().getTimezoneOffset();
   const now = () => unitMs + performance.now() - seenMs;
   const textOf = ms => new Date(ms).toISOString().slice(0, 19).replace('T', ' ');
   const text = () => unitMs === null ? '' : textOf(now());
 
-  // This PC's local time in the same form.
-  function pcMs() {
-    const date = new Date();
-    return date.getTime() - date.getTimezoneOffset() * 60000;
+  // This PC's time as a clock in the unit's zone shows it, or in the PC's own if the unit tells none.
+  const pcMs = () => Date.now() + (offset ?? pcOffset()) * MINUTE_MS;
+
+  function zoneText(minutes) {
+    const clockText = textOf(Math.abs(minutes) * MINUTE_MS).slice(11, 16);
+    return `UTC${minutes < 0 ? '-' : '+'}${clockText}`;
   }
+
+  const zones = () => `unit: ${offset === null ? 'zone not known' : zoneText(offset)}; this PC: `
+    + `${zoneText(pcOffset())}, ${Intl.DateTimeFormat().resolvedOptions().timeZone}`;
 
   // The answer has whole seconds: move the clock only if it cannot be right.
   function adjust(ms) {
@@ -44,15 +65,18 @@ const clock = (() => {
     if (unitMs === null || document.body.dataset.connection === 'lost')
       return;
     page.write(page.byId('clock'), text());
+    page.write(page.byId('clock-zone'), offset === null ? '' : zoneText(offset));
     page.write(page.byId('unit-clock'), text());
     page.write(page.byId('unit-clock-difference'), difference());
+    page.write(page.byId('unit-zones'), zones());
     page.write(page.byId('unit-time-source'), source);
+    dialog.update(); // it may show the time
   }
 
   async function refresh() {
     if (rights.reason('read') !== '')
       return;
-    const match = ANSWER.exec(await soap.poll('thmGetInfo') || '');
+    const match = ANSWER.exec(await soap.call('thmGetInfo') || '');
     if (match === null)
       return;
     const [year, month, day, hour, minute, second] = match.slice(1, 7).map(Number);
@@ -61,8 +85,13 @@ const clock = (() => {
     tick();
   }
 
+  async function refreshZone() {
+    const [, sign, hours, minutes] = OFFSET.exec(await askFunction('thm', 'utcOffset')) || [];
+    offset = sign === undefined ? null : Number(`${sign}1`) * (60 * Number(hours) + Number(minutes));
+  }
+
   setInterval(tick, TICK_MS);
-  return { refresh, text, pcText: () => textOf(pcMs()) };
+  return { refresh, refreshZone, text, zones, pcText: () => textOf(pcMs()) };
 })();
 
 // Local or remote control.
@@ -71,34 +100,18 @@ const control = (() => {
   const MEANINGS = new Map([
     ['L', 'The unit is operated on site: it refuses commands and set points from remote clients.'],
     ['R', 'The unit may be operated over the network.'],
+    ['U', 'The unit does not know: remote clients may be refused.'],
   ]);
-  const QUESTION =
-    { binContName: 'coreDb', binName: '', function: 'getLR', arg: '', timeout: 1000 };
-  let unavailable = false; // the unit would refuse every further question
 
-  function show(state, meaning) {
+  async function refresh() {
+    const state = (await askFunction('coreDb', 'getLR') || '').charAt(0);
+    const unknown = rights.reason('write') === '' ? 'The unit does not report it.' : 'Shown from access level 200.';
     for (const id of ['control', 'unit-control']) {
       page.write(page.byId(id), NAMES.get(state) || 'Not known');
       page.byId(id).dataset.state = state;
     }
-    page.byId('control').title = meaning;
-    page.write(page.byId('unit-control-meaning'), meaning);
-  }
-
-  async function refresh() {
-    const allowed = rights.reason('write') === '';
-    if (!allowed || unavailable) {
-      show('', allowed ? 'The unit does not report it.' : 'Shown from access level 200.');
-      return;
-    }
-    try {
-      const state = (await soap.poll('fnPutS', QUESTION) || '').charAt(0);
-      show(state, MEANINGS.get(state) || 'The unit does not know: remote clients may be refused.');
-    } catch (error) {
-      if (!(error instanceof soap.Fault))
-        throw error;
-      unavailable = true;
-    }
+    page.byId('control').title = MEANINGS.get(state) || unknown;
+    page.write(page.byId('unit-control-meaning'), MEANINGS.get(state) || unknown);
   }
 
   return { refresh };
@@ -106,7 +119,7 @@ const control = (() => {
 
 // The section.
 (() => {
-  const CLOCK_FIELD = /^20(\d\d)-(\d\d)-(\d\d)[T ](\d\d):(\d\d)(?::(\d\d))?$/;
+  const TIME = /^20(\d\d)-(\d\d)-(\d\d) (\d\d):(\d\d)(?::(\d\d))?$/;
   const MODES = new Map([
     ['host', 'the unit\'s security module'],
     ['off', 'off: everybody may call SOAP operations'],
@@ -121,56 +134,52 @@ const control = (() => {
     page.showMessage(page.byId('unit-version'), await soap.call('baselineShowVer') || 'none', '');
   }
 
-  // Takes "2026-11-21T12:00:30", with or without seconds.
-  async function setClock(text) {
-    const match = CLOCK_FIELD.exec(text);
-    if (match === null)
-      return { good: false, text: 'Enter a date and time of the years 2000 to 2099.' };
-    const inputTime = match.slice(1).map(part => part || '00').join(':');
-    const status = await soap.status('thmSetTime', { inputTime });
-    await clock.refresh();
-    return status === 0 ? { good: true, text: `Clock set to ${text.replace('T', ' ')}.` }
-      : { good: false, text: `The clock was not set: the unit answered ${status}.` };
+  async function setClock(time) {
+    const inputTime = TIME.exec(time).slice(1).map(part => part || '00').join(':');
+    const outcome = await soap.perform(`Set the clock, ${clock.text()} → ${time}`, 'thmSetTime', { inputTime });
+    clock.refresh().catch(() => {}); // the next poll shows what is wrong
+    return outcome;
   }
 
-  async function setAndReport(text) {
-    page.reportAt(page.byId('clock-outcome'), await soap.outcomeOf(() => setClock(text)));
+  // timeOf(values) returns the new time as a text.
+  function askToSet(title, fields, timeOf) {
+    dialog.ask({
+      title,
+      fields,
+      text: values => `${clock.text()} → ${timeOf(values) || '…'} (${clock.zones()})`,
+      objection: values => TIME.test(timeOf(values)) ? '' : 'Enter a date and time of the years 2000 to 2099.',
+      confirm: 'Set the clock',
+      action: values => setClock(timeOf(values)),
+    });
   }
 
   async function reboot() {
     // The operation needs a user and a password, but the unit only looks at the session.
     const user = session.remembered().user || 'user';
-    const status = await soap.status('rtuReboot', { user, password: '' });
-    if (status !== 0)
-      return { good: false, text: `The unit does not reboot: it answered ${status}.` };
-    session.noteReboot();
-    poll.expectReboot();
-    return { good: true, text: 'The unit reboots.' };
+    const outcome = await soap.perform('Reboot', 'rtuReboot', { user, password: '' });
+    if (outcome.kind === 'good') {
+      session.noteReboot();
+      poll.expectReboot();
+    }
+    return outcome;
   }
 
-  function askToReboot() {
-    dialog.ask({
-      title: 'Reboot the unit',
-      text: () => `${page.byId('station').textContent}: the unit stops serving and monitoring until `
-        + 'it has started again. Everybody is logged out.',
-      confirm: 'Reboot',
-      danger: true,
-      action: reboot,
-    });
-  }
-
-  function suggestTime() {
-    if (page.byId('clock-field').value === '')
-      page.byId('clock-field').value = clock.pcText().replace(' ', 'T');
-  }
-
-  page.byId('clock-form').addEventListener('submit', event => {
-    event.preventDefault();
-    setAndReport(page.byId('clock-field').value);
-  });
-  page.byId('clock-pc').addEventListener('click', () => setAndReport(clock.pcText()));
-  page.byId('reboot').addEventListener('click', askToReboot);
-  page.byId('panel-unit').addEventListener('shown', suggestTime);
+  page.byId('clock-set').addEventListener('click', () => askToSet('Set the unit\'s clock', [{
+    name: 'time',
+    label: 'New time, as the unit\'s local time',
+    type: 'datetime-local',
+    step: '1',
+  }], ({ time }) => time.replace('T', ' ')));
+  page.byId('clock-pc').addEventListener('click', () =>
+    askToSet('Set the unit\'s clock to this PC\'s time', [], () => clock.pcText()));
+  page.byId('reboot').addEventListener('click', () => dialog.ask({
+    title: 'Reboot the unit',
+    text: () => `${page.byId('station').textContent}: the unit stops serving and monitoring until it has `
+      + 'started again. Everybody is logged out.',
+    confirm: 'Reboot',
+    danger: true,
+    action: reboot,
+  }));
   document.addEventListener('rights', showRights);
   tabs.loading('unit', 'read', 'unit-version', readVersion);
 })();

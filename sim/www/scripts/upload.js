@@ -5,26 +5,26 @@
 (() => {
   const MAX_BYTES = 16 * 1024 * 1024 - 1024; // limit of a request, minus the rest of the form
   const ELSEWHERE = ['netConfig.xml', 'userLogin.xml']; // kept in a folder that the unit may not show
+  const LIST = 'points.xml';
   // Endings of pages and their parts: such a file could act in the session of everybody who opens it.
   const ACTIVE = /\.(html?|js|css|svg)$/i;
   const input = page.byId('upload-file');
 
   const showOutcome = (text, kind) => page.showMessage(page.byId('upload-outcome'), text, kind);
 
-  // Returns why a file cannot be sent, or an empty text.
-  function objection(name, content) {
-    if (files.nameObjection(name) !== '')
-      return files.nameObjection(name);
-    if (ACTIVE.test(name))
-      return 'Pages, scripts, styles and drawings are not configuration files.';
-    if (content === '')
-      return 'The file is empty.';
-    if (content.includes('&'))
-      return 'The file contains "&": the unit would take it as ending there. In XML, write the '
-        + 'character in another way, or leave it out.';
-    if (content.includes('\0'))
-      return 'This is not a text file.';
-    return page.bytesOf(content) > MAX_BYTES ? 'The file is too long: 16 MiB at most.' : '';
+  // Throws what is wrong with a file that cannot be sent.
+  function check(name, content) {
+    const objection = files.nameObjection(name)
+      || (ACTIVE.test(name) ? 'Pages, scripts, styles and drawings are not configuration files.' : '')
+      || (content === '' ? 'The file is empty.' : '')
+      || (content.includes('&') ? 'The file contains "&": the unit would take it as ending there. In XML, '
+        + 'write the character in another way, or leave it out.' : '')
+      || (content.includes('\0') ? 'This is not a text file.' : '')
+      || (page.bytesOf(content) > MAX_BYTES ? 'The file is too long: 16 MiB at most.' : '');
+    if (objection !== '')
+      throw new Error(objection);
+    if (name === LIST)
+      pointList.parse(content);
   }
 
   async function textOf(file) {
@@ -47,10 +47,9 @@
       };
       request.open('POST', '/cgi/upconfig');
       request.setRequestHeader('Content-Type', 'application/x-www-form-urlencoded');
-      request.upload.addEventListener('progress', event => {
+      request.upload.addEventListener('progress', ({ loaded, total }) => {
         wait();
-        if (event.lengthComputable)
-          page.byId('upload-progress').value = event.loaded / event.total;
+        dialog.say(`Sending: ${Math.round(100 * loaded / total)} %`);
       });
       request.addEventListener('load', resolve);
       request.addEventListener('error', () => reject(new link.NoAnswer('The unit does not answer.')));
@@ -61,43 +60,44 @@
     });
   }
 
-  const withoutMark = text => text.replace(/^\uFEFF/, ''); // reading a file drops its byte order mark
-
-  async function compare(name, content) {
+  async function readBack(name, content) {
+    dialog.say('Reading back…');
     const there = files.isReadable(name) ? await files.read(`/cfgFiles/${name}`) : null;
-    if (there !== null && withoutMark(there) === withoutMark(content))
-      return { good: true, text: `${name} was written, and reads back as sent.` };
+    if (there === content.replace(/^\uFEFF/, '')) // reading a file drops its byte order mark
+      return { kind: 'good', text: `${name} was written, and reads back as sent.` };
     if (ELSEWHERE.includes(name) || !files.isReadable(name))
-      return { good: true, text: `${name} was sent. The unit does not let it be read back, so it is `
-        + 'not known whether it was written.' };
-    return { good: false, text: `${name} was NOT written: the unit has `
+      return { kind: 'unsure', text: `${name} was sent. It is not known whether it was written: the unit does `
+        + 'not let it be read back.' };
+    return { kind: 'bad', text: `${name} was NOT written: the unit has `
       + (there === null ? 'no such file.' : 'other contents under this name.') };
   }
 
   async function send(name, content) {
-    await session.check(); // without a session the unit does not answer
-    page.byId('upload-progress').value = 0;
-    page.show(page.byId('upload-progress'), true);
-    showOutcome(`Sending ${name}…`, 'wait');
-    await link.inTurn(() => post(`fileName=${name}&xmlString=${content}`));
-    showOutcome(`Reading ${name} back…`, 'wait');
-    return compare(name, content);
-  }
-
-  async function upload(name, file) {
-    const content = await textOf(file);
-    const why = objection(name, content);
-    return why === '' ? send(name, content) : { good: false, text: `Not sent. ${why}` };
+    const outcome = await soap.outcomeOf(`Upload of ${name}`, async () => {
+      await link.act(() => post(`fileName=${name}&xmlString=${content}`));
+      return readBack(name, content);
+    });
+    if (outcome.kind === 'good' && name === LIST)
+      points.reload();
+    showOutcome(outcome.text, outcome.kind);
+    return outcome;
   }
 
   async function submit(event) {
     event.preventDefault();
     const name = page.byId('upload-name').value.trim();
-    const outcome = await soap.outcomeOf(() => upload(name, input.files[0]));
-    if (outcome.good && name === 'points.xml')
-      points.reload();
-    page.show(page.byId('upload-progress'), false);
-    page.reportAt(page.byId('upload-outcome'), outcome);
+    try {
+      const content = await textOf(input.files[0]);
+      check(name, content);
+      dialog.ask({
+        title: `Upload ${name}`,
+        text: () => `${name}, ${page.bytesOf(content)} bytes. If the unit has a file of this name, it is replaced.`,
+        confirm: 'Upload',
+        action: () => send(name, content),
+      });
+    } catch (error) {
+      showOutcome(`Not sent: ${name}. ${error.message}`, 'bad');
+    }
   }
 
   function choose() {

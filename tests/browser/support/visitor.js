@@ -58,8 +58,11 @@ export class Visitor {
     });
     this.page.on('dialog', dialog => complain(`dialog: ${dialog.message()}`));
     this.page.on('pageerror', error => complain(`script: ${error.stack}`));
-    this.page.on('requestfailed', request =>
-      complain(`request: ${request.method()} ${request.url()}: ${request.failure().errorText}`));
+    this.page.on('requestfailed', request => {
+      const { errorText } = request.failure();
+      if (errorText !== 'net::ERR_ABORTED') // the page stops a read for a command
+        complain(`request: ${request.method()} ${request.url()}: ${errorText}`);
+    });
     this.page.on('response', answer => {
       if (answer.status() >= 400)
         complain(`answer: ${answer.url()}: ${answer.status()}`);
@@ -102,13 +105,18 @@ export class Visitor {
   async act(name, action, fields = {}) {
     await this.start(name, action);
     for (const [field, value] of Object.entries(fields))
-      await this.page.fill(`#dialog-${field}`, value);
+      if (typeof value === 'boolean')
+        await this.page.setChecked(`#dialog-${field}`, value);
+      else
+        await this.page.fill(`#dialog-${field}`, value);
     await this.page.click('#dialog-confirm');
   }
 
   async upload(name, content, outcome = 'reads back as sent') {
     await this.page.setInputFiles('#upload-file', { name, mimeType: 'text/xml', buffer: Buffer.from(content) });
     await this.page.click('#upload-submit');
+    if (!outcome.startsWith('Not sent'))
+      await this.page.click('#dialog-confirm');
     await this.sees('#upload-outcome', outcome);
   }
 
