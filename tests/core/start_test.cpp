@@ -1,4 +1,4 @@
-// tests/core/start_test.cpp: configuration, default hooks, version record and banner.
+// tests/core/start_test.cpp: configuration, default hooks, version record and banner, C names.
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +13,16 @@
 #include "core/config.h"
 #include "core/hooks.h"
 #include "support/fake_host.h"
+
+// Declared without the generated header: it links only while operations have C linkage.
+extern "C" int ns__getRTU(struct soap *, char **);
+
+TEST(Operation, IsCalledByItsCName)
+{
+    char *type = nullptr;
+    EXPECT_EQ(0, ns__getRTU(nullptr, &type));
+    EXPECT_STREQ("512Q", type);
+}
 
 TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
 {

@@ -142,6 +142,8 @@ class WebCases : public Dialect {
         post(path, body, "application/x-www-form-urlencoded");
     }
 
+    void xml(const std::string &text) { post("/", text, "text/xml"); }
+
     // Sends a command as a page does.
     void command(const std::string &name, const std::string &arguments = "")
     {
@@ -270,7 +272,19 @@ public:
 const std::vector<WebCases::Word> WebCases::REQUESTS = {
     {"GET (\\S+)", [](auto &my, auto &a) { my.exchange(my.start("GET", a[0], "") + "\r\n"); }},
     {"POST (\\S+) ?(.*)", [](auto &my, auto &a) { my.form(a[1], a[0]); }},
-    {"SOAP (\\w+)", [](auto &my, auto &a) { my.post("/", envelope(a[0]), "text/xml"); }},
+    {"SOAP(12)? (\\w+) ?(.*)",
+     [](auto &my, auto &a) {
+         const auto token = my.take("token");
+         const std::string header =
+             token ? "<Authentication>" + *token + "</Authentication>" : std::string();
+         my.xml(envelope(a[1], a[2], !a[0].empty(), header));
+     }},
+    {"BODY (.+)",
+     [](auto &my, auto &a) {
+         my.xml(replaced(envelope("x"), {{"<n:x></n:x>", a[0]}}));
+     }},
+    {"XML (.+)", [](auto &my, auto &a) { my.xml(a[0]); }},
+    {"BYTES (.+)", [](auto &my, auto &a) { my.exchange(a[0]); }},
     {"login (\\S*) (\\S+)",
      [](auto &my, auto &a) {
          my.command("cgiLogin", "&arg1=" + field(a[0]) + "&arg2=" + field(a[1]));
@@ -293,7 +307,7 @@ const std::vector<WebCases::Word> WebCases::OTHERS = {
     {"client " ADDRESS, [](auto &my, auto &a) { my.client_ = a[0]; }},
     {"cookie (.+)", [](auto &my, auto &a) { my.cookies_[my.client_] = a[0]; }},
     {"no cookie", [](auto &my, auto &) { my.cookies_.erase(my.client_); }},
-    {"(header|verb|type|length) (.+)", [](auto &my, auto &a) { my.setNext(a[0], a[1]); }},
+    {"(header|token|verb|type|length) (.+)", [](auto &my, auto &a) { my.setNext(a[0], a[1]); }},
     {"chunked without an end", [](auto &my, auto &) { my.setNext("chunked", ""); }},
     {"chunked", [](auto &my, auto &) { my.setNext("chunked", "0\r\n\r\n"); }},
     {"hang", [](auto &my, auto &) { my.setNext("hang", ""); }},
