@@ -14,6 +14,7 @@
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 #include "core/config.h"
 #include "core/serve_loop.h"
@@ -238,7 +239,7 @@ TEST(Memory, FaultsNeedNoneAndDoNotOutliveTheirRequest)
         soap_receiver_fault(soap, "reason", "detail");
         EXPECT_EQ(objects, soap->clist) << "nothing was allocated";
         EXPECT_STREQ("detail", *soap_faultdetail(soap));
-        soap->labbuf = nullptr; // as after a failed allocation
+        free(std::exchange(soap->labbuf, nullptr)); // as after a failed allocation
         soap->lablen = 1 << 20;
         EXPECT_EQ(SOAP_OK, soap->fprepareinitsend(soap));
         EXPECT_EQ(SOAP_OK, soap_append_lab(soap, "x", 1));

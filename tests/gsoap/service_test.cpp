@@ -116,15 +116,19 @@ TEST_F(Gsoap, LeavesNothingOfARequestToTheNextOne)
     const std::string asks = envelope("thmGetInfo"), known = "secret token user page /";
     const std::string headers = "Authorization: Basic dXNlcjpwdw==\r\nOrigin: page\r\n"
                                 "Cookie: a=b; SESSIONID=secret; $Path=/x; $Domain=d\r\n";
+    const std::string refers =
+        envelope("coreDbReadData", "<inputType id='t' xmlns:p='urn:p' p:a='v'>analog</inputType>"
+                                   "<inputName href='#t'/><inputFormat>%g</inputFormat>");
     const auto servesStrangers = [&] {
         service.post(envelope("thmGetInfo", "", false, "<Authentication>token</Authentication>"),
                      headers);
         talk(service.port(), "GET /page HTTP/1.1\r\n" + headers + "\r\n"); // gets no reply
+        EXPECT_THAT(service.post(refers), HasSubstr("Not allowed"));
         service.post(asks);
         EXPECT_EQ("", talk(service.port(), asks)); // an envelope without HTTP
     };
     servesStrangers();
-    EXPECT_EQ((std::vector<std::string>{known, "- - - - /"}), fake.calls());
+    EXPECT_EQ((std::vector<std::string>{known, "- - - - /", "- - - - /"}), fake.calls());
 
     fake.forgetCalls();
     const std::size_t before = allocatedBytes();

@@ -17,9 +17,6 @@ static constexpr std::size_t LOOK_BYTES = 4096;      // received between two che
 // megabyte of different names would keep the service thread busy for a minute.
 static constexpr int MAX_ATTRIBUTE_NAMES = 1000;
 
-// The memory that a shorter request has used is not worth giving back to the system.
-static constexpr std::size_t LONG_REQUEST_BYTES = MIB;
-
 // What has been received of the request that is being served. Service thread only.
 struct Progress {
     double cpuSecondsAtStart; // at the second receive; 0 before it
@@ -119,9 +116,9 @@ void startRequest()
     progress = {};
 }
 
-bool requestWasLong()
+std::size_t requestBytes()
 {
-    return progress.bytes > LONG_REQUEST_BYTES;
+    return progress.bytes;
 }
 
 bool receivedNothing()

@@ -1,6 +1,8 @@
 // gsoap/limits.h: refuses requests that gSOAP would accept, or work on for too long.
 #pragma once
 
+#include <cstddef>
+
 #include "net/limits.h"
 
 struct soap;
@@ -12,8 +14,8 @@ void installLimits(struct soap *soap);
 // Starts the count of bytes and processor time. Call it when a connection has been accepted.
 void startRequest();
 
-// Returns true when the request was so long that its memory is worth giving back to the system.
-bool requestWasLong();
+// Returns how many bytes gSOAP has received of the request.
+std::size_t requestBytes();
 
 // Returns true when the last attempt to receive gave nothing: the client has stopped sending, or the
 // request has passed a limit.
