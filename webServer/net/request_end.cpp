@@ -62,6 +62,19 @@ static bool isFormType(const char *type)
            || strncasecmp(type, MULTIPART, strlen(MULTIPART)) == 0;
 }
 
+// Returns true when the text ends with the end tag of an envelope.
+static bool closesEnvelope(const char *text, std::size_t size)
+{
+    static constexpr char END[] = "Envelope>";
+    static constexpr std::size_t LENGTH = sizeof END - 1;
+    while (size > 0 && isSpaceOrControl(text[size - 1]))
+        --size;
+    if (size <= LENGTH || memcmp(text + size - LENGTH, END, LENGTH) != 0)
+        return false;
+    const char before = text[size - LENGTH - 1];
+    return before == ':' || before == '/';
+}
+
 void RequestEnd::endLine()
 {
     line_[std::min(lineLength_, LINE_SIZE - 1)] = '\0';
@@ -135,6 +148,11 @@ std::size_t RequestEnd::step(const char *data, std::size_t size)
         return count;
     }
     case ENVELOPE: {
+        if (size == remaining_
+            && closesEnvelope(data, size)) { // nearly always, and no tag to count
+            state_ = COMPLETE;
+            return size;
+        }
         const std::size_t count = envelope_.see(data, size);
         remaining_ -= std::min<uint64_t>(remaining_, count);
         if (envelope_.hasEnded())
