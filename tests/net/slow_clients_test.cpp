@@ -23,7 +23,7 @@ using namespace std::string_literals;
 using testing::HasSubstr;
 
 static const char *const BIG = "/mnt/bf/webFiles/big.png";
-static const std::size_t BIG_BYTES = 1 << 20;
+static const std::size_t BIG_BYTES = 3 << 20;
 
 static std::string bodyOf(const std::string &reply)
 {

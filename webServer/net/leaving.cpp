@@ -7,7 +7,6 @@ static constexpr std::size_t MAX_DROPPED_BYTES = 256 * KIB; // read at a connect
 // connection, and the client might lose the reply.
 static void finish(Connection *connection)
 {
-    shutdown(connection->socket, SHUT_WR);
     char dropped[4096];
     std::size_t total = 0;
     for (ssize_t count;
