@@ -10,12 +10,13 @@ const SECTIONS = {
   users: '[data-user="viewer"]',
   files: '[data-file="/cfgFiles/netConfig.xml"]',
   log: '#log-lines li',
-  points: '[data-point="FDR1_IA"] path[d*="L55"]', // last: a line of five readings
+  events: '#events-lines li',
+  points: '[data-point="FDR1_IA"]:has(path[d*="L100"])', // a line of some readings; the next two go on from here
 };
 const LOOKS = {
   light: { colorScheme: 'light' },
-  dark: { colorScheme: 'dark' },
-  narrow: { colorScheme: 'light', viewport: { width: 375, height: 812 } }, // a phone
+  dark: { colorScheme: 'dark', viewport: { width: 1440, height: 900 } },
+  narrow: { colorScheme: 'light', viewport: { width: 390, height: 844 } }, // a phone
 };
 
 const { unit, visit } = await openUnit('--security', 'host');
@@ -43,8 +44,13 @@ for (const [look, options] of Object.entries(LOOKS))
         await page.locator(sign).first().waitFor();
         await inspect(visitor, `${look}-${section}`);
       });
+    await context.test('point', async () => {
+      await visitor.row('FDR1_IA').locator('a').click();
+      await page.locator('#chart-line[d*="L100"]').waitFor();
+      await inspect(visitor, `${look}-point`);
+    });
     await context.test('dialog', async () => {
-      await visitor.start('FDR1_I_LIMIT', 'set');
+      await page.click('#point-actions [data-action="force"]');
       await inspect(visitor, `${look}-dialog`);
     });
   }, options);

@@ -76,6 +76,12 @@ const page = (() => {
     report(outcome);
   }
 
+  function save(name, text, type) {
+    const address = URL.createObjectURL(new Blob([text], { type }));
+    make('a', { href: address, download: name }).click();
+    URL.revokeObjectURL(address);
+  }
+
   async function readPlace() {
     const text = await link.get('/lan/station.xml');
     const root = new DOMParser().parseFromString(text, 'text/xml').documentElement;
@@ -114,6 +120,7 @@ const page = (() => {
     showMessage,
     report,
     reportAt,
+    save,
     lastReport: () => sessionStorage.getItem(LAST_REPORT) || '',
     forgetReport: () => sessionStorage.removeItem(LAST_REPORT),
     showStation,

@@ -69,11 +69,7 @@ const files = (() => {
       page.showMessage(page.byId('file-state'), objection, 'bad');
   }
 
-  function saveCopy() {
-    const address = URL.createObjectURL(new Blob([shown.text], { type: 'text/plain' }));
-    page.make('a', { href: address, download: shown.path.split('/').pop() }).click();
-    URL.revokeObjectURL(address);
-  }
+  const saveCopy = () => page.save(shown.path.split('/').pop(), shown.text, 'text/plain');
 
   function knownFile([label, path]) {
     const button = page.button(label, 'view', 'read');

@@ -39,14 +39,18 @@
     page.byId('log-lines').replaceChildren(...shown.map(item));
   }
 
-  function show() {
+  function matching() {
     const words = page.byId('log-filter').value.trim().toLowerCase();
     const least = LEVELS.indexOf(page.byId('log-level').value);
-    const matching = lines.filter(({ level, message }) =>
+    return lines.filter(({ level, message }) =>
       LEVELS.indexOf(level) <= least && message.toLowerCase().includes(words));
-    const shown = matching.slice(0, MAX_SHOWN);
+  }
+
+  function show() {
+    const found = matching();
+    const shown = found.slice(0, MAX_SHOWN);
     draw(shown);
-    page.write(page.byId('log-count'), `${shown.length} of ${matching.length} matching lines, the `
+    page.write(page.byId('log-count'), `${shown.length} of ${found.length} matching lines, the `
       + `newest first; ${lines.length} in all`);
     page.showMessage(page.byId('log-state'), lines.length === 0 ? 'The log is empty.' : '', 'wait');
   }
@@ -61,6 +65,9 @@
 
   page.byId('log-filter').addEventListener('input', show);
   page.byId('log-level').addEventListener('input', show);
+  page.byId('log-csv').addEventListener('click', () => csv.save('log', [
+    ['time', 'level', 'message'], ...matching().map(({ time, level, message }) => [time, level, message]),
+  ]));
   page.byId('log-refresh').addEventListener('click', load);
   setInterval(() => {
     if (page.byId('log-auto').checked && document.body.dataset.connection === 'ok')

@@ -1,27 +1,37 @@
-// scripts/point_table.js: the rows of the live table. They are made once, then updated in place.
+// scripts/point_table.js: the live table. Only the rows in sight are in the document, and all have one
+// height.
 'use strict';
 
 const pointTable = (() => {
+  const SPARE_ROWS = 6; // drawn above and below those in sight
   const body = page.byId('points-rows');
   const head = page.byId('points-head');
-  const DECIMAL = /^([+-]?\d{1,7})(\.\d{1,6})?$/; // aligned at the decimal point; other texts stay as they are
-  const UNREADABLE = 'X';
+  const scroller = page.byId('points-scroller');
+  const DECIMAL = /^([+-]?\d{1,9})(\.\d{1,6})?$/; // aligned at the decimal point; other texts stay as they are
+  const LONG_VALUE = 12; // characters; longer ones are smaller and take two lines
+  const LONG_NAME = 26;
+  const compare = new Intl.Collator('en', { numeric: true }).compare;
   const ORDER = {
+    '': (a, b) => a.position - b.position, // in the list
     name: (a, b) => compare(a.name, b.name),
     type: (a, b) => compare(a.type, b.type) || compare(a.name, b.name),
-    value: (a, b) => compareValues(a.value, b.value),
+    value: (a, b) => compareNumbers(a, b) || compare(a.value, b.value),
     quality: (a, b) => compare(a.quality, b.quality) || compare(a.name, b.name),
     changed: (a, b) => compare(a.changed, b.changed),
   };
-  const collator = new Intl.Collator('en', { numeric: true });
-  const compare = collator.compare;
-  const rows = new Map(); // by row: its point
-  let sorting = { by: '', down: false };
+  // Points that turn bad while somebody is about to click come last: nothing else moves.
+  const NEW = { group: 'Just turned bad', points: [], shown: 0 };
 
-  function compareValues(a, b) {
-    const [x, y] = [a, b].map(value => value === '' || isNaN(value) ? -Infinity : Number(value));
-    return x === y ? compare(a, b) : x - y;
+  let groups = []; // each with its points, sorted
+  let items = []; // what there is to see, from top to bottom: groups and points
+  const rows = new Map(); // by item: its row in the document
+
+  function compareNumbers(a, b) {
+    const [x, y] = [a, b].map(point => pointList.numberOf(point)).map(number => isNaN(number) ? -Infinity : number);
+    return x === y ? 0 : x - y;
   }
+
+  // ---- Rows ----
 
   function cell(className, ...children) {
     const element = page.make('td', { className }, ...children);
@@ -29,8 +39,8 @@ const pointTable = (() => {
     return element;
   }
 
-  function part(name, textContent) {
-    const element = page.make('span', { textContent });
+  function part(name, tag = 'span', properties = {}) {
+    const element = page.make(tag, properties);
     element.dataset.cell = name;
     return element;
   }
@@ -43,110 +53,166 @@ const pointTable = (() => {
     });
   }
 
-  function makeRow(point) {
-    const whole = page.make('span', { className: 'whole' });
-    const fraction = page.make('span', { className: 'fraction' });
-    const value = part('value', '');
-    const quality = part('quality', '');
-    const changed = part('changed', '');
-    value.append(whole, fraction);
-    quality.className = 'badge';
-    point.trend = point.type === 'analog' ? trend.make(point.name) : null;
+  function makePointRow(point) {
+    const link = part('name', 'a', { href: pointList.addressOf(point), textContent: point.name });
     const row = page.make('tr', {},
-      cell('name', part('name', point.name), part('text', point.text)),
+      cell('name', link, part('text', 'span', { textContent: point.text, title: point.text })),
       cell('type', operate.nameOf(point.type)),
-      cell('value', value, page.make('span', { className: 'unit', textContent: point.unit, title: point.unit })),
-      cell('quality', quality),
-      cell('trend', point.trend === null ? '' : point.trend.element),
-      cell('changed', changed),
+      cell('value', part('value'), page.make('span', { className: 'unit', textContent: point.unit, title: point.unit })),
+      cell('quality', part('quality', 'span', { className: 'badge' })),
+      cell('trend', point.type === 'analog' ? trend.makeLine(point) : ''),
+      cell('changed', part('changed')),
       cell('actions', ...buttonsOf(point)));
-    row.setAttribute('role', 'row');
+    link.classList.toggle('long', point.name.length > LONG_NAME);
     Object.assign(row.dataset, { point: point.name, type: point.type });
-    rows.set(row, point);
-    return Object.assign(point, { row, parts: { value, whole, fraction, quality, changed } });
+    rights.applyTo(row);
+    return row;
   }
 
-  function build(points) {
-    rows.clear();
-    points.forEach(makeRow);
-    body.replaceChildren(...rows.keys());
-    rights.applyTo(body);
-    sorting = { by: '', down: false };
-    markSorting();
+  function makeGroupRow({ group }) {
+    const button = page.button('', 'fold');
+    const row = page.make('tr', { className: 'group' }, cell('', button, part('bad')));
+    row.firstChild.setAttribute('aria-colspan', head.querySelectorAll('th').length);
+    button.dataset.group = group;
+    return row;
   }
 
-  function writeValue(point) {
-    const { value, whole, fraction } = point.parts;
-    const match = DECIMAL.exec(point.value);
-    page.write(whole, match === null ? point.value || '–' : match[1]);
-    page.write(fraction, match === null ? '' : match[2] || '');
-    value.classList.toggle('free', match === null);
-    value.title = match === null ? point.value : '';
+  function makeRow(item) {
+    const row = item.points === undefined ? makePointRow(item) : makeGroupRow(item);
+    row.setAttribute('role', 'row');
+    return row;
   }
 
-  function update(point, time) {
-    const { quality, changed } = point.parts;
-    const shown = point.quality === UNREADABLE ? 'NOT READ' : point.quality;
-    const state = `${point.value}|${point.quality}`;
-    if (point.state !== undefined && point.state !== state)
-      point.changed = time;
-    point.state = state;
-    writeValue(point);
-    page.write(quality, shown);
-    page.write(changed, point.changed.slice(-8) || '–'); // the time of day
-    changed.title = point.changed === '' ? 'No change since this page was opened' : point.changed;
-    if (point.row.dataset.quality !== point.quality)
-      point.row.dataset.quality = point.quality;
-    if (point.trend !== null)
-      point.trend.add(point.value === '' || isNaN(point.value) ? null : Number(point.value));
+  function fillValue(element, point) {
+    const text = pointList.textOf(point);
+    const match = DECIMAL.exec(text);
+    if (element.title !== text || element.firstChild === null) {
+      element.replaceChildren(...match === null ? [text || '–']
+        : [page.make('span', { className: 'whole', textContent: match[1] }),
+           page.make('span', { className: 'fraction', textContent: match[2] || '' })]);
+      element.title = text;
+      element.classList.toggle('long', match === null && text.length > LONG_VALUE);
+    }
+  }
+
+  function fillPoint(row, point) {
+    const at = name => row.querySelector(`[data-cell="${name}"]`);
+    const quality = pointList.qualityOf(point);
+    fillValue(at('value'), point);
+    page.write(at('quality'), quality);
+    page.write(at('changed'), point.changed.slice(-8) || '–'); // the time of day
+    at('changed').title = point.changed === '' ? 'No change since this page was opened' : point.changed;
+    Object.assign(row.dataset, { quality, alarm: pointList.isAlarm(point) });
+    if (point.type === 'analog')
+      trend.drawLine(row.querySelector('svg'), point);
+  }
+
+  function fillGroup(row, { group, points, shown, folded }) {
+    const bad = points.filter(point => pointList.qualityOf(point) !== 'GOOD').length;
+    const alarms = points.filter(pointList.isAlarm).length;
+    page.write(row.querySelector('button'), `${group || 'No group'} (${shown})`);
+    row.querySelector('button').setAttribute('aria-expanded', !folded);
+    page.write(row.querySelector('[data-cell="bad"]'),
+               [bad && `${bad} not GOOD`, alarms && `${alarms} in alarm`].filter(Boolean).join(', '));
+  }
+
+  // Draws what is in sight. Rows that stay are not moved, so that they keep the focus.
+  function draw() {
+    const height = body.firstElementChild?.getBoundingClientRect().height || 40;
+    const first = Math.max(0, Math.floor(scroller.scrollTop / height) - SPARE_ROWS);
+    const wanted = items.slice(first, first + Math.ceil(scroller.clientHeight / height) + 2 * SPARE_ROWS);
+    for (const [item, row] of rows)
+      if (!wanted.includes(item)) {
+        row.remove();
+        rows.delete(item);
+      }
+    let next = body.firstElementChild;
+    wanted.forEach((item, index) => {
+      const row = rows.get(item) ?? makeRow(item);
+      if (row === next)
+        next = next.nextElementSibling;
+      else
+        body.insertBefore(row, next);
+      rows.set(item, row);
+      row.setAttribute('aria-rowindex', first + index + 2);
+      (item.points === undefined ? fillPoint : fillGroup)(row, item);
+    });
+    body.style.paddingTop = `${first * height}px`;
+    body.style.paddingBottom = `${(items.length - first - wanted.length) * height}px`;
+    page.byId('points-table').setAttribute('aria-rowcount', items.length + 1);
+  }
+
+  // ---- What there is to see ----
+
+  function setPoints(points) {
+    points.forEach((point, position) => Object.assign(point, { position }));
+    groups = [...new Set(points.map(point => point.group))].map(group =>
+      ({ group, points: points.filter(point => point.group === group), shown: 0, folded: false }));
   }
 
   function matches(point, filter) {
-    const words = `${point.name} ${point.text}`.toLowerCase();
     return (filter.type === '' || point.type === filter.type)
-      && (!filter.notGood || point.quality !== 'GOOD')
-      && words.includes(filter.text.toLowerCase());
+      && (!filter.notGood || pointList.qualityOf(point) !== 'GOOD')
+      && point.words.includes(filter.text.toLowerCase());
   }
 
-  // Returns how many points it shows.
-  function showMatching(filter) {
-    let shown = 0;
-    for (const [row, point] of rows) {
-      const visible = matches(point, filter);
-      page.show(row, visible);
-      shown += visible ? 1 : 0;
+  const matching = filter => groups.flatMap(({ points }) => points.filter(point => matches(point, filter)));
+
+  // A search finds points in folded groups, too.
+  function show(filter) {
+    const searches = filter.text !== '' || filter.notGood;
+    items = [];
+    for (const group of groups) {
+      const found = group.points.filter(point => matches(point, filter));
+      group.shown = found.length;
+      group.folded = !searches && filter.folded.has(group.group);
+      if (found.length > 0 && (groups.length > 1 || group.group !== ''))
+        items.push(group);
+      if (!group.folded)
+        items.push(...found);
     }
-    return shown;
+    draw();
   }
 
-  function markSorting() {
-    for (const button of head.querySelectorAll('[data-sort]')) {
-      const active = button.dataset.sort === sorting.by;
-      const direction = sorting.down ? 'descending' : 'ascending';
-      button.parentElement.setAttribute('aria-sort', active ? direction : 'none');
+  // The same for a poll. While the mouse or the focus is on a row, rows are only added, at the end.
+  function update(filter) {
+    if (filter.notGood && !body.matches(':hover, :focus-within')) {
+      show(filter);
+      return;
     }
+    const known = new Set(items);
+    const added = filter.notGood ? matching(filter).filter(point => !known.has(point)) : [];
+    if (added.length > 0) {
+      items.push(...known.has(NEW) ? [] : [NEW], ...added);
+      NEW.points = items.slice(items.indexOf(NEW) + 1);
+      NEW.shown = NEW.points.length;
+    }
+    draw();
   }
 
-  // Sorts on request only: rows must not move under the mouse while values change.
+  // by: a column, with "-" before it for the last first. Sorts on request only: rows must not move under
+  // the mouse while values change.
   function sort(by) {
-    sorting = { by, down: sorting.by === by && !sorting.down };
-    const sign = sorting.down ? -1 : 1;
-    const sorted = [...rows].sort(([, a], [, b]) => sign * ORDER[by](a, b));
-    body.append(...sorted.map(([row]) => row));
-    markSorting();
+    const [down, column] = by.startsWith('-') ? [true, by.slice(1)] : [false, by];
+    for (const group of groups)
+      if (Object.hasOwn(ORDER, column))
+        group.points.sort((a, b) => (down ? -1 : 1) * ORDER[column](a, b));
+    for (const button of head.querySelectorAll('[data-sort]'))
+      button.parentElement.setAttribute('aria-sort',
+        button.dataset.sort !== column ? 'none' : down ? 'descending' : 'ascending');
   }
 
-  head.addEventListener('click', event => {
-    const button = event.target.closest('[data-sort]');
-    if (button !== null)
-      sort(button.dataset.sort);
-  });
+  scroller.addEventListener('scroll', draw);
+  new ResizeObserver(draw).observe(scroller);
 
   return {
-    build,
+    setPoints,
+    buttonsOf,
+    matching,
+    show,
     update,
-    showMatching,
-    pointOf: row => rows.get(row),
-    isUnderHand: () => body.matches(':hover, :focus-within'),
+    sort,
+    groupNames: () => groups.map(({ group }) => group),
+    pointOf: row => [...rows].find(([, drawn]) => drawn === row)[0],
   };
 })();

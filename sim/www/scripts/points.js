@@ -1,108 +1,81 @@
-// scripts/points.js: the section that shows the points: those of the unit's list, with the values of
-// each poll, a filter and a count.
+// scripts/points.js: the section that shows the points: loads and reads them, and keeps the filter, the
+// order and the folded groups in the address.
 'use strict';
 
-const pointList = (() => {
-  const ADDRESS = '/cfgFiles/points.xml';
-  const TYPES = ['status', 'analog', 'command', 'setPoint'];
-  const FIELDS = ['type', 'name', 'group', 'unit', 'text', 'states', 'alarm', 'button'];
-  // The empty format gives every digit, as people need for values that they set. Measured values need few.
-  const FORMATS = { analog: '%g' };
-  const MAX_NAMES = 1000; // of one request
-  const NAME = /^[^[\]]+$/; // brackets separate names in a request
-  const UNREAD = { value: '', quality: 'X' };
-
-  // Returns the point that an element describes, or null if it describes none.
-  function pointOf(element) {
-    const text = name => element.getAttribute(name) || '';
-    const point = Object.fromEntries(FIELDS.map(name => [name, text(name)]));
-    if (!TYPES.includes(point.type) || !NAME.test(point.name))
-      return null;
-    return { ...point, states: point.states === '' ? [] : point.states.split('|'), ...UNREAD, changed: '' };
-  }
-
-  // Throws when the list cannot be used at all. Leaves out and counts single entries that cannot be used.
-  function parse(text) {
-    const xml = new DOMParser().parseFromString(text, 'text/xml');
-    if (xml.querySelector('parsererror') !== null)
-      throw new Error('The list of points is damaged: it is not well-formed XML.');
-    if (xml.documentElement.localName !== 'points')
-      throw new Error('The list of points is damaged: it has no element "points".');
-    const elements = [...xml.documentElement.children];
-    const points = new Map();
-    for (const point of elements.map(pointOf))
-      if (point !== null && !points.has(`${point.type} ${point.name}`))
-        points.set(`${point.type} ${point.name}`, point);
-    return { points: [...points.values()], ignored: elements.length - points.size };
-  }
-
-  async function load() {
-    let text = '';
-    try {
-      text = await link.get(ADDRESS);
-    } catch {
-      throw new Error(`The unit does not send its list of points, ${ADDRESS}.`);
-    }
-    return parse(text);
-  }
-
-  // "[value|QUALITY][X|X]": X means that a point could not be read. A reply may be cut.
-  function readings(text) {
-    return text.slice(1, -1).split('][').map(part => {
-      const bar = part.lastIndexOf('|');
-      const value = part.slice(0, bar);
-      return bar === -1 || value === 'X' ? UNREAD : { value, quality: part.slice(bar + 1) };
-    });
-  }
-
-  async function readSome(type, points) {
-    const text = await soap.call('coreDbReadMultData', {
-      inputType: type,
-      inputNames: points.map(point => `[${point.name}]`).join(''),
-      inputFormat: FORMATS[type] || '',
-      inputNum: points.length,
-    });
-    const answers = readings(text || '');
-    points.forEach((point, index) => Object.assign(point, answers[index] || UNREAD));
-  }
-
-  // Sends one request for each type and thousand points.
-  async function readAll(points, types = TYPES) {
-    for (const type of types) {
-      const own = points.filter(point => point.type === type);
-      for (let start = 0; start < own.length; start += MAX_NAMES)
-        await readSome(type, own.slice(start, start + MAX_NAMES));
-    }
-  }
-
-  return { load, parse, readAll };
-})();
-
-// The section.
 const points = (() => {
+  const STALE_CHECK_MS = 1000;
+  const FIELDS = { text: 'filter-text', type: 'filter-type' };
   let list = null; // null: not loaded
   let failed = false;
+  let filter = { text: '', type: '', notGood: false, sort: '', folded: new Set() };
 
-  function filter() {
-    return {
-      text: page.byId('filter-text').value.trim(),
-      type: page.byId('filter-type').value,
-      notGood: page.byId('filter-not-good').checked,
-    };
-  }
+  // ---- What is shown ----
 
-  function count(shown) {
-    const bad = list.filter(point => point.quality !== 'GOOD').length;
-    page.write(page.byId('points-count'),
-               `${shown} of ${list.length} points shown, ${bad} not GOOD`);
+  function show() {
+    if (list === null)
+      return;
+    const shown = pointTable.matching(filter).length;
+    const bad = list.filter(point => pointList.qualityOf(point) !== 'GOOD').length;
+    page.write(page.byId('points-count'), `${shown} of ${list.length} points shown, ${bad} not GOOD`);
     const empty = list.length === 0 ? 'The unit\'s list has no points.' : 'No point matches the filter.';
     page.showMessage(page.byId('points-empty'), shown === 0 ? empty : '', 'wait');
+    pointView.update();
+    events.show();
   }
 
-  function applyFilter() {
-    if (list !== null)
-      count(pointTable.showMatching(filter()));
+  function showTable() {
+    pointTable.show(filter);
+    show();
   }
+
+  // The address names a point, or says what the table shows.
+  function readAddress() {
+    const query = tabs.query('points');
+    const key = query.get('point');
+    const point = list?.find(candidate => pointList.keyOf(candidate) === key) ?? null;
+    page.show(page.byId('points-list'), key === null);
+    pointView.show(point);
+    page.showMessage(page.byId('points-unknown'), key !== null && list !== null && point === null
+      ? `The unit's list has no point ${key}.` : '', 'bad');
+    if (key === null) {
+      const [text, type, sort] = ['text', 'type', 'sort'].map(name => query.get(name) ?? '');
+      filter = { text, type, sort, notGood: query.has('bad'), folded: new Set(query.getAll('fold')) };
+      for (const [name, id] of Object.entries(FIELDS))
+        page.byId(id).value = filter[name];
+      page.byId('filter-not-good').checked = filter.notGood;
+      pointTable.sort(sort);
+    }
+    showTable();
+  }
+
+  // Takes changes of the filter.
+  function change(changes) {
+    Object.assign(filter, changes);
+    const { text, type, sort, notGood, folded } = filter;
+    const query = new URLSearchParams([...folded].map(group => ['fold', group]));
+    for (const [name, value] of Object.entries({ text, type, sort, bad: notGood ? '1' : '' }))
+      if (value !== '')
+        query.set(name, value);
+    tabs.setQuery('points', query);
+    page.byId('point-back').href = `#points?${query}`;
+    showTable();
+  }
+
+  // A third click brings the order of the list back.
+  function sortBy(column) {
+    const sort = { [column]: `-${column}`, [`-${column}`]: '' }[filter.sort] ?? column;
+    pointTable.sort(sort);
+    change({ sort });
+  }
+
+  function fold(group) {
+    const folded = new Set(filter.folded);
+    if (!folded.delete(group))
+      folded.add(group);
+    change({ folded });
+  }
+
+  // ---- Reading ----
 
   async function load() {
     page.showMessage(page.byId('points-state'), 'Loading the list of points…', 'wait');
@@ -110,13 +83,13 @@ const points = (() => {
     try {
       const { points: loaded, ignored } = await pointList.load();
       list = loaded;
-      pointTable.build(list);
+      pointTable.setPoints(list);
       page.showMessage(page.byId('points-state'), ignored === 0 ? ''
         : `${ignored} entries of the list of points cannot be used and are left out.`, 'bad');
-      applyFilter(); // the browser may keep the filter over a reload
+      readAddress();
     } catch (error) {
       failed = true;
-      pointTable.build([]);
+      pointTable.setPoints([]);
       page.write(page.byId('points-count'), '');
       page.showMessage(page.byId('points-state'), error.message, 'bad');
       page.show(page.byId('points-reload'), true);
@@ -125,10 +98,6 @@ const points = (() => {
 
   async function read(types) {
     await pointList.readAll(list, types);
-    const time = clock.text();
-    for (const point of list)
-      if (types === undefined || types.includes(point.type))
-        pointTable.update(point, time);
     dialog.update(); // it may show one of these values
   }
 
@@ -141,17 +110,23 @@ const points = (() => {
     if (list === null)
       return;
     try {
+      if (clock.text() === '')
+        await clock.refresh(); // what is read gets the unit's time
       await read();
+      trend.add(list);
       page.showMessage(page.byId('points-fault'), '', '');
     } catch (error) {
       if (error instanceof link.NoAnswer)
         throw error;
       page.showMessage(page.byId('points-fault'), error.message, 'bad');
     }
-    if (filter().notGood && !pointTable.isUnderHand())
-      applyFilter();
-    else
-      count(document.querySelectorAll('#points-rows > :not([hidden])').length);
+    update();
+  }
+
+  // Shows new values, and which have become stale.
+  function update() {
+    pointTable.update(filter);
+    show();
   }
 
   async function afterAction(point) {
@@ -161,7 +136,7 @@ const points = (() => {
     } catch {
       // The outcome of the action is shown; the next poll shows what is wrong.
     }
-    applyFilter();
+    showTable();
   }
 
   // The next poll loads the list again.
@@ -175,17 +150,41 @@ const points = (() => {
     failed = false;
   }
 
-  page.byId('points-rows').addEventListener('click', event => {
-    const button = event.target.closest('[data-action]');
-    if (button !== null)
-      operate.start(button.dataset.action, pointTable.pointOf(button.closest('tr')), afterAction);
+  function act(button) {
+    const row = button.closest('tr');
+    if (button.dataset.action === 'fold')
+      fold(button.dataset.group);
+    else
+      operate.start(button.dataset.action, row === null ? pointView.point() : pointTable.pointOf(row), afterAction);
+  }
+
+  function save() {
+    csv.save('points', [
+      ['type', 'name', 'group', 'text', 'value', 'state', 'unit', 'quality', 'changed'],
+      ...pointTable.matching(filter).map(point => [point.type, point.name, point.group, point.text, point.value,
+        point.states[point.value] ?? '', point.unit, pointList.qualityOf(point), point.changed]),
+    ]);
+  }
+
+  page.byId('panel-points').addEventListener('click', event => {
+    const button = event.target.closest('[data-action], [data-sort]');
+    if (button?.dataset.action)
+      act(button);
+    else if (button !== null)
+      sortBy(button.dataset.sort);
   });
   page.byId('points-reload').addEventListener('click', () => {
     reload();
     load();
   });
-  for (const id of ['filter-text', 'filter-type', 'filter-not-good'])
-    page.byId(id).addEventListener('input', applyFilter);
+  for (const [name, id] of Object.entries(FIELDS))
+    page.byId(id).addEventListener('input', ({ target }) => change({ [name]: target.value.trim() }));
+  page.byId('filter-not-good').addEventListener('input', ({ target }) => change({ notGood: target.checked }));
+  page.byId('points-fold').addEventListener('click', () =>
+    change({ folded: new Set(filter.folded.size > 0 ? [] : pointTable.groupNames()) }));
+  page.byId('points-csv').addEventListener('click', save);
+  page.byId('panel-points').addEventListener('shown', readAddress);
+  setInterval(update, STALE_CHECK_MS);
 
   return { refresh, reload, retry };
 })();

@@ -1,10 +1,12 @@
-// scripts/tabs.js: the sections as tabs. The address says which one is open (#files). A section loads
-// its contents when it is opened.
+// scripts/tabs.js: the sections as tabs. The address says which one is open and what it shows
+// (#points?type=analog). A section loads its contents when it is opened.
 'use strict';
 
 const tabs = (() => {
   const list = [...document.querySelectorAll('[role="tab"]')];
   const STEPS = { ArrowRight: 1, ArrowLeft: -1 };
+
+  const queries = {}; // by section: the end of its address
 
   const nameOf = tab => tab.id.slice('tab-'.length);
 
@@ -19,13 +21,23 @@ const tabs = (() => {
   }
 
   function openAddressed() {
-    const name = location.hash.slice(1);
-    open(list.some(tab => nameOf(tab) === name) ? name : nameOf(list[0]));
+    const [asked, query = ''] = location.hash.slice(1).split(/\?(.*)/s);
+    const name = list.some(tab => nameOf(tab) === asked) ? asked : nameOf(list[0]);
+    queries[name] = query;
+    open(name);
+  }
+
+  const addressOf = name => `#${name}${queries[name] ? `?${queries[name]}` : ''}`;
+
+  // Keeps what the open section shows in its address.
+  function setQuery(name, query) {
+    queries[name] = query.toString();
+    history.replaceState(null, '', addressOf(name));
   }
 
   function goTo(tab) {
     tab.focus();
-    history.pushState(null, '', `#${nameOf(tab)}`);
+    history.pushState(null, '', addressOf(nameOf(tab)));
     openAddressed();
   }
 
@@ -65,5 +77,5 @@ const tabs = (() => {
   }
   window.addEventListener('popstate', openAddressed);
 
-  return { openAddressed, loading };
+  return { openAddressed, loading, setQuery, query: name => new URLSearchParams(queries[name]) };
 })();

@@ -99,7 +99,13 @@ export class Visitor {
   openTab = name => this.page.click(`#tab-${name}`);
   row = name => this.page.locator(`[data-point="${name}"], [data-user="${name}"]`);
   cell = (point, name) => this.row(point).locator(`[data-cell="${name}"]`);
-  start = (name, action) => this.row(name).locator(`[data-action="${action}"]`).click();
+
+  // A long list of points draws only the rows in sight, so a person looks for the point.
+  async start(name, action) {
+    if (await this.page.isVisible('#filter-text'))
+      await this.page.fill('#filter-text', name);
+    await this.row(name).locator(`[data-action="${action}"]`).click();
+  }
 
   // Starts an action on a point or a user, fills in the dialog's fields, and confirms it.
   async act(name, action, fields = {}) {
