@@ -1,4 +1,6 @@
 // own_sessions.js: the pages of a unit without a security module: the library's own sessions.
+import assert from 'node:assert/strict';
+import { setTimeout as sleep } from 'node:timers/promises';
 import { openUnit } from './support/visitor.js';
 
 const { visit } = await openUnit('--security', 'off', '--coredb-version', 'coreDb: 09.12.00');
@@ -36,12 +38,56 @@ visit('from a wrong password to the logout, without an error', async (visitor, p
   await context.test('logout', () => visitor.logOut());
 });
 
-visit('an open page keeps its session alive', async (visitor, page) => {
+visit('an open page keeps its session alive, until nobody has used it for as long as the unit allows', async (visitor, page) => {
   await page.clock.install();
   await visitor.logIn('admin');
   const kept = page.waitForResponse(answer => answer.status() === 204);
   await page.clock.fastForward('01:30');
   await kept;
+  await page.clock.fastForward('12:45');
+  await visitor.sees('#idle', /ends in \d+ s/);
+  await page.keyboard.press('Shift');
+  await page.locator('#idle').waitFor({ state: 'hidden' });
+  await page.clock.fastForward('15:00');
+  await visitor.isSentToLogin('to', 'timed out');
+});
+
+visit('a hidden page asks at a tenth, and at once when it is seen', async (visitor, page) => {
+  let asked = 0;
+  page.on('request', request => asked += request.url().endsWith('/session.htm'));
+  const see = seen => page.evaluate(hidden => {
+    Object.defineProperty(document, 'hidden', { value: hidden, configurable: true });
+    document.dispatchEvent(new Event('visibilitychange'));
+  }, !seen);
+  await visitor.logIn('admin');
+  await see(false);
+  await page.waitForRequest('**/session.htm'); // of the pause that has begun
+  asked = 0;
+  await sleep(5000);
+  assert.equal(asked, 0);
+  await see(true);
+  await page.waitForRequest('**/session.htm', { timeout: 1500 });
+});
+
+// By browser: what it does to the page before its scripts run.
+const OLD = {
+  'without dialogs': page => page.addInitScript(() => delete window.HTMLDialogElement.prototype.showModal),
+  'without the syntax': page => page.route('**/login.js', route => route.fulfill({ body: 'let a = 1 ??? 2;' })),
+};
+for (const [browser, age] of Object.entries(OLD))
+  visit(`a browser ${browser} says that it is too old`, async (visitor, page) => {
+    await age(page);
+    await page.goto('/');
+    await visitor.sees('#no-start:visible', 'a later browser');
+    visitor.forgive(/too old|SyntaxError/);
+  });
+
+visit('a page in a frame shows nothing', async (visitor, page) => {
+  await page.goto('/', { waitUntil: 'networkidle' });
+  await page.evaluate(() => document.body.append(Object.assign(document.createElement('iframe'), { src: '/' })));
+  const frame = page.frameLocator('iframe');
+  await frame.locator('html[hidden]').waitFor({ state: 'attached' });
+  await frame.locator('#user').waitFor({ state: 'hidden' });
 });
 
 // The unit reports its old database with a fault, which the browser reports as an error.
@@ -49,5 +95,5 @@ visit('an old database does not force with flags, and the page says so', async v
   await visitor.logIn('admin');
   await visitor.act('BUS1_FREQ', 'force', { value: '50', flags: 'TEST' });
   await visitor.sees('#dialog-result', 'not supported for this coreDb version');
-  visitor.complaints = visitor.complaints.filter(what => !what.includes('500'));
+  visitor.forgive(/500/);
 });

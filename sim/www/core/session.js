@@ -176,6 +176,8 @@ const session = (() => {
     return `cgiMethod=${field(command)}&arg1=${field(user)}&arg2=${field(password)}`;
   }
 
+  const send = (headers, body) => link.exchange('/index.htm', { method: 'POST', headers, body });
+
   function parsed(json) {
     try {
       return JSON.parse(json) || {};
@@ -187,11 +189,7 @@ const session = (() => {
   // Returns an empty text after a login, else the code of the reason, or '?' without a code. Does not wait
   // for its turn: a lost request for the unit's name must not delay a login.
   async function logIn(user, password) {
-    const text = await link.exchange('/index.htm', {
-      method: 'POST',
-      headers: { ...FORM, 'Accept': 'application/json' },
-      body: formOf('cgiLogin', user, password),
-    });
+    const text = await send({ ...FORM, 'Accept': 'application/json' }, formOf('cgiLogin', user, password));
     const answer = parsed(text);
     if (answer.status !== 'success')
       return (/\?u=([a-z]+)/.exec(text) || ['', '?'])[1];
@@ -199,7 +197,6 @@ const session = (() => {
     return '';
   }
 
-  const command = name => link.post('/index.htm', FORM, formOf(name, '', ''));
 
   const verdict = async () => Number(await soap.call('getRbacPerm'));
 
@@ -242,7 +239,7 @@ const session = (() => {
   async function logOut(reason) {
     await check(); // without a session the unit does not answer a logout
     localStorage.removeItem(REMEMBERED);
-    await command('cgiLogout');
+    await send(FORM, formOf('cgiLogout', '', '')); // answers where to go, but without the reason
     await link.leaveFor(`/index.htm${reason === '' ? '' : `?u=${reason}`}`);
   }
 
@@ -271,7 +268,7 @@ const session = (() => {
     verdict,
     reportedLevel,
     onOtherLogin,
-    keepAlive: () => command('cgiKeepAlive'),
+    keepAlive: () => link.post('/index.htm', FORM, formOf('cgiKeepAlive', '', '')),
     remembered: () => parsed(localStorage.getItem(REMEMBERED)),
     noteReboot: () => sessionStorage.setItem(REBOOTED, '1'),
     wasRebooted: () => sessionStorage.getItem(REBOOTED) !== null,

@@ -90,6 +90,10 @@ export class Unit {
       throw new Error(`the unit ended with status ${status}:\n${this.#log}`);
   }
 
+  // A paused unit accepts connections, and serves them when it goes on.
+  pause = () => this.#child.kill('SIGSTOP');
+  resume = () => this.#child.kill('SIGCONT');
+
   async stop() {
     await this.end();
     await rm(this.state, { recursive: true });

@@ -57,7 +57,7 @@ export class Visitor {
         complain(`console: ${message.text()}`);
     });
     this.page.on('dialog', dialog => complain(`dialog: ${dialog.message()}`));
-    this.page.on('pageerror', error => complain(`script: ${error.stack}`));
+    this.page.on('pageerror', error => complain(`script: ${error.stack || error}`));
     this.page.on('requestfailed', request => {
       const { errorText } = request.failure();
       if (errorText !== 'net::ERR_ABORTED') // the page stops a read for a command
@@ -67,6 +67,11 @@ export class Visitor {
       if (answer.status() >= 400)
         complain(`answer: ${answer.url()}: ${answer.status()}`);
     });
+  }
+
+  // Forgets errors that the test has asked for.
+  forgive(expected) {
+    this.complaints = this.complaints.filter(what => !expected.test(what));
   }
 
   async leave() {

@@ -1,0 +1,131 @@
+// acts.js: what a person does to the unit happens once, at once or not at all, and the page says what
+// became of it.
+import assert from 'node:assert/strict';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { openUnit } from './support/visitor.js';
+
+const { unit, visit } = await openUnit('--security', 'host', '--remote');
+const TAP = { inputType: 'command', inputName: 'TAP1_RAISE' };
+const HELD_MS = 1500;
+
+// Counts the page's requests that have this text in their body or address.
+function count(page, text) {
+  const counted = { times: 0 };
+  page.on('request', request => counted.times += `${request.url()}${request.postData()}`.includes(text));
+  return counted;
+}
+
+// Never answers the page's requests that have this text in their body.
+const hold = (page, text) => page.route('**/', (route, request) => request.postData()?.includes(text) || route.continue());
+
+async function holdEnter(page) {
+  for (const until = Date.now() + HELD_MS; Date.now() < until; await sleep(30))
+    await page.keyboard.down('Enter');
+  await page.keyboard.up('Enter');
+}
+
+visit('a held Enter, a double tap and a double click are one act', async (visitor, page) => {
+  const logins = count(page, '/index.htm');
+  await visitor.isRefused('operator', 'wrong', 'Wrong user');
+  await page.focus('#password');
+  await holdEnter(page);
+  await page.waitForLoadState('networkidle');
+  assert.equal(logins.times, 2, 'logins');
+
+  await visitor.logIn('operator');
+  const writes = count(page, 'Krunch');
+  await visitor.row('V_SETPOINT').locator('[data-action="set"]').focus();
+  await holdEnter(page);
+  assert.equal(writes.times, 0, 'after Enter was held');
+  await page.keyboard.press('Escape');
+  await visitor.start('V_SETPOINT', 'set');
+  await page.click('#dialog-confirm', { force: true });
+  assert.equal(writes.times, 0, 'after a double tap');
+  await page.route('**/', async (route, request) => {
+    await sleep(request.postData().includes('Krunch') ? 500 : 0);
+    await route.continue();
+  });
+  await page.dblclick('#dialog-confirm');
+  await visitor.sees('#result', 'done');
+  assert.equal(writes.times, 1, 'after a double click');
+});
+
+visit('only numbers are values; a command has its own button instead', async (visitor, page) => {
+  await visitor.logIn('operator');
+  await visitor.start('V_SETPOINT', 'set');
+  for (const text of ['', 'abc', '1,5', '1 2', '0x10', '1e999', '--1', '12.']) {
+    await page.fill('#dialog-value', text);
+    await sleep(text === '' ? 800 : 0); // until the dialog takes confirmations
+    assert.equal(await page.isDisabled('#dialog-confirm'), text !== '12.', `"${text}"`);
+  }
+  await visitor.sees('#dialog-text', '132.5 kV (GOOD) → 12. kV');
+  await page.click('#dialog-cancel');
+  await visitor.start('TAP1_RAISE', 'operate');
+  await visitor.sees('#dialog-confirm', 'Raise tap 1');
+  assert.equal(await page.locator('#dialog input').count(), 0);
+});
+
+// By what happens while a command is asked for: what the page says, and the value that the unit then has.
+const FATES = {
+  'a poll waits for its answer': {
+    meanwhile: async (visitor, page) => {
+      await hold(page, 'MultData');
+      await page.waitForRequest(request => request.postData()?.includes('MultData'));
+    },
+    outcome: 'Raise tap 1 (TAP1_RAISE): done.', kind: 'good', value: '1|GOOD',
+  },
+  'the unit hangs': {
+    meanwhile: () => unit.pause(),
+    outcome: 'Not sent: Raise tap 1 (TAP1_RAISE). The unit did not answer within 3 seconds.', kind: 'bad', value: '0|GOOD',
+  },
+  'the person cancels while the unit hangs': {
+    meanwhile: () => unit.pause(),
+    then: page => page.click('#dialog-cancel'),
+    outcome: 'Not sent: Raise tap 1 (TAP1_RAISE). Cancelled.', kind: 'bad', value: '0|GOOD',
+  },
+  'the answer is lost': {
+    meanwhile: (visitor, page) => page.route('**/', async (route, request) => {
+      const isCommand = request.postData().includes('Krunch');
+      const response = isCommand && await route.fetch();
+      await (isCommand ? route.abort() : route.continue());
+      return response;
+    }),
+    outcome: 'No answer: Raise tap 1 (TAP1_RAISE) may or may not have been done.', kind: 'unsure', value: '1|GOOD',
+    expected: /ERR_FAILED/,
+  },
+};
+
+for (const [name, { meanwhile, then, outcome, kind, value, expected = /^$/ }] of Object.entries(FATES))
+  visit(`a command while ${name}`, async (visitor, page) => {
+    await unit.call('coreDbKrunchData', { ...TAP, value: 0 });
+    await visitor.logIn('operator');
+    await visitor.start('TAP1_RAISE', 'operate');
+    await sleep(800);
+    await meanwhile(visitor, page);
+    const asked = Date.now();
+    await page.click('#dialog-confirm');
+    await then?.(page);
+    await visitor.sees('#result', outcome);
+    assert.ok(Date.now() - asked < 4500, 'the page says it in time');
+    assert.equal(await page.getAttribute('#result', 'data-kind'), kind);
+    unit.resume();
+    assert.equal(await unit.call('coreDbReadData', { ...TAP, inputFormat: '' }), value);
+    visitor.forgive(expected);
+  });
+
+visit('a session that ends before a command says so, and the next one goes on there', async (visitor, page) => {
+  await visitor.logIn('operator');
+  await visitor.openTab('unit');
+  await page.click('#clock-pc');
+  await hold(page, 'MultData'); // so that no poll sees the end of the session
+  await page.waitForRequest(request => request.postData()?.includes('MultData'));
+  await unit.logIn('operator', 'operator');
+  await page.unroute('**/');
+  await page.click('#dialog-confirm');
+  await visitor.isSentToLogin('is', 'ended');
+  await visitor.sees('#last-report', /Not sent: Set the clock, .*\. The session has ended\./);
+  await visitor.submitLogin('operator');
+  await page.waitForURL('**/QOPweb.htm#unit');
+  await visitor.sees('#unit-version', /\d/);
+  visitor.forgive(/500/);
+});
