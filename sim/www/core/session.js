@@ -18,12 +18,16 @@ const link = (() => {
   const reads = [];
   let running = null;
   let leaving = false;
+  let restingUntilMs = 0;
   let answeredMs = performance.now();
+
+  const nextJob = () =>
+    leaving ? null : acts.shift() || performance.now() >= restingUntilMs && reads.shift() || null;
 
   async function work() {
     if (running !== null)
       return;
-    while (!leaving && (running = acts.shift() || reads.shift() || null) !== null) {
+    while ((running = nextJob()) !== null) {
       const job = running;
       try {
         job.resolve(await job.send(job.abort.signal));
@@ -33,8 +37,9 @@ const link = (() => {
         else
           job.reject(job.dropped || error);
       }
+      if (job.isAct)
+        await new Promise(resolve => setTimeout(resolve)); // who asked may want the unit to rest
     }
-    running = null;
   }
 
   function enqueue(queue, job) {
@@ -42,6 +47,12 @@ const link = (() => {
       queue.push(Object.assign(job, { abort: new AbortController(), resolve, reject }));
       work();
     });
+  }
+
+  // For so long nothing is read: the unit is going down.
+  function rest(ms) {
+    restingUntilMs = performance.now() + ms;
+    setTimeout(work, ms + 1);
   }
 
   // From here on nothing is sent: the next page would cut it off.
@@ -149,6 +160,7 @@ const link = (() => {
     post,
     act,
     cancel,
+    rest,
     answeredMs: () => answeredMs,
   };
 })();

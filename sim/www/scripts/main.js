@@ -18,7 +18,6 @@ const poll = (() => {
   let running = false;
   let opened = false;
   let lastAnswer = ''; // the time of day
-  let quietUntilMs = 0; // after a request to reboot
   let rebooting = false;
 
   function show(state, banner) {
@@ -88,9 +87,8 @@ const poll = (() => {
     try {
       await askAll();
       lastAnswer = new Date().toTimeString().slice(0, 8);
-      rebooting = rebooting && performance.now() < quietUntilMs; // the unit may answer until it goes down
-      if (!rebooting)
-        showOk();
+      rebooting = false;
+      showOk();
       ++turn;
     } catch (error) {
       note(error);
@@ -102,12 +100,12 @@ const poll = (() => {
 
   function schedule(pause) {
     clearTimeout(timer);
-    timer = setTimeout(run, Math.max(pause, quietUntilMs - performance.now()));
+    timer = setTimeout(run, pause);
   }
 
   function expectReboot() {
     rebooting = true;
-    quietUntilMs = performance.now() + REBOOT_MS;
+    link.rest(REBOOT_MS);
     showLost();
   }
 
