@@ -25,15 +25,19 @@ test('the main flow works in Firefox', async context => {
   const first = await page.$eval(value, cell => cell.textContent);
   await page.waitForFunction((selector, text) =>
     document.querySelector(selector).textContent !== text, {}, value, first);
-  await click('[data-point="V_SETPOINT"] [data-action="set"]');
+  const start = async (name, action) => {
+    await page.locator('#filter-text').fill(name);
+    await click(`[data-point="${name}"] [data-action="${action}"]`);
+  };
+  await start('V_SETPOINT', 'set');
   await page.locator('#dialog-value').fill('131.75');
   await click('#dialog-confirm');
   await seen('[data-point="V_SETPOINT"] [data-cell="value"]', '131.75');
-  await click('[data-point="TAP1_RAISE"] [data-action="operate"]');
+  await start('TAP1_RAISE', 'operate');
   for (let held = 0; held < 50; ++held)
     await page.keyboard.down('Enter'); // on Cancel: closes the dialog once, and opens none
   await page.keyboard.up('Enter');
-  await click('[data-point="TAP1_RAISE"] [data-action="operate"]');
+  await start('TAP1_RAISE', 'operate');
   await click('#dialog-confirm');
   await seen('#result', 'Raise tap 1 (TAP1_RAISE): done.');
   await click('#logout');
