@@ -7,7 +7,11 @@ import { Unit } from './support/unit.js';
 test('the main flow works in Firefox', async context => {
   const unit = await Unit.start(['--security', 'host', '--remote']);
   context.after(() => unit.stop());
-  const browser = await puppeteer.launch({ browser: 'firefox', executablePath: '/usr/bin/firefox-esr' });
+  const browser = await puppeteer.launch({
+    browser: 'firefox',
+    executablePath: '/usr/bin/firefox-esr',
+    defaultViewport: { width: 1024, height: 768 },
+  });
   context.after(() => browser.close());
   const page = await browser.newPage();
   const complaints = [];
