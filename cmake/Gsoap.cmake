@@ -28,9 +28,12 @@ function(generate_soap description)
   # -S server code only, -L no library files, -x no sample messages, -z3 pointers as nillable elements,
   # -2 the WSDL for SOAP 1.2.
   set(generate ${SOAPCPP2} -c++ -S -L -x -z3)
-  # The message of the header names an element that no schema declares, and strict clients refuse such a
-  # WSDL. So sed removes the message.
-  set(clean sed "/<message name=\"soapServHeader\">/,/<\\/message>/d")
+  # Three things in the WSDL stop tools that make clients from it, and sed changes them. The message of the
+  # header names an element that no schema declares, which strict tools refuse. The import of the SOAP encoding
+  # is not used, and some tools try to download it. A message part with the usual name `parameters` lets a tool
+  # make a function of the fields; with any other name it makes one of a request object.
+  set(clean sed -e "/<message name=\"soapServHeader\">/,/<\\/message>/d" -e "/<import .*encoding/d"
+    -e "s/\\(<part name\\|parts\\)=\"Body\"/\\1=\"parameters\"/")
   add_custom_command(
     OUTPUT ${sources} ${directory}/soapH.h ${directory}/soapServ.nsmap ${wsdl} ${wsdl12}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${directory}/raw12
