@@ -13,7 +13,5 @@ set(ENV{PKG_CONFIG_LIBDIR} ${TARGET_ROOT}/lib/pkgconfig)
 set(GTest_DIR ${TARGET_ROOT}/lib/cmake/GTest)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -L${TARGET_ROOT}/lib)
 set(CMAKE_BUILD_RPATH ${TARGET_ROOT}/lib)
-set(TARGET_LIBRARIES ${TARGET_ROOT}/lib) # LD_LIBRARY_PATH for programs without a build rpath
-set(TARGET_LINK_FLAGS -Wl,-rpath-link,${TARGET_ROOT}/lib)
 
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-ppc -L /usr/${TARGET})

@@ -1,33 +1,46 @@
 #!/bin/bash
-# install_test.sh BUILD EXAMPLES WITHOUT_REBOOT cmake|pkg-config: installs the library into an empty
-# folder, builds the minimal host against it as a new user does, and calls it. For a unit's own machine
-# the environment has CC, LDFLAGS, TOOLCHAIN, EMULATOR and LD_LIBRARY_PATH.
+# install_test.sh BUILD REPOSITORY cmake|pkg-config|static|subproject: installs the library into an empty folder,
+# or lets another project build it, builds the minimal host against it as a new user does, and calls it. For a
+# unit's own machine the environment has CC, CXX, NM and EMULATOR.
 set -euo pipefail
-build=$1 examples=$2 without_reboot=$3 how=$4
+build=$1 repository=$2 how=$3
 . "$(dirname "$0")/../support/unit.sh"
 
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
-host=$work/host/minimal_host
+library=$(dirname "$(find "$work/prefix" -name libwebServer.so)")
+export PKG_CONFIG_PATH=$library/pkgconfig LD_LIBRARY_PATH=$library
+source=$repository/examples/minimal_host host=$work/host/minimal_host exported=-D
 case $how in
   cmake)
-    cmake -S "$examples/minimal_host" -B "$work/host" -DCMAKE_TOOLCHAIN_FILE="${TOOLCHAIN-}" \
-      -DwebServer_ROOT="$work/prefix" >/dev/null
+    cmake -S "$source" -B "$work/host" -DCMAKE_SYSTEM_NAME=Linux -DwebServer_ROOT="$work/prefix" >/dev/null
     cmake --build "$work/host" >/dev/null ;;
   pkg-config)
     mkdir "$work/host"
-    export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name webServer.pc)")
     # shellcheck disable=SC2046
-    "${CC-cc}" -o "$host" "$examples/minimal_host/minimal_host.c" \
-      $(pkg-config --cflags --libs webServer) ${LDFLAGS-} ;;
+    "${CC-cc}" -o "$host" "$source/minimal_host.c" $(pkg-config --cflags --libs webServer) ;;
+  static)
+    mkdir "$work/host"
+    # shellcheck disable=SC2046
+    "${CC-cc}" -static -o "$host" "$source/minimal_host.c" $(pkg-config --static --cflags --libs webServer) 2>"$work/log" \
+      || fail "not linked"
+    exported= ;;
+  subproject) # by another generator, without warnings as errors, and without what only the reference unit needs
+    mkdir "$work/firmware"
+    printf '%s\n' 'cmake_minimum_required(VERSION 3.22)' 'project(firmware LANGUAGES C CXX)' \
+      "add_subdirectory($repository webServer)" "add_executable(minimal_host $source/minimal_host.c)" \
+      'target_link_libraries(minimal_host webServer::webServer)' >"$work/firmware/CMakeLists.txt"
+    cmake -G "Unix Makefiles" -S "$work/firmware" -B "$work/host" -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON >/dev/null
+    cmake --build "$work/host" -j 2 >/dev/null
+    unset LD_LIBRARY_PATH ;;
 esac
-export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name libwebServer.so)"):${LD_LIBRARY_PATH-}
 
 # A failed bind calls reboot() and sync(): the host must replace the system's.
-[ "$(${NM-nm} -D --defined-only "$host" | grep -cE ' (reboot|sync)$')" -eq 2 ] \
+# shellcheck disable=SC2086
+[ "$(${NM-nm} $exported --defined-only "$host" | grep -cE ' (reboot|sync)$')" -eq 2 ] \
   || fail "the host does not define reboot() and sync()"
 
 # shellcheck disable=SC2086
-start "$without_reboot" ${EMULATOR-} "$host" "$port"
+start "$repository/scripts/without_reboot" ${EMULATOR-} "$host" "$port"
 await Listening 1
 point='<inputType>analog</inputType><inputName>UPTIME</inputName>'
 [[ $(call coreDbReadData "$point<inputFormat/>") =~ '<return>'[0-9]+'</return>' ]] || fail "no reading"
