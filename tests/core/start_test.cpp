@@ -4,7 +4,6 @@
 #include <cstring>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <link.h>
 #include <string>

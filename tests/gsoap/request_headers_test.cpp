@@ -8,7 +8,6 @@
 #include "http/cookies.h"
 #include "session/session_table.h"
 #include "support/cases.h"
-#include "support/fake_host.h"
 #include "support/wire.h"
 
 class RequestHeaders : public testing::Test {

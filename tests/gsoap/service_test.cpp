@@ -1,14 +1,11 @@
 // tests/gsoap/service_test.cpp: what gSOAP alone would do to a unit, over a real socket.
 #include <chrono>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <malloc.h>
 #include <soapH.h>
 
 #include "http/cookies.h"
 #include "net/slow_client.h"
-#include "support/fake_host.h"
-#include "support/wire.h"
 
 using testing::HasSubstr;
 

@@ -1,13 +1,10 @@
 // tests/net/bounds_test.cpp: what happens at each bound of all connections together. The clock is the test's.
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 
 #include "net/limits.h"
 #include "net/slow_client.h"
-#include "support/fake_host.h"
-#include "support/wire.h"
 
 class Bounds : public testing::Test {
 protected:

@@ -1,7 +1,6 @@
 // tests/net/request_end_test.cpp: an arriving request is complete at the byte where gSOAP stops to read.
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <memory>
 #include <stdsoap2.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,8 +10,6 @@
 #include "net/request_end.h"
 #include "net/slow_client.h"
 #include "soapH.h"
-#include "support/fake_host.h"
-#include "support/wire.h"
 
 struct Row {
     std::string name, request, after; // complete with the last byte of request

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "support/wire.h"
+
 class SlowClient {
     int socket_;
 

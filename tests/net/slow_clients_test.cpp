@@ -5,8 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <memory>
 #include <soapH.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -16,8 +14,6 @@
 #include "net/slow_client.h"
 #include "session/session_table.h"
 #include "support/cases.h"
-#include "support/fake_host.h"
-#include "support/wire.h"
 
 using namespace std::string_literals;
 using testing::HasSubstr;

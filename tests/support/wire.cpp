@@ -8,7 +8,6 @@
 
 #include "core/config.h"
 #include "core/serve_loop.h"
-#include "support/fake_host.h"
 
 struct soap *openOnFreePort(struct soap *soap)
 {
@@ -19,12 +18,17 @@ struct soap *openOnFreePort(struct soap *soap)
     return soap;
 }
 
+bool startsToRun()
+{
+    return waitFor([] { return __atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) == 1; });
+}
+
 Service::Service(int port) : port_(port)
 {
     setenv("SERVER_PORT", std::to_string(port_).c_str(), 1);
     const auto gate = pgf_parseAuth; // the start replaces it when security is off
     EXPECT_EQ(0, webServer_Web_Start());
-    EXPECT_TRUE(waitFor([] { return __atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) == 1; }));
+    EXPECT_TRUE(startsToRun());
     __atomic_store_n(&pgf_parseAuth, gate, __ATOMIC_RELEASE);
 }
 

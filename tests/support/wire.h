@@ -4,6 +4,7 @@
 #include <string>
 
 #include "support/client.h"
+#include "support/fake_host.h"
 
 // The service on a loopback port, from start to close.
 class Service {
@@ -19,6 +20,9 @@ public:
     // Posts an envelope and returns the HTTP reply. headers are further lines, each with its CR LF.
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
+
+// Waits until the service runs.
+bool startsToRun();
 
 // Opens the service with this context on a free port, without its thread. Returns the context.
 struct soap *openOnFreePort(struct soap *soap);

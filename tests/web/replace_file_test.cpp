@@ -1,7 +1,6 @@
 // tests/web/replace_file_test.cpp: what an upload leaves on a small device when its steps fail.
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
