@@ -2,13 +2,10 @@
 #include "net/slow_client.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include "support/wire.h"
 
 const std::string FORM = "Content-Type: application/x-www-form-urlencoded\r\n";
 const std::string READ = envelope(
@@ -44,12 +41,9 @@ bool SlowClient::isOpen() const
 
 std::string SlowClient::rest() const
 {
-    std::string reply;
-    char chunk[16384];
-    ssize_t got;
-    while ((got = recv(socket_, chunk, sizeof chunk, 0)) > 0)
-        reply.append(chunk, static_cast<std::size_t>(got));
-    return got < 0 && errno == EAGAIN ? "(nothing)" : reply;
+    errno = 0;
+    const std::string reply = received(socket_);
+    return errno == EAGAIN ? "(nothing)" : reply;
 }
 
 std::vector<SlowClient> slowClients(std::size_t count, int port, const std::string &bytes)

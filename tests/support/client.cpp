@@ -46,6 +46,15 @@ int connectTo(int port, const std::string &from)
     return -1;
 }
 
+std::string received(int socket)
+{
+    std::string bytes;
+    char chunk[16384];
+    for (ssize_t got; (got = recv(socket, chunk, sizeof chunk, 0)) > 0;)
+        bytes.append(chunk, static_cast<std::size_t>(got));
+    return bytes;
+}
+
 std::string talk(int port, const std::string &bytes, const std::string &from, bool hangUp)
 {
     const int client = connectTo(port, from);
@@ -55,10 +64,7 @@ std::string talk(int port, const std::string &bytes, const std::string &from, bo
     send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (hangUp)
         shutdown(client, SHUT_WR);
-    std::string reply;
-    char chunk[4096];
-    for (ssize_t got; (got = recv(client, chunk, sizeof chunk, 0)) > 0;)
-        reply.append(chunk, static_cast<std::size_t>(got));
+    const std::string reply = received(client);
     close(client);
     return reply;
 }

@@ -12,6 +12,9 @@ int listenOn(int port);
 // Connects from the given address of the loopback network. Returns the socket, -1 when nobody listens.
 int connectTo(int port, const std::string &from = "127.0.0.1");
 
+// Returns all that comes until the connection ends or its time-out passes.
+std::string received(int socket);
+
 // Sends bytes and returns all that comes back until the connection ends. With hangUp, the client also
 // ends its sending side after the bytes.
 std::string talk(int port, const std::string &bytes, const std::string &from = "127.0.0.1",
