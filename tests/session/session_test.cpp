@@ -14,11 +14,25 @@
 #include "session/session_table.h"
 #include "support/fake_host.h"
 
-TEST(SessionTable, MakesIdsFromTheGeneratorAndTheTime)
-{
+class Session : public testing::Test {
+protected:
     FakeHost fake;
+    const std::unique_ptr<struct soap> soap{new struct soap};
+    std::ostringstream out; // what the context sends
+
+    Session() { soap->os = &out; }
+
+    ~Session() override
+    {
+        endSessionsOf("", soap.get());
+        EXPECT_EQ(0, numOfSessions);
+        soap_end(soap.get());
+    }
+};
+
+TEST_F(Session, MakesIdsFromTheGeneratorAndTheTime)
+{
     fake.milliseconds = 0x1234ABCD;
-    const std::unique_ptr<struct soap> soap(new struct soap);
     srand(7);
     const unsigned first = static_cast<unsigned>(rand());
     srand(first + fake.milliseconds);
@@ -32,15 +46,10 @@ TEST(SessionTable, MakesIdsFromTheGeneratorAndTheTime)
     EXPECT_STREQ(expected, reinterpret_cast<char *>(id));
     EXPECT_EQ(-1, createSession(soap.get())) << "full";
     EXPECT_EQ(MAX_SESSIONS, numOfSessions);
-    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
-        clearSession(slot, soap.get());
-    soap_end(soap.get());
 }
 
-TEST(SessionTable, FindsOnlySlotsBelowTheNumberOfSessions)
+TEST_F(Session, FindsOnlySlotsBelowTheNumberOfSessions)
 {
-    FakeHost fake;
-    const std::unique_ptr<struct soap> soap(new struct soap);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(i, createSession(soap.get()));
     const std::string first = getSessionId(0);
@@ -56,10 +65,6 @@ TEST(SessionTable, FindsOnlySlotsBelowTheNumberOfSessions)
     EXPECT_EQ(-1, getSessionNum(nullptr));
     EXPECT_EQ(2, getSessionNum(g_accesstok[2].id));
     EXPECT_EQ(0, createSession(soap.get())) << "the first free slot";
-    for (int slot = 0; slot < 3; ++slot)
-        clearSession(slot, soap.get());
-    EXPECT_EQ(0, numOfSessions);
-    soap_end(soap.get());
 
     EXPECT_EQ(5U, diffTimestamp(10, 5));
     EXPECT_EQ(10U, diffTimestamp(5, 0xFFFFFFFBU));
@@ -68,12 +73,8 @@ TEST(SessionTable, FindsOnlySlotsBelowTheNumberOfSessions)
     EXPECT_EQ(0x7FFFFFFFU, diffTimestamp(0x80000000U, 0));
 }
 
-TEST(RequestCheck, TestsAndRenewsOnlyWhatTheCallerAsksFor)
+TEST_F(Session, IsTestedAndRenewedOnlyAsTheCallerAsks)
 {
-    FakeHost fake;
-    const std::unique_ptr<struct soap> soap(new struct soap);
-    std::ostringstream out;
-    soap->os = &out;
     const int slot = createSession(soap.get());
     soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
     static const struct {
@@ -94,29 +95,20 @@ TEST(RequestCheck, TestsAndRenewsOnlyWhatTheCallerAsksFor)
             soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
         }
     }
-    clearSession(slot, soap.get());
-    EXPECT_EQ(0, numOfSessions);
-    soap_end(soap.get());
 }
 
-TEST(Session, TextsAreCut)
+TEST_F(Session, TextsAreCut)
 {
-    FakeHost fake;
     installSecurityHooks();
-    const std::unique_ptr<struct soap> soap(new struct soap);
-    std::ostringstream out;
-    soap->os = &out;
     const std::string id(254, 'x');
-    const int slot = openSession(soap.get(), "ann", WS_LEVEL_READ, id.c_str());
+    openSession(soap.get(), "ann", WS_LEVEL_READ, id.c_str());
     soap_set_cookie(soap.get(), "SESSIONID", (id + "x").c_str(), "", "/");
     EXPECT_EQ(SESSION_VALID, checkSession(soap.get(), 0, 0, nullptr));
     EXPECT_TRUE(setSessionCookie(soap.get(), id.c_str()));
     EXPECT_EQ(id.substr(0, 98), sessionCookie(soap.get()));
-    clearSession(slot, soap.get());
     reLogin(soap.get(), "0123456789abcdefgh");
     EXPECT_NE(std::string::npos,
               out.str().find("'/index.htm?u=0123456789abcdefg'; > </body>\n</html>"));
-    soap_end(soap.get());
 }
 
 TEST(Lockout, CountsFailuresByAddressAndRemovesEntriesInPlace)
