@@ -52,6 +52,17 @@ visit('an open page keeps its session alive, until nobody has used it for as lon
   await visitor.isSentToLogin('to', 'timed out');
 });
 
+visit('the example page shows a value and operates', async (visitor, page) => {
+  await visitor.logIn('admin');
+  await page.goto('/example.htm');
+  await visitor.sees('#current', /^\d+(\.\d+)? A, GOOD/);
+  await page.click('#open');
+  await page.click('#dialog-confirm');
+  await visitor.sees('#result', 'Open breaker 1: done.');
+  await page.click('#logout');
+  await page.waitForURL('**/index.htm');
+});
+
 visit('a hidden page asks at a tenth, and at once when it is seen', async (visitor, page) => {
   let asked = 0;
   page.on('request', request => asked += request.url().endsWith('/session.htm'));
