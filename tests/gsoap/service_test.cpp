@@ -80,6 +80,13 @@ TEST_F(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
     const std::string four = put(15000), five = put(18000);
     EXPECT_THAT(service.post(four), HasSubstr("200 OK"));
     EXPECT_EQ("", service.post(five));
+    // The echoed header is written as five bytes for each of its characters, once to count and once to send.
+    const auto echoed = [](std::size_t characters) {
+        return envelope("getRTU", "", false,
+                        "<Authentication>" + std::string(characters, '\x01') + "</Authentication>");
+    };
+    EXPECT_THAT(service.post(echoed(1000)), HasSubstr("512Q"));
+    EXPECT_EQ("", service.post(echoed(2000)));
     fake.cpuSecondsPerLook = 0;
     EXPECT_THAT(service.post(five), HasSubstr("200 OK"));
     fake.forgetCalls();
@@ -87,6 +94,8 @@ TEST_F(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
     for (const char *length : {"18446744073709551615", "2147483648", "1"}) // the last one is read
         talk(service.port(), form + length + "\r\n\r\nx", "127.0.0.1", true);
     EXPECT_LT(fake.largestPiece, 1U << 20);
+    EXPECT_THAT(service.post(echoed(3U << 20)), HasSubstr("512Q"));
+    EXPECT_THAT(service.post(echoed(4U << 20)), HasSubstr("content length violation"));
     const std::size_t header = 96; // counts as well
     const std::size_t rest = (16U << 20) - header - put(0).size();
     EXPECT_THAT(service.post(put(rest)), HasSubstr("200 OK"));

@@ -1,4 +1,4 @@
-// gsoap/limits.cpp: refuses requests that gSOAP would accept, or work on for too long.
+// gsoap/limits.cpp: refuses requests that gSOAP would accept or work on for too long, and ends such replies.
 #include "gsoap/limits.h"
 
 #include <algorithm>
@@ -10,23 +10,30 @@
 
 // Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
 // processor time of a request is capped as well.
-static constexpr double MAX_RECEIVE_CPU_SECONDS = 2; // from the second receive on
-static constexpr std::size_t LOOK_BYTES = 4096;      // received between two checks of the limits
+static constexpr double MAX_CPU_SECONDS = 2;    // from the second receive on
+static constexpr std::size_t LOOK_BYTES = 4096; // received or written between two checks
+
+// gSOAP writes a control character of the echoed header as five bytes, so a reply could be five times as
+// long as its request. It is held in memory while its client takes it.
+static constexpr uint64_t MAX_REPLY_BYTES = MAX_RECEIVED_BYTES;
 
 // gSOAP keeps every attribute name of a request and compares each new one with all before it. Half a
 // megabyte of different names would keep the service thread busy for a minute.
 static constexpr int MAX_ATTRIBUTE_NAMES = 1000;
 
-// What has been received of the request that is being served. Service thread only.
+// What has been received of the request that is being served, and written of its reply. Service thread only.
 struct Progress {
-    double cpuSecondsAtStart; // at the second receive; 0 before it
+    double cpuSecondsAtStart;   // at the second receive; 0 before it
+    double cpuSecondsAtReceive; // at the last one
     std::size_t bytes;
-    bool sawText;      // something other than white space has come
-    bool lastWasEmpty; // the last attempt to receive gave nothing
+    std::size_t written; // of a SOAP reply, counted and sent
+    bool replying;       // the reply has been looked at
+    bool sawText;        // something other than white space has come
+    bool lastWasEmpty;   // the last attempt to receive gave nothing
 };
 static Progress progress;
 
-// gSOAP's own callbacks, which the two hooks below call.
+// gSOAP's own callbacks, which the first two hooks below call.
 static int (*parseHttp)(struct soap *);
 static size_t (*receive)(struct soap *, char *, size_t);
 
@@ -45,11 +52,27 @@ static bool hasTooManyAttributes(const struct soap *soap)
     return names > MAX_ATTRIBUTE_NAMES;
 }
 
+static bool isOverTime(double cpuSeconds)
+{
+    return cpuSeconds - progress.cpuSecondsAtStart > MAX_CPU_SECONDS;
+}
+
 static bool isOverLimit(const struct soap *soap, double cpuSeconds)
 {
     // gSOAP's recv_maxlength does not count the lines between chunks.
     return progress.bytes > MAX_RECEIVED_BYTES || hasTooManyAttributes(soap)
-           || cpuSeconds - progress.cpuSecondsAtStart > MAX_RECEIVE_CPU_SECONDS;
+           || isOverTime(cpuSeconds);
+}
+
+// Looks at the time that gSOAP has needed to receive the request and to write so much of its reply. The time
+// between the two is the host's.
+static bool isReplyOverTime()
+{
+    const double cpuSeconds = threadCpuSeconds();
+    if (!progress.replying)
+        progress.cpuSecondsAtStart += cpuSeconds - progress.cpuSecondsAtReceive;
+    progress.replying = true;
+    return isOverTime(cpuSeconds);
 }
 
 static const char *skipSpace(const char *text, const char *end)
@@ -89,6 +112,7 @@ static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
     const double cpuSeconds = progress.bytes == 0 ? 0 : threadCpuSeconds();
     if (progress.cpuSecondsAtStart == 0)
         progress.cpuSecondsAtStart = cpuSeconds;
+    progress.cpuSecondsAtReceive = cpuSeconds;
     const std::size_t length =
         isOverLimit(soap, cpuSeconds) ? 0 : receive(soap, to, std::min(size, LOOK_BYTES));
     progress.bytes += length;
@@ -101,6 +125,20 @@ static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
     return progress.sawText && isalpha(static_cast<unsigned char>(*text)) == 0 ? 0 : length;
 }
 
+// The ffiltersend callback. gSOAP calls it with each piece of a SOAP reply twice: when it counts the bytes,
+// and when it sends them. How long a file takes is not the client's doing.
+static int writeWithinLimits(struct soap *soap, const char **, size_t *size)
+{
+    if (soap->status == SOAP_FILE)
+        return SOAP_OK;
+    if ((soap->mode & SOAP_IO_LENGTH) != 0 && soap->count + *size > MAX_REPLY_BYTES)
+        return SOAP_LENGTH; // gSOAP answers with a fault, without the header
+    const std::size_t looks = progress.written / LOOK_BYTES;
+    progress.written += *size;
+    // A short reply needs no look at the clock.
+    return progress.written / LOOK_BYTES > looks && isReplyOverTime() ? SOAP_EOF : SOAP_OK;
+}
+
 } // extern "C"
 
 void installLimits(struct soap *soap)
@@ -109,6 +147,7 @@ void installLimits(struct soap *soap)
     soap->fparse = parseRequest;
     receive = soap->frecv;
     soap->frecv = receiveWithinLimits;
+    soap->ffiltersend = writeWithinLimits;
 }
 
 void startRequest()

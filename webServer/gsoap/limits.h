@@ -1,4 +1,4 @@
-// gsoap/limits.h: refuses requests that gSOAP would accept, or work on for too long.
+// gsoap/limits.h: refuses requests that gSOAP would accept or work on for too long, and ends such replies.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 struct soap;
 
-// Puts the limits between gSOAP and its parser and receiver. Call it once, after installTransport() and
+// Puts the limits between gSOAP and its parser, receiver and writer. Call it once, after installTransport() and
 // after the plug-ins are registered, because all of these replace what the limits must wrap.
 void installLimits(struct soap *soap);
 
