@@ -6,6 +6,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "security/gate.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
@@ -52,7 +53,7 @@ int thmSetTime(const struct timespec *time, int)
         shiftSeconds = time->tv_sec - now.tv_sec;
         timeSource = SET_BY_HAND;
     }
-    sLogInfo("clock: set over the network: %d", result);
+    sLogInfo("clock: set over the network: %d, %s", result, byCaller().c_str());
     return result;
 }
 

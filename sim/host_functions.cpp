@@ -10,6 +10,7 @@
 #include "clock.h"
 #include "log.h"
 #include "plain_text.h"
+#include "security/gate.h"
 #include "unit.h"
 #include "webServer.h"
 #include "webServerHost.h"
@@ -42,6 +43,7 @@ static CallStatus setLR(const std::string &argument, std::string *answer)
     if (argument != "L" && argument != "R" && argument != "U")
         return CALL_BAD_ARGUMENT;
     *answer = localRemote = argument;
+    sLogInfo("control: set to %s, %s", argument.c_str(), byCaller().c_str());
     return CALL_DONE;
 }
 
@@ -54,6 +56,7 @@ static CallStatus setSource(const std::string &argument, std::string *answer)
         return CALL_BAD_ARGUMENT;
     setActiveTimeSource(source);
     *answer = argument;
+    sLogInfo("clock: time source %d, %s", source, byCaller().c_str());
     return CALL_DONE;
 }
 
@@ -122,7 +125,9 @@ static std::string textOrEmpty(const char *text)
 
 extern "C" {
 
-// Writes the terminator only if there is room: a caller with room for one byte gets the first letter.
+// Writes the terminator only if there is room: a caller with room for one byte gets the first letter. That
+// caller is the library, before a command or a set point. Under local control it refuses them without
+// another call, so this is where the host hears of it.
 int fnPutS(const char *container, const char *object, const char *function, const char *argument,
            char *answer, int size, int)
 {
@@ -131,6 +136,8 @@ int fnPutS(const char *container, const char *object, const char *function, cons
         callFunction(textOrEmpty(container), textOrEmpty(function), textOrEmpty(argument), &text);
     if (status == CALL_DONE && size > 0)
         memcpy(answer, text.c_str(), std::min(static_cast<std::size_t>(size), text.size() + 1));
+    if (size == 1 && g_webRemote == 1 && text != "R")
+        sLogWarn("refused under local control: a command or set point, %s", byCaller().c_str());
     logDetail("call: %d: %s %s %s(%s)", status, inQuotes(textOrEmpty(container)).c_str(),
               inQuotes(textOrEmpty(object)).c_str(), inQuotes(textOrEmpty(function)).c_str(),
               inQuotes(textOrEmpty(argument)).c_str());

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "log.h"
+#include "security/gate.h"
 #include "webServer.h"
 #include "webServerHost.h"
 
@@ -13,6 +14,7 @@ extern "C" {
 
 int usrReboot()
 {
+    sLogInfo("unit: reboot, %s", byCaller().c_str());
     kill(getpid(), RESTART_SIGNAL);
     return 0;
 }

@@ -15,6 +15,7 @@
 
 #include "log.h"
 #include "plain_text.h"
+#include "security/gate.h"
 #include "webServerHost.h"
 
 using Clock = std::chrono::steady_clock; // setting the unit's time leaves it alone
@@ -192,8 +193,8 @@ int x_krunchDataQuality(const char *type, const char *name, const char *value, c
 {
     const WriteStatus status = force(type, name, value, flags);
     const std::string with = flags == nullptr ? "" : " with " + inQuotes(flags);
-    sLogInfo("force: %d: %s %s to %s%s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
-             inQuotes(value).c_str(), with.c_str());
+    sLogInfo("force: %d: %s %s to %s%s, %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+             inQuotes(value).c_str(), with.c_str(), byCaller().c_str());
     return status;
 }
 
@@ -205,8 +206,8 @@ int x_krunchData(const char *type, const char *name, const char *value)
 int x_blockPoint(const char *type, const char *name, int onOff)
 {
     const WriteStatus status = block(type, name, onOff);
-    sLogInfo("block: %d: %s %s to %d", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
-             onOff);
+    sLogInfo("block: %d: %s %s to %d, %s", status, inQuotes(type).c_str(), inQuotes(name).c_str(),
+             onOff, byCaller().c_str());
     return status;
 }
 

@@ -24,6 +24,11 @@ const Account *caller()
     return findAccount(callerName);
 }
 
+std::string byCaller()
+{
+    return "by " + (callerName.empty() ? "an unknown user" : inQuotes(callerName));
+}
+
 // Compares names only and takes the first cookie, as the library does.
 static const char *sessionCookie(const struct soap *request)
 {

@@ -14,6 +14,9 @@ int gate(struct soap *request, int level);
 // sends none.
 const Account *caller();
 
+// Returns 'by "NAME"' for the log. While the host's security is off, the unit does not know its callers.
+std::string byCaller();
+
 // pgf_getSessionStatus of webServer.h: a session also ends when its user may no longer read.
 int sessionStatus(const char *id);
 

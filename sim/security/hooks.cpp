@@ -124,8 +124,8 @@ template <typename Edit>
 static int change(const char *what, const char *user, bool allowed, Edit edit)
 {
     const AdministrationStatus status = tryChange(user, allowed, edit);
-    sLogInfo("security: %s: %d: of %s, by %s", what, status, inQuotes(user).c_str(),
-             inQuotes(caller() == nullptr ? "" : caller()->name).c_str());
+    sLogInfo("security: %s: %d: of %s, %s", what, status, inQuotes(user).c_str(),
+             byCaller().c_str());
     return status;
 }
 

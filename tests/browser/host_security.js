@@ -72,6 +72,9 @@ visit('a command is refused while the unit is under local control', async visito
   await unit.call('fnPut', { binContName: 'coreDb', function: 'setLR', arg: 'R' });
   await visitor.act('TAP1_RAISE', 'operate');
   await visitor.sees('#result', 'done');
+  await visitor.openTab('log');
+  await visitor.sees('#log-lines', 'refused under local control: a command or set point, by "operator"');
+  await visitor.sees('#log-lines', 'force: 0: "command" "TAP1_RAISE" to "1", by "operator"');
 });
 
 visit('a configuration file is uploaded and read back', async (visitor, page) => {
