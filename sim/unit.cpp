@@ -22,6 +22,8 @@ using Clock = std::chrono::steady_clock; // setting the unit's time leaves it al
 
 // Limits the work of the first read after a long time. The value does not depend on steps that far back.
 static const double MAX_WALK_STEPS = 1000;
+static const double MIN_STEPS = 500; // of a measured value, in its range
+static const double MAX_STEPS_OF_ONE = 1e9;
 static const double WALK_RANGE_PER_STEP = 0.05; // largest step, as a part of the walk's range
 static const std::size_t MAX_FLAGS_BYTES = 15;
 static const std::size_t VALUE_TEXT_SIZE = 312; // what x_readData may write, with the terminator
@@ -64,6 +66,18 @@ double secondsUp()
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
+// Rounds as a transducer does, which has a few hundred steps in its range or more.
+static double measured(double value, const Point &point)
+{
+    if (point.simulation == CONSTANT)
+        return value;
+    const double range = std::fabs(point.to - point.from);
+    double stepsOfOne = 1;
+    while (range * stepsOfOne < MIN_STEPS && stepsOfOne < MAX_STEPS_OF_ONE)
+        stepsOfOne *= 10;
+    return std::round(value * stepsOfOne) / stepsOfOne;
+}
+
 static void walk(State *state)
 {
     static std::minstd_rand random;
@@ -74,7 +88,8 @@ static void walk(State *state)
     const double largest = (point.to - point.from) * WALK_RANGE_PER_STEP;
     std::uniform_real_distribution<double> step(-largest, largest);
     for (int left = static_cast<int>(missing); left > 0; --left)
-        state->value = std::clamp(state->value + step(random), point.from, point.to);
+        state->value =
+            std::clamp(measured(state->value + step(random), point), point.from, point.to);
 }
 
 // Returns the point with its present value, or null and the reason.
@@ -88,7 +103,7 @@ static State *find(const char *type, const char *name, WriteStatus *reason)
     if (state->simulated && state->point.simulation == WALK)
         walk(state);
     else if (state->simulated)
-        state->value = simulatedValue(state->point, secondsUp());
+        state->value = measured(simulatedValue(state->point, secondsUp()), state->point);
     return state;
 }
 
