@@ -119,8 +119,10 @@ const pointTable = (() => {
   // Draws what is in sight. Rows that stay are not moved, so that they keep the focus.
   function draw() {
     const height = body.firstElementChild?.getBoundingClientRect().height || 40;
-    const first = Math.max(0, Math.floor(scroller.scrollTop / height) - SPARE_ROWS);
-    const wanted = items.slice(first, first + Math.ceil(scroller.clientHeight / height) + 2 * SPARE_ROWS);
+    const inSight = Math.ceil(scroller.clientHeight / height);
+    const top = Math.min(Math.floor(scroller.scrollTop / height), items.length - inSight);
+    const first = Math.max(0, top - SPARE_ROWS);
+    const wanted = items.slice(first, first + inSight + 2 * SPARE_ROWS);
     for (const [item, row] of rows)
       if (!wanted.includes(item)) {
         row.remove();

@@ -58,6 +58,8 @@ const points = (() => {
         query.set(name, value);
     tabs.setQuery('points', query);
     page.byId('point-back').href = `#points?${query}`;
+    if (changes.folded === undefined)
+      page.byId('points-scroller').scrollTop = 0;
     showTable();
   }
 
