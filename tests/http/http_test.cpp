@@ -37,17 +37,8 @@ TEST(ClientInfo, KnowsTheMethodOfTheRequestLineOrOfGsoap)
 
 TEST(ClientInfo, KnowsWhatTheClientAccepts)
 {
-    FakeHost fake;
     struct soap *soap = soap_new();
-    const auto parser = soap->fparsehdr;
-    fake.refusedBytes = 4 * sizeof(void *);
-    EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
-    EXPECT_EQ(parser, soap->fparsehdr) << "without memory the plug-in stays out";
-    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
-    soap_free(soap);
-
-    soap = soap_new();
-    fake.refusedBytes = 0;
+    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap)) << "without the plug-in";
     EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
     EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
     static const struct {
@@ -68,22 +59,17 @@ TEST(ClientInfo, KnowsWhatTheClientAccepts)
     soap_free(soap);
 }
 
-TEST(Form, BeginsWithAQuestionMarkAndIsNullWithoutABody)
+TEST(Form, IsNullWithoutABody)
 {
-    static const struct {
-        const char *sent, *form;
-    } CASES[] = {{"3\r\na=b\r\n0\r\n\r\n", "?a=b"}, {"0\r\n\r\n", nullptr}};
-    for (const auto &row : CASES) {
-        const std::unique_ptr<struct soap> soap(new struct soap);
-        std::istringstream in(row.sent);
-        soap->is = &in;
-        soap->mode = SOAP_IO_CHUNK;
-        soap->chunksize = soap->chunkbuflen = soap->buflen = soap->bufidx =
-            0;          // gSOAP's constructor leaves them
-        startRequest(); // forgets how the request before it ended
-        EXPECT_STREQ(row.form, form(soap.get()));
-        soap_end(soap.get());
-    }
+    const std::unique_ptr<struct soap> soap(new struct soap);
+    std::istringstream in("0\r\n\r\n");
+    soap->is = &in;
+    soap->mode = SOAP_IO_CHUNK;
+    soap->chunksize = soap->chunkbuflen = soap->buflen = soap->bufidx =
+        0;          // gSOAP's constructor leaves them
+    startRequest(); // forgets how the request before it ended
+    EXPECT_EQ(nullptr, form(soap.get()));
+    soap_end(soap.get());
 }
 
 TEST(Form, IsReadNoFurtherThanItsTerminator)
