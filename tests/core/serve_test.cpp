@@ -19,7 +19,6 @@
 #include "core/serve_loop.h"
 #include "core/service_thread.h"
 #include "gsoap/context.h"
-#include "net/connections.h"
 #include "net/slow_client.h"
 
 using namespace std::string_literals;
@@ -234,32 +233,6 @@ TEST(Memory, FaultsNeedNoneAndDoNotOutliveTheirRequest)
         forgetRequest(soap);
         serveConnection(soap); // writes the text of its failure to the fault
     }
-    soap_free(soap);
-}
-
-TEST(Service, AnswersInOneSendAfterAPageThatCouldNotBeSent)
-{
-    FakeHost fake;
-    struct soap *soap = openOnFreePort(soap_new());
-    static int sends = 0;
-    static const auto sendBytes = soap->fsend;
-    const auto answerTo = [soap](const std::string &request) {
-        auto reply =
-            std::async(std::launch::async, talk, g_serverPort, request, "127.0.0.1", false);
-        serveConnection(soap);
-        awaitDepartures();
-        return reply.get();
-    };
-    soap->fsend = [](struct soap *, const char *, std::size_t) { return SOAP_EOF; };
-    pgf_appUserVerify = appUserVerify;
-    fake.level = 49; // a page that leads back to the login, without a failure on record
-    EXPECT_EQ("", answerTo(httpPost(FORM, "cgiMethod=Y2dpTG9naW4%3D")));
-    soap->fsend = [](struct soap *context, const char *bytes, std::size_t size) {
-        ++sends;
-        return sendBytes(context, bytes, size);
-    };
-    EXPECT_THAT(answerTo(httpPost("", envelope("getRTU"))), HasSubstr("512Q"));
-    EXPECT_EQ(1, sends);
     soap_free(soap);
 }
 

@@ -62,6 +62,7 @@ class WebCases : public Dialect {
     Strings next_;          // how the next request is made
     std::string reply_;
     static inline int sends_;
+    static inline bool deaf_; // the reply cannot be sent
     static inline int (*send_)(struct soap *, const char *, std::size_t);
 
     std::optional<std::string> take(const char *option)
@@ -80,6 +81,7 @@ class WebCases : public Dialect {
     void exchange(const std::string &bytes)
     {
         const bool hangUp = take("hang").has_value();
+        deaf_ = take("deaf").has_value();
         requireNoOption();
         sends_ = 0;
         fake_->askedLevel = FakeHost::NOT_ASKED;
@@ -201,7 +203,7 @@ class WebCases : public Dialect {
         {}
     };
 
-    static const std::vector<Word> REQUESTS, EXPECTATIONS, OTHERS;
+    static const std::vector<Word> REQUESTS, EXPECTATIONS, SETTINGS, CHECKS;
 
     // Does what the first word says that the line matches. Returns false if it matches none.
     bool runWord(const std::vector<Word> &words, const std::string &line)
@@ -223,7 +225,10 @@ class WebCases : public Dialect {
     {
         require(runWord(REQUESTS, request), "no request: " + shown(request));
         recordReply(request, reply_);
-        require(runWord(EXPECTATIONS, expected), "no expectation: " + shown(expected));
+        const Lines parts = split(expected, " | ");
+        for (const std::string &part : parts)
+            require(runWord(&part == &parts[0] ? EXPECTATIONS : CHECKS, part),
+                    "no expectation: " + shown(part));
     }
 
     void give(bool fresh, const std::string &settings) override
@@ -233,7 +238,10 @@ class WebCases : public Dialect {
         ::give(*fake_, settings);
     }
 
-    bool setOther(const std::string &line) override { return runWord(OTHERS, line); }
+    bool setOther(const std::string &line) override
+    {
+        return runWord(SETTINGS, line) || runWord(CHECKS, line);
+    }
 
 public:
     WebCases()
@@ -248,16 +256,14 @@ public:
         send_ = soap_->fsend;
         soap_->fsend = [](struct soap *soap, const char *data, std::size_t size) {
             ++sends_;
-            return send_(soap, data, size);
+            return deaf_ ? SOAP_EOF : send_(soap, data, size);
         };
     }
 
     ~WebCases() override
     {
         freshHost();
-        for (int slot = 0; slot < MAX_SESSIONS; ++slot)
-            if (g_accesstok[slot].id != nullptr)
-                clearSession(slot, soap_.get());
+        endSessionsOf("", soap_.get());
         for (const auto &slot : g_webAccess.slots)
             free(slot.ip);
         g_webAccess = {};
@@ -303,14 +309,14 @@ const std::vector<WebCases::Word> WebCases::EXPECTATIONS = {
 #define ADDRESS "(127(?:[.]\\d+){3})"
 #define PATH "(/mnt/\\S*)"
 
-const std::vector<WebCases::Word> WebCases::OTHERS = {
+const std::vector<WebCases::Word> WebCases::SETTINGS = {
     {"client " ADDRESS, [](auto &my, auto &a) { my.client_ = a[0]; }},
     {"cookie (.+)", [](auto &my, auto &a) { my.cookies_[my.client_] = a[0]; }},
     {"no cookie", [](auto &my, auto &) { my.cookies_.erase(my.client_); }},
     {"(header|token|verb|type|length) (.+)", [](auto &my, auto &a) { my.setNext(a[0], a[1]); }},
     {"chunked without an end", [](auto &my, auto &) { my.setNext("chunked", ""); }},
     {"chunked", [](auto &my, auto &) { my.setNext("chunked", "0\r\n\r\n"); }},
-    {"hang", [](auto &my, auto &) { my.setNext("hang", ""); }},
+    {"(hang|deaf)", [](auto &my, auto &a) { my.setNext(a[0], ""); }},
     {"file " PATH " ?(.*)", [](auto &, auto &a) { write(a[0], a[1]); }},
     {"fifo " PATH, [](auto &, auto &a) { require(mkfifo(a[0].c_str(), 0600) == 0, "no fifo"); }},
     {"small " PATH,
@@ -321,7 +327,9 @@ const std::vector<WebCases::Word> WebCases::OTHERS = {
      [](auto &, auto &a) { require(fs::create_directories(a[0]), "the folder exists"); }},
     {"remove " PATH,
      [](auto &, auto &a) { require(fs::remove_all(a[0]) > 0, "nothing to remove"); }},
-    {"failures " ADDRESS, [](auto &, auto &a) { fail(a[0]); }},
+    {"failures " ADDRESS, [](auto &, auto &a) { fail(a[0]); }}};
+
+const std::vector<WebCases::Word> WebCases::CHECKS = {
     {"absent " PATH, [](auto &, auto &a) { require(!fs::exists(a[0]), a[0] + " exists"); }},
     {"content " PATH " ?(.*)", [](auto &, auto &a) { requireSame(a[0], a[1], readable(a[0])); }},
     {"asks (.+)",
