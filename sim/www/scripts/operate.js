@@ -38,11 +38,11 @@ const operate = (() => {
     return outcome;
   }
 
-  // A dialog without a value.
+  // A dialog without a value. effect() returns what the person should know.
   function confirm(point, title, verb, operation, parameters, effect, after) {
     dialog.ask({
       title,
-      text: () => `${point.text || point.name}: ${present(point)}. ${effect}`,
+      text: () => `${point.text || point.name}${effect()}`,
       confirm: verb,
       action: () => send(title, operation, point, parameters, after),
     });
@@ -68,14 +68,15 @@ const operate = (() => {
   }
 
   function askToBlock(point, onOff, verb, effect, after) {
-    confirm(point, `${verb} ${point.name}`, verb, 'coreDbBlockPoint', { onOff }, effect, after);
+    confirm(point, `${verb} ${point.name}`, verb, 'coreDbBlockPoint', { onOff },
+            () => `: ${present(point)}. ${effect}`, after);
   }
 
   const buttonOf = point => point.button || 'Operate';
 
   const ACTIONS = {
     operate: (point, after) => confirm(point, `${buttonOf(point)} (${point.name})`, buttonOf(point),
-      'coreDbKrunchData', { value: OPERATE }, '', after),
+      'coreDbKrunchData', { value: OPERATE }, () => point.group === '' ? '' : `, ${point.group}`, after),
     set: (point, after) => askToWrite(point, 'Set', [], after),
     force: (point, after) => askToWrite(point, 'Force', [{
       name: 'flags',

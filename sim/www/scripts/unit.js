@@ -62,7 +62,7 @@ const clock = (() => {
   }
 
   function tick() {
-    if (unitMs === null || document.body.dataset.connection === 'lost')
+    if (unitMs === null || ['slow', 'lost'].includes(document.body.dataset.connection))
       return;
     page.write(page.byId('clock'), text());
     page.write(page.byId('clock-zone'), offset === null ? '' : zoneText(offset));

@@ -45,7 +45,7 @@
       ...asked,
       fields: own ? [...fields, check] : fields,
       danger: own,
-      objection: values => own && values.check !== user ? `Type ${user}.` : objection(values),
+      objection: values => objection(values) || (own && values.check !== user ? `Type ${user}.` : ''),
     });
   }
 
@@ -56,6 +56,7 @@
       title: `Roles of ${user}`,
       fields: roles.map(role => ({ name: role, label: role, type: 'checkbox', value: own.includes(role) })),
       text: changeOf,
+      objection: values => listOf(values).join() === own.join() ? 'No role is changed.' : '',
       confirm: 'Save roles',
       action: values => change(`Roles of ${user}, ${changeOf(values)}`, 'setUserRoles',
                                { userName: user, rolesList: listOf(values).join(' ') }),
