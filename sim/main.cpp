@@ -14,6 +14,7 @@
 #include "mnt.h"
 #include "options.h"
 #include "points.h"
+#include "port.h"
 #include "reboot.h"
 #include "require.h"
 #include "security/hooks.h"
@@ -48,6 +49,8 @@ static int waitFor(std::initializer_list<int> signals, const struct timespec *ti
 
 static void prepareUnit(const Options &options)
 {
+    claimMnt();
+    requirePort(options.address, options.port);
     openMnt();
     const std::vector<Point> points = readPoints(options.points);
     if (options.hostSecurity)
@@ -65,8 +68,8 @@ static void serve()
     require(webServer_Web_Start() != -1, "cannot start the service thread");
     while (__atomic_load_n(&g_wsRunningSocket, __ATOMIC_ACQUIRE) != 1)
         require(waitFor({BIND_FAILED_SIGNAL}, &START_POLL) != BIND_FAILED_SIGNAL,
-                "cannot listen on " + std::string(g_serverAddr) + ':' + std::to_string(g_serverPort)
-                    + ": is the port in use, or below 1024?");
+                "cannot listen on " + std::string(g_serverAddr) + ':'
+                    + std::to_string(g_serverPort));
 }
 
 static void printBanner()

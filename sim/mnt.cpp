@@ -1,9 +1,11 @@
 // sim/mnt.cpp: checks and fills the unit's /mnt.
 #include "mnt.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +16,7 @@
 namespace fs = std::filesystem;
 
 static const char *const SAMPLES = SIM_FOLDER "/state";
+static const char *const MARK = "/mnt/simulated_unit";
 static const char *const LOG_FOLDER = "/mnt/flash/log";
 static const char *const LOG_FILE = "/mnt/flash/log/unit.log";
 
@@ -24,8 +27,16 @@ static bool isUnitsOwn()
 {
     struct statx mnt;
     return statx(AT_FDCWD, "/mnt", 0, 0, &mnt) == 0
-           && (mnt.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0
-           && access("/mnt/simulated_unit", F_OK) == 0;
+           && (mnt.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0 && access(MARK, F_OK) == 0;
+}
+
+// Returns false if another unit has this /mnt: both would write the same users and the same log. The lock
+// lasts as long as the descriptor, which nobody closes: until the program ends or restarts. A file system
+// without locks counts as free.
+static bool lockMnt()
+{
+    const int mark = open(MARK, O_RDONLY | O_CLOEXEC);
+    return flock(mark, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 static void copySample(const fs::directory_entry &sample)
@@ -53,11 +64,17 @@ static void copySamples()
     }
 }
 
-void openMnt()
+void claimMnt()
 {
     require(isUnitsOwn(),
             "/mnt is not a unit's own: start with scripts/private_mnt, or mount a folder "
             "there that has a file simulated_unit");
+    require(lockMnt(), "another unit runs in " + pathForPeople("/mnt/")
+                           + ": stop it, or give this one another --state DIR");
+}
+
+void openMnt()
+{
     fs::create_directories(LOG_FOLDER);
     setLogFile(LOG_FILE);
     sLogInfo("unit: /mnt is %s", pathForPeople("/mnt/").c_str());
@@ -65,6 +82,9 @@ void openMnt()
     const char *webRoot = getenv("WEB_DIR");
     if (webRoot == nullptr || *webRoot == '\0')
         setenv("WEB_DIR", SIM_WEB_ROOT "/", 1);
+    else
+        require(fs::is_directory(webRoot),
+                "no folder for the web root: " + fs::absolute(webRoot).string());
 }
 
 std::string pathForPeople(const std::string &path)

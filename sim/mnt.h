@@ -4,8 +4,11 @@
 
 #include <string>
 
+// Throws if /mnt is not a unit's own, or if another unit runs in it. Changes nothing.
+void claimMnt();
+
 // Makes the folders, copies missing samples, begins the log file, and sets WEB_DIR unless it is set.
-// Throws if /mnt is not a unit's own. Call it before there are threads.
+// Throws if WEB_DIR names no folder. Call it before there are threads.
 void openMnt();
 
 // Returns the path by which people find a file of the unit's /mnt. scripts/private_mnt passes the folder in

@@ -11,6 +11,9 @@ static const int USAGE_ERROR = 2; // exit status
 static const int MIN_PORT = 1;
 static const int MAX_PORT = 65535;
 
+static const char *const DEFAULT_ADDRESS = "127.0.0.1"; // the library's, as the port is
+static const char *const DEFAULT_PORT = "33080";
+
 static const char *const HOST_SECURITY = "host";
 static const char *const OWN_SECURITY = "off"; // the library's
 
@@ -71,11 +74,11 @@ Files      scripts/run and scripts/private_mnt show the folder mnt/ of the state
            options are seen the same way. $XDG_STATE_HOME takes the place of ~/.local/state.
            The unit copies samples that are missing, lists its points, and changes no other file.
            Without those scripts it starts only where /mnt is a mount of a folder that has a
-           file simulated_unit.
+           file simulated_unit. One state folder serves one unit at a time.
 Clock      The unit has its own clock: setting it leaves the machine's alone. A restart
            forgets it.
 Reboot     When a client reboots the unit, this program starts itself again.
-Exit       0 stopped by a signal, 1 not started (port in use? damaged file?), 2 wrong command
+Exit       0 stopped by a signal, 1 not started, with the reason in one line, 2 wrong command
            line.
 
 An option that is not given leaves its environment variable, named in brackets, as it is.)";
@@ -88,16 +91,23 @@ static CLI::Option *addVariable(CLI::App *app, const char *option, const char *v
     return app->add_option_function<std::string>(option, set, help)->default_str(preset);
 }
 
+// As the library reads it: an empty variable counts as unset.
+static const char *variable(const char *name, const char *preset)
+{
+    const char *text = getenv(name);
+    return text == nullptr || *text == '\0' ? preset : text;
+}
+
 Options readOptions(int argc, char **argv)
 {
     CLI::App app(DESCRIPTION);
     app.footer(NOTES);
-    addVariable(&app, "--address", "SERVER_ADDR", "127.0.0.1",
+    addVariable(&app, "--address", "SERVER_ADDR", DEFAULT_ADDRESS,
                 "IPv4 address to listen on [SERVER_ADDR]")
         ->check(CLI::ValidIPV4);
     const auto setPort = [](int port) { setenv("SERVER_PORT", std::to_string(port).c_str(), 1); };
     app.add_option_function<int>("--port", setPort, "TCP port to listen on [SERVER_PORT]")
-        ->default_str("33080")
+        ->default_str(DEFAULT_PORT)
         ->check(CLI::Range(MIN_PORT, MAX_PORT));
     addVariable(&app, "--web-root", "WEB_DIR", "sim/www/", "Folder of the web pages [WEB_DIR]");
     addVariable(&app, "--config-dir", "CONFIG_DIR", "/mnt/flash/cfgFiles/",
@@ -107,7 +117,7 @@ Options readOptions(int argc, char **argv)
         "Treat clients as remote: under local control, refuse commands and set points; off by "
         "default [WEB_IS_REMOTE=Y]");
 
-    Options options{SIM_FOLDER "/points.json", "coreDb: 10.02.01", true};
+    Options options{SIM_FOLDER "/points.json", "coreDb: 10.02.01", true, "", 0};
     std::string security = HOST_SECURITY;
     std::string state; // scripts/private_mnt reads it
     app.add_option("--points", options.points, "File of the unit's points")
@@ -140,5 +150,7 @@ Options readOptions(int argc, char **argv)
         exit(app.exit(error) == 0 ? EXIT_SUCCESS : USAGE_ERROR);
     }
     options.hostSecurity = security == HOST_SECURITY;
+    options.address = variable("SERVER_ADDR", DEFAULT_ADDRESS);
+    options.port = atoi(variable("SERVER_PORT", DEFAULT_PORT));
     return options;
 }

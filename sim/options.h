@@ -8,6 +8,8 @@ struct Options {
     std::string points; // file
     std::string coreDbVersion;
     bool hostSecurity;
+    std::string address; // to listen on, with the port
+    int port;
 };
 
 // Sets the log level and, for each option given that the library reads from the environment, its

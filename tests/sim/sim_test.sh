@@ -53,7 +53,16 @@ ask fnPut '<binContName>coreDb</binContName><function>setLR</function><arg>L</ar
 ask thmSetTime '<inputTime>31:02:03:04:05:06</inputTime>' >/dev/null
 ask thmGetInfo '' | value | has '^31:02:03:04:05:0' || fail "the unit's clock"
 
-refuses "cannot listen on 127.0.0.1:$port" "${unit[@]}"
+refuses "^sim: another unit runs in $work/state/mnt/:" "${unit[@]}"
+while IFS='|' read -r reason options; do
+  # shellcheck disable=SC2086
+  refuses "^sim: $reason" "$private_mnt" "$sim" --state "$work/other" --port $options
+  [ "$(wc -l <"$work/refusal")" -eq 1 ] || fail "more than the reason is printed"
+done <<END
+cannot listen on 127.0.0.1:$port: Address already in use;|$port
+cannot listen on 127.0.0.1:80: Permission denied;|80
+cannot listen on 192.0.2.1:$port: Cannot assign|$port --address 192.0.2.1
+END
 
 # Without scripts/private_mnt the unit starts only where /mnt is a mount with the file simulated_unit.
 # With it, the unit gets as far as the port, which is in use.
@@ -67,11 +76,23 @@ for expected in "/mnt is not a unit's own" "cannot listen"; do
 done
 refuses "^sim: /mnt is not a unit's own" "$sim" --port "$port"
 
-# A bad file of points or of users is refused with its entry and the reason.
+# The line that the unit prints for pasting works as it stands.
+sh -c "$(grep '^curl' "$work/out" | tail -1)" | has '<return>' || fail "the printed curl line"
+# So does a browser's session as the README shows it.
+session=$(sed -n '/^field()/,/^```/p' "$requests/../../README.md" | sed "/^\`/d; s/33080/$port/")
+(cd "$work" && bash -ec "$session") >"$work/answers" || fail "the README's session"
+for answer in '{"status":"success", "level":"250"}' '<points ' '<site name="here"/>' "'/index.htm'"; do
+  has -F "$answer" <"$work/answers" || fail "no $answer in the README's session"
+done
+stop INT
+
+# A missing web root, and a bad file of points or of users is refused with its entry and the reason.
+cd "$work" # relative paths are the caller's
+refuses "no folder for the web root: $work/nowhere" "${unit[@]}" --web-root nowhere
 point='{"type": "analog", "name": "A", "value": 1}'
 while IFS='|' read -r entry reason text; do
   printf "%b" "$text" >"$work/bad"
-  refuses "bad: ${entry:+entry $entry: }.*$reason" "${unit[@]}" --points "$work/bad"
+  refuses "bad: ${entry:+entry $entry: }.*$reason" "${unit[@]}" --points bad
 done <<END
 1|line 3.*syntax error|[\n$point,\n]
 |not a list|$point
@@ -90,13 +111,4 @@ echo '[{"name": "admin", "hash": "admin", "roles": ["ADMIN"], "locked": false}]'
   >"$work/state/mnt/flash/security/accounts"
 refuses 'state/mnt/flash/security/accounts: entry 1: "hash" must be' "${unit[@]}"
 
-# The line that the unit prints for pasting works as it stands.
-sh -c "$(grep '^curl' "$work/out" | tail -1)" | has '<return>' || fail "the printed curl line"
-# So does a browser's session as the README shows it.
-session=$(sed -n '/^field()/,/^```/p' "$requests/../../README.md" | sed "/^\`/d; s/33080/$port/")
-(cd "$work" && bash -ec "$session") >"$work/answers" || fail "the README's session"
-for answer in '{"status":"success", "level":"250"}' '<points ' '<site name="here"/>' "'/index.htm'"; do
-  has -F "$answer" <"$work/answers" || fail "no $answer in the README's session"
-done
-stop INT
 echo "reference unit: all 22 requests answered"
