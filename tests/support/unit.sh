@@ -24,8 +24,10 @@ stop() { # SIGNAL: the unit must end with status 0
   wait "$pid" || fail "status $? after $1"
   pid=
 }
-post() { curl -sS --max-time 10 -H 'Content-Type: text/xml' --data-binary "$1" "http://127.0.0.1:$port/"; }
-call() { # OPERATION FIELDS [HEADER]
+post() { # BODY [OPTION...]
+  curl -sS --max-time 10 -H 'Content-Type: text/xml' --data-binary "$1" "${@:2}" "http://127.0.0.1:$port/"
+}
+call() { # OPERATION FIELDS [HEADER [OPTION...]]
   post "<E:Envelope xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'><E:Header>${3-}</E:Header>\
-<E:Body><n:$1 xmlns:n='urn:soapServ'>$2</n:$1></E:Body></E:Envelope>"
+<E:Body><n:$1 xmlns:n='urn:soapServ'>$2</n:$1></E:Body></E:Envelope>" "${@:4}"
 }

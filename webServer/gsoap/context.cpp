@@ -4,6 +4,7 @@
 #include <malloc.h>
 #include <soapH.h>
 #include <sys/socket.h>
+#include <type_traits>
 
 #include "base/units.h"
 #include "gsoap/limits.h"
@@ -15,6 +16,11 @@ static constexpr soap_mode CONTEXT_MODE = SOAP_C_UTFSTRING;
 // In any other mode gSOAP damages texts that are not Latin-1. If an update of gSOAP changes the number,
 // test such texts before you change it here.
 static_assert(CONTEXT_MODE == 0x2000000, "the mode that passes UTF-8 through");
+
+// A host's gate may be C. gSOAP declares the same members for both languages, and a struct of standard layout
+// then has them at the same places.
+static_assert(
+    std::is_standard_layout_v<struct soap> && std::is_standard_layout_v<struct soap_cookie>);
 
 static constexpr int ACCEPT_TIMEOUT_SECONDS = 0; // no limit: the service waits for clients
 // Not 0: gSOAP would then make every accepted socket blocking. STALL_MS drops the clients that stall.

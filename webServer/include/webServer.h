@@ -247,10 +247,10 @@ extern WS_EXPORT AccessRetryTable g_webAccess;
  * If g_csEnabled is 0, the start installs a gate that allows everything. Otherwise the host
  * installs its own before the start; without one, every caller is refused as not authenticated.
  *
- * A gate that looks into the request must be compiled as C++ with gSOAP's stdsoap2.h of the version
- * and with the macros that built the library, because the layout of struct soap depends on them:
- * 2.8.124, and -DWITH_IPV6 -DWITH_COOKIES -DWITH_DOM, as "pkg-config --cflags gsoapck++" prints
- * them. It may read:
+ * A gate that looks into the request may be C or C++: struct soap has the same layout in both. It must
+ * be compiled with gSOAP's stdsoap2.h of the version and with the macros that built the library,
+ * because the layout depends on them: 2.8.124, and -DWITH_IPV6 -DWITH_COOKIES -DWITH_DOM, as
+ * "pkg-config --cflags gsoapck++" prints them. It may read:
  *
  *   struct SOAP_ENV__Header { char *Authentication; };
  *   request->header                   the SOAP header that the client sent, or null
