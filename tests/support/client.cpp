@@ -64,7 +64,7 @@ std::string talk(int port, const std::string &bytes, const std::string &from, bo
     send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (hangUp)
         shutdown(client, SHUT_WR);
-    const std::string reply = received(client);
+    std::string reply = received(client);
     close(client);
     return reply;
 }

@@ -58,8 +58,9 @@ class WebCases : public Dialect {
     std::unique_ptr<FakeHost> fake_;
     std::unique_ptr<struct soap> soap_{new struct soap};
     std::string client_ = "127.0.0.1";
-    Strings cookies_, ids_; // by client
-    Strings next_;          // how the next request is made
+    Strings cookies_; // by client
+    Strings ids_;     // of sessions, by their name in a cookie
+    Strings next_;    // how the next request is made
     std::string reply_;
     static inline int sends_;
     static inline bool deaf_; // the reply cannot be sent
@@ -94,16 +95,17 @@ class WebCases : public Dialect {
         const std::string set = "Set-Cookie: SESSIONID=";
         const std::size_t at = reply_.find(set);
         if (at != std::string::npos) {
-            ids_[client_] = reply_.substr(at + set.size(), reply_.find(';', at) - at - set.size());
+            ids_["{id@" + client_ + "}"] =
+                reply_.substr(at + set.size(), reply_.find(';', at) - at - set.size());
             cookies_[client_] = "SESSIONID={id}";
         }
     }
 
     std::string cookieLine()
     {
-        std::string cookie = cookies_[client_];
-        for (const auto &[client, id] : ids_)
-            cookie = replaced(cookie, {{client == client_ ? "{id}" : "{id@" + client + "}", id}});
+        std::string cookie = replaced(cookies_[client_], {{"{id}", "{id@" + client_ + "}"}});
+        for (const auto &[name, id] : ids_)
+            cookie = replaced(cookie, {{name, id}});
         require(cookie.find("{id") == std::string::npos, "no such session: " + cookie);
         return cookie.empty() ? "" : "Cookie: " + cookie + "\r\n";
     }
