@@ -75,10 +75,10 @@ visit('new bad points appear under the mouse, and nothing moves there', async (v
 visit('of 4000 points the page draws those in sight; the address keeps filter, order and folds', async (visitor, page) => {
   await visitor.logIn('viewer');
   await visitor.sees('#points-count', /^3984 of 3984/);
+  assert.ok(await page.locator('*').count() <= NODES);
   await page.locator('#points-scroller').evaluate(element => element.scrollTo(0, element.scrollHeight));
   await visitor.row('setPoint_949').waitFor();
   await visitor.screenshot('4000');
-  assert.ok(await page.locator('*').count() <= NODES);
   for (const bar of ['#station', '#control', '#connection', '#filter-text', '[data-sort="value"]'])
     assert.ok((await page.locator(bar).boundingBox()).y >= 0, `${bar} is out of sight`);
   const took = await page.evaluate(() => {

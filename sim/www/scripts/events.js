@@ -62,7 +62,7 @@ const events = (() => {
   function showCount() {
     const open = list.filter(event => event.open).length;
     page.write(page.byId('tab-events'), open === 0 ? 'Events' : `Events (${open})`);
-    page.write(page.byId('events-count'), `${list.length} events, ${open} alarms not acknowledged`
+    page.write(page.byId('events-count'), `${list.length} events, ${open} not acknowledged`
       + (dropped === 0 ? '' : `; the oldest ${dropped} are forgotten`));
   }
 

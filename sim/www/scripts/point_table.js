@@ -20,7 +20,7 @@ const pointTable = (() => {
     changed: (a, b) => compare(a.changed, b.changed),
   };
   // Points that turn bad while somebody is about to click come last: nothing else moves.
-  const NEW = { group: 'Just turned bad', points: [], shown: 0 };
+  const NEW = { group: 'Just turned bad', points: [], found: [] };
 
   let groups = []; // each with its points, sorted
   let items = []; // what there is to see, from top to bottom: groups and points
@@ -107,10 +107,10 @@ const pointTable = (() => {
       trend.drawLine(row.querySelector('svg'), point);
   }
 
-  function fillGroup(row, { group, points, shown, folded }) {
-    const bad = points.filter(point => pointList.qualityOf(point) !== 'GOOD').length;
-    const alarms = points.filter(pointList.isAlarm).length;
-    page.write(row.querySelector('button'), `${group || 'No group'} (${shown})`);
+  function fillGroup(row, { group, found, folded }) {
+    const bad = found.filter(point => pointList.qualityOf(point) !== 'GOOD').length;
+    const alarms = found.filter(pointList.isAlarm).length;
+    page.write(row.querySelector('button'), `${group || 'No group'} (${found.length})`);
     row.querySelector('button').setAttribute('aria-expanded', !folded);
     page.write(row.querySelector('[data-cell="bad"]'),
                [bad && `${bad} not GOOD`, alarms && `${alarms} in alarm`].filter(Boolean).join(', '));
@@ -149,7 +149,7 @@ const pointTable = (() => {
   function setPoints(points) {
     points.forEach((point, position) => Object.assign(point, { position }));
     groups = [...new Set(points.map(point => point.group))].map(group =>
-      ({ group, points: points.filter(point => point.group === group), shown: 0, folded: false }));
+      ({ group, points: points.filter(point => point.group === group), found: [], folded: false }));
   }
 
   function matches(point, filter) {
@@ -166,7 +166,7 @@ const pointTable = (() => {
     items = [];
     for (const group of groups) {
       const found = group.points.filter(point => matches(point, filter));
-      group.shown = found.length;
+      group.found = found;
       group.folded = !searches && filter.folded.has(group.group);
       if (found.length > 0 && (groups.length > 1 || group.group !== ''))
         items.push(group);
@@ -186,8 +186,7 @@ const pointTable = (() => {
     const added = filter.notGood ? matching(filter).filter(point => !known.has(point)) : [];
     if (added.length > 0) {
       items.push(...known.has(NEW) ? [] : [NEW], ...added);
-      NEW.points = items.slice(items.indexOf(NEW) + 1);
-      NEW.shown = NEW.points.length;
+      NEW.found = items.slice(items.indexOf(NEW) + 1);
     }
     draw();
   }

@@ -90,8 +90,7 @@ const trend = (() => {
   function read(samples, of) {
     const nearest = hover === null || samples.length === 0 ? undefined : samples.reduce((best, sample) =>
       Math.abs(xOf(sample, samples) - hover) < Math.abs(xOf(best, samples) - hover) ? sample : best);
-    const x = nearest === undefined ? -1 : xOf(nearest, samples); // outside
-    page.byId('chart-cursor').setAttribute('d', `M${x} 0V${HEIGHT}`);
+    page.byId('chart-cursor').setAttribute('d', nearest === undefined ? '' : `M${xOf(nearest, samples)} 0V${HEIGHT}`);
     page.write(page.byId('chart-reading'), nearest === undefined ? 'Point at the line to read it.'
       : `${nearest.text}: ${isNaN(nearest.value) ? 'not read' : `${label(of, nearest.value)} ${of.unit}`}`);
   }
