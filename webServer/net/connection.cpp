@@ -1,7 +1,6 @@
 // net/connection.cpp: the table of open connections.
 #include "net/connection.h"
 
-#include <ctime>
 #include <type_traits>
 #include <unistd.h>
 
@@ -12,13 +11,6 @@ static_assert(std::is_trivially_destructible_v<Connection>);
 
 Connection connections[MAX_CONNECTIONS];
 int connectionsInUse = 0;
-
-Milliseconds monotonicNow()
-{
-    struct timespec time = {};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return Milliseconds{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
-}
 
 void dropConnection(Connection *connection)
 {

@@ -6,11 +6,10 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include "base/clock.h"
 #include "net/departure.h"
 #include "net/limits.h"
 #include "net/request_end.h"
-
-using Milliseconds = int64_t; // of the monotonic clock: setting the unit's clock ends nothing
 
 enum Stage { FREE, ARRIVING, READY, SERVED, LEAVING };
 
@@ -40,8 +39,6 @@ struct Connection {
 // does not contain it.
 extern Connection connections[MAX_CONNECTIONS];
 extern int connectionsInUse;
-
-Milliseconds monotonicNow();
 
 // Closes the connection at once and frees its slot.
 void dropConnection(Connection *connection);
