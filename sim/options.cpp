@@ -112,6 +112,9 @@ Options readOptions(int argc, char **argv)
     addVariable(&app, "--web-root", "WEB_DIR", "sim/www/", "Folder of the web pages [WEB_DIR]");
     addVariable(&app, "--config-dir", "CONFIG_DIR", "/mnt/flash/cfgFiles/",
                 "Folder of the configuration [CONFIG_DIR]");
+    addVariable(&app, "--cpu-ms", "WEB_CPU_MS", "2000",
+                "Milliseconds of processor time for a request [WEB_CPU_MS]")
+        ->check(CLI::PositiveNumber);
     app.add_flag_callback(
         "--remote", [] { setenv("WEB_IS_REMOTE", "Y", 1); },
         "Treat clients as remote: under local control, refuse commands and set points; off by "

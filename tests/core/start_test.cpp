@@ -70,25 +70,31 @@ TEST(Configuration, AFolderWithoutMemoryStopsTheStart)
     }
 }
 
-TEST(Configuration, PortIsReadAsANumberAndOnlyYMeansRemote)
+TEST(Configuration, NumbersHaveADefaultAndOnlyYTurnsASwitchOn)
 {
     static const struct {
-        const char *port, *remote;
-        int expectedPort, expectedRemote;
-    } CASES[] = {{nullptr, nullptr, 33080, 0}, {"", "", 33080, 0},      {"abc", "y", 33080, 0},
-                 {"0", "Yes", 33080, 0},       {"8080x", "1", 8080, 0}, {"-5", "Y", -5, 1},
-                 {"70000", "Y ", 70000, 0}};
+        const char *number, *text; // null: unset
+        int port, cpuMs, on;
+    } CASES[] = {{nullptr, nullptr, 33080, 2000, 0}, {"", "", 33080, 2000, 0},
+                 {"abc", "y", 33080, 2000, 0},       {"0", "Yes", 33080, 2000, 0},
+                 {"8080x", "1", 8080, 8080, 0},      {"-5", "Y", -5, 2000, 1},
+                 {"70000", "Y ", 70000, 70000, 0}};
+    const auto set = [](const char *variable, const char *value) {
+        unsetenv(variable);
+        if (value != nullptr)
+            setenv(variable, value, 1);
+    };
     for (const auto &row : CASES) {
-        unsetenv("SERVER_PORT");
-        unsetenv("WEB_IS_REMOTE");
-        if (row.port != nullptr)
-            setenv("SERVER_PORT", row.port, 1);
-        if (row.remote != nullptr)
-            setenv("WEB_IS_REMOTE", row.remote, 1);
+        for (const char *variable : {"SERVER_PORT", "WEB_CPU_MS"})
+            set(variable, row.number);
+        set("WEB_IS_REMOTE", row.text);
         readConfiguration();
-        EXPECT_EQ(row.expectedPort, g_serverPort) << row.port;
-        EXPECT_EQ(row.expectedRemote, g_webRemote) << row.remote;
+        EXPECT_EQ((std::vector<int>{row.port, row.cpuMs, row.on}),
+                  (std::vector<int>{g_serverPort, g_webCpuMs, g_webRemote}))
+            << row.number << " " << row.text;
     }
+    for (const char *variable : {"SERVER_PORT", "WEB_CPU_MS", "WEB_IS_REMOTE"})
+        unsetenv(variable);
 }
 
 // Read before any test or start has changed them.

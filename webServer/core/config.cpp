@@ -16,8 +16,10 @@ const char *g_rootFile = nullptr;
 const char *g_serverAddr = nullptr;
 int g_serverPort = 0;
 int g_webRemote = 0;
+int g_webCpuMs = 0;
 
 static constexpr int DEFAULT_PORT = 33080;
+static constexpr int DEFAULT_CPU_MS = 2000;
 
 enum TextKind { IS_FOLDER, IS_TEXT };
 
@@ -50,6 +52,20 @@ static const char *withSeparator(const char *folder)
     return copy;
 }
 
+// Returns the fallback when the variable is unset, 0 or no number.
+static int readNumber(const char *variable, int fallback)
+{
+    const char *text = getenv(variable);
+    const int number = text == nullptr ? 0 : atoi(text);
+    return number == 0 ? fallback : number;
+}
+
+static int readSwitch(const char *variable)
+{
+    const char *text = getenv(variable);
+    return text != nullptr && strcmp(text, "Y") == 0 ? 1 : 0;
+}
+
 int readConfiguration()
 {
     for (const TextSetting &setting : TEXT_SETTINGS) {
@@ -63,13 +79,10 @@ int readConfiguration()
         }
     }
 
-    const char *port = getenv("SERVER_PORT");
-    g_serverPort = port == nullptr ? 0 : atoi(port);
-    if (g_serverPort == 0)
-        g_serverPort = DEFAULT_PORT;
-
-    const char *remote = getenv("WEB_IS_REMOTE");
-    g_webRemote = remote != nullptr && strcmp(remote, "Y") == 0 ? 1 : 0;
+    g_serverPort = readNumber("SERVER_PORT", DEFAULT_PORT);
+    g_webRemote = readSwitch("WEB_IS_REMOTE");
+    const int cpuMs = readNumber("WEB_CPU_MS", DEFAULT_CPU_MS);
+    g_webCpuMs = cpuMs > 0 ? cpuMs : DEFAULT_CPU_MS;
     return 0;
 }
 

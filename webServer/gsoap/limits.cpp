@@ -7,10 +7,11 @@
 #include <stdsoap2.h>
 
 #include "base/units.h"
+#include "webServer.h"
 
 // Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
-// processor time of a request is capped as well.
-static constexpr double MAX_CPU_SECONDS = 2;    // from the second receive on
+// processor time of a request is capped as well: at g_webCpuMs, from the second receive on.
+static constexpr double SECONDS_PER_MS = 1e-3;
 static constexpr std::size_t LOOK_BYTES = 4096; // received or written between two checks
 
 // gSOAP writes a control character of the echoed header as five bytes, so a reply could be five times as
@@ -54,7 +55,7 @@ static bool hasTooManyAttributes(const struct soap *soap)
 
 static bool isOverTime(double cpuSeconds)
 {
-    return cpuSeconds - progress.cpuSecondsAtStart > MAX_CPU_SECONDS;
+    return cpuSeconds - progress.cpuSecondsAtStart > g_webCpuMs * SECONDS_PER_MS;
 }
 
 static bool isOverLimit(const struct soap *soap, double cpuSeconds)

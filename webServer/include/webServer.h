@@ -137,6 +137,11 @@ extern WS_EXPORT int g_serverPort;
  * under local control, or does not know, commands and set points from the network are refused. */
 extern WS_EXPORT int g_webRemote;
 
+/** How many milliseconds of the service thread's processor time gSOAP may spend on reading a request and on
+ * writing its SOAP reply before the connection ends: WEB_CPU_MS as atoi() reads it, by default 2000, also if
+ * it is not above 0. */
+extern WS_EXPORT int g_webCpuMs;
+
 /* ---- Settings: written by the host before the start ------------------------------------------ */
 
 /** The security mode. Non-zero: the host's security module decides, through the hooks below. 0: the
