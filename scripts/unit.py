@@ -93,7 +93,7 @@ class Unit:
         self.port = free_port()
         self.process = subprocess.Popen(
             [HERE + "/private_mnt", *emulator, build + "/sim/sim", "--port", str(self.port), "--state",
-             self.folder + "/state", "--web-root", root, "--quiet", *options],
+             self.folder + "/state", "--web-root", root, "--quiet", "--strict", "off", *options],
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         for _ in range(START_SECONDS * 20):
             try:

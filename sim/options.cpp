@@ -17,6 +17,9 @@ static const char *const DEFAULT_PORT = "33080";
 static const char *const HOST_SECURITY = "host";
 static const char *const OWN_SECURITY = "off"; // the library's
 
+static const char *const CLOSED_DOORS = "on";
+static const char *const OPEN_DOORS = "off";
+
 static const char *const DESCRIPTION =
     R"(A simulated remote terminal unit on this PC: a real host process of libwebServer.so, with
 invented data. It answers SOAP and serves web pages until SIGINT or SIGTERM.)";
@@ -54,10 +57,15 @@ Security   host: flash/security/accounts has the users. A new unit has admin (ro
            after 900 seconds without use, when an administrator locks the user, and when the
            password is changed elsewhere. It is valid only from the address that logged in, and
            not for pages of other sites. To add a user, stop the unit and copy a line of the
-           file; mkpasswd -m yescrypt (package whois) makes a hash. A client who can read any
-           file, or upload under any name, can read the hashes or replace the accounts: keep
-           strangers off the port.
+           file; mkpasswd -m yescrypt (package whois) makes a hash. With --strict off, everybody
+           who reaches the port can read the hashes, and who may upload can replace the
+           accounts.
            off: SOAP is open to everybody. The login page accepts admin/admin, level 250.
+Doors      With --strict on the unit refuses a path with "..", a query on anything but a page, an
+           upload under a name that is not plain, a form from a page of another site, and a
+           request of more than 1 MiB. After a wrong password at the login page, the next login
+           from that address must wait for 1 second, then for 2, up to 16. With off the unit
+           does as units in the field do.
 Users      setUserRoles takes the names of roles, separated by spaces or commas.
            setUserPassword takes 8 to 127 bytes, from an administrator or from the user.
            setUserLock takes 1 (locked) or 0, which also ends a lock for wrong passwords; so
@@ -119,6 +127,16 @@ Options readOptions(int argc, char **argv)
         "--remote", [] { setenv("WEB_IS_REMOTE", "Y", 1); },
         "Treat clients as remote: under local control, refuse commands and set points; off by "
         "default [WEB_IS_REMOTE=Y]");
+
+    setenv("WEB_STRICT", "Y", 0); // unless the variable says otherwise
+    const auto setStrict = [](const std::string &text) {
+        setenv("WEB_STRICT", text == CLOSED_DOORS ? "Y" : "N", 1);
+    };
+    app.add_option_function<std::string>(
+           "--strict", setStrict,
+           "Close the doors that units in the field leave open: on or off [WEB_STRICT=Y]")
+        ->default_str(CLOSED_DOORS)
+        ->check(CLI::IsMember({CLOSED_DOORS, OPEN_DOORS}));
 
     Options options{SIM_FOLDER "/points.json", "coreDb: 10.02.01", true, "", 0};
     std::string security = HOST_SECURITY;

@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { openUnit } from './support/visitor.js';
 
-const { unit, visit } = await openUnit('--security', 'host', '--remote');
+const { unit, visit } = await openUnit('--strict', 'off', '--security', 'host', '--remote');
 const TAP = { inputType: 'command', inputName: 'TAP1_RAISE' };
 const HELD_MS = 1500;
 

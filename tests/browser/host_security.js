@@ -9,7 +9,7 @@ import { openUnit, Visitor } from './support/visitor.js';
 const ELSEWHERE = '127.0.0.2'; // another client of this machine
 const WRONG = /^Wrong user or password\.$/;
 
-const { unit, visit } = await openUnit('--security', 'host', '--remote');
+const { unit, visit } = await openUnit('--strict', 'off', '--security', 'host', '--remote');
 
 visit('a wrong password is reported, the fifth in a row with a warning', async (visitor, page) => {
   await page.goto('/');

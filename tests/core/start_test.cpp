@@ -87,23 +87,24 @@ TEST(Configuration, NumbersHaveADefaultAndOnlyYTurnsASwitchOn)
     for (const auto &row : CASES) {
         for (const char *variable : {"SERVER_PORT", "WEB_CPU_MS"})
             set(variable, row.number);
-        set("WEB_IS_REMOTE", row.text);
+        for (const char *variable : {"WEB_IS_REMOTE", "WEB_STRICT"})
+            set(variable, row.text);
         readConfiguration();
-        EXPECT_EQ((std::vector<int>{row.port, row.cpuMs, row.on}),
-                  (std::vector<int>{g_serverPort, g_webCpuMs, g_webRemote}))
+        EXPECT_EQ((std::vector<int>{row.port, row.cpuMs, row.on, row.on}),
+                  (std::vector<int>{g_serverPort, g_webCpuMs, g_webRemote, g_webStrict}))
             << row.number << " " << row.text;
     }
-    for (const char *variable : {"SERVER_PORT", "WEB_CPU_MS", "WEB_IS_REMOTE"})
+    for (const char *variable : {"SERVER_PORT", "WEB_CPU_MS", "WEB_IS_REMOTE", "WEB_STRICT"})
         unsetenv(variable);
 }
 
 // Read before any test or start has changed them.
-static const std::vector<int> AT_LOAD = {g_csEnabled, g_highLevel, sessTimeOut, g_lowLevel,
-                                         g_wsSocket,  g_webRemote, g_serverPort};
+static const std::vector<int> AT_LOAD = {g_csEnabled, g_highLevel, sessTimeOut,  g_lowLevel,
+                                         g_wsSocket,  g_webRemote, g_serverPort, g_webStrict};
 
 TEST(Settings, HaveTheirDefaultsAtLoad)
 {
-    EXPECT_EQ((std::vector<int>{0, 200, 900, 0, -1, 0, 0}), AT_LOAD);
+    EXPECT_EQ((std::vector<int>{0, 200, 900, 0, -1, 0, 0, 0}), AT_LOAD);
 }
 
 TEST(Hooks, DefaultsReplaceTheHostsOnlyWhenItsSecurityIsOff)

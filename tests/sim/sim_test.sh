@@ -84,6 +84,12 @@ session=$(sed -n '/^field()/,/^```/p' "$requests/../../README.md" | sed "/^\`/d;
 for answer in '{"status":"success", "level":"250"}' '<points ' '<site name="here"/>' "'/index.htm'"; do
   has -F "$answer" <"$work/answers" || fail "no $answer in the README's session"
 done
+door="http://127.0.0.1:$port/cfgFiles/../security/accounts?x.png"
+! curl -s --path-as-is "$door" || fail "the unit starts with open doors"
+stop INT
+start "${unit[@]}" --strict off
+await 'Unit ready' 1
+curl -s --path-as-is "$door" | has '"hash"' || fail "--strict off closes doors"
 stop INT
 
 # A missing web root, and a bad file of points or of users is refused with its entry and the reason.

@@ -32,6 +32,7 @@ FakeHost::FakeHost()
     g_csEnabled = 0;
     g_highLevel = 200;
     g_webRemote = 0;
+    g_webStrict = 0;
     sessTimeOut = 900;
     removeSecurityHooks();
     pgf_parseAuth = gate;

@@ -43,6 +43,7 @@ public:
     std::size_t refusedBytes = 0;           // a request for exactly so much memory fails
     int createError = 0;                    // of pthread_create; 0: it works
     int detachError = 0;                    // of pthread_detach, which works all the same
+    bool noRandom = false;                  // getrandom fails; else each byte is an "r"
     bool noTime = false;                    // mktime fails
     std::atomic<int> cpuSecondsPerLook{-1}; // that each reading adds; negative: the real time
     std::atomic<int> sendfileError{0};      // of sendfile; 0: it works

@@ -108,6 +108,12 @@ int __wrap_pthread_detach(pthread_t thread)
     return hostExists() && host().detachError != 0 ? host().detachError : error;
 }
 
+ssize_t getrandom(void *to, size_t size, unsigned)
+{
+    memset(to, 'r', size);
+    return hostExists() && host().noRandom ? -1 : static_cast<ssize_t>(size);
+}
+
 time_t mktime(struct tm *local)
 {
     return hostExists() && host().noTime ? -1 : timelocal(local);

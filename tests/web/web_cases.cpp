@@ -329,6 +329,7 @@ const std::vector<WebCases::Word> WebCases::SETTINGS = {
      [](auto &, auto &a) { require(fs::create_directories(a[0]), "the folder exists"); }},
     {"remove " PATH,
      [](auto &, auto &a) { require(fs::remove_all(a[0]) > 0, "nothing to remove"); }},
+    {"wait (.+)", [](auto &, auto &a) { skipTime(toNumber<int>(a[0])); }},
     {"failures " ADDRESS, [](auto &, auto &a) { fail(a[0]); }}};
 
 const std::vector<WebCases::Word> WebCases::CHECKS = {

@@ -16,6 +16,7 @@ const char *g_rootFile = nullptr;
 const char *g_serverAddr = nullptr;
 int g_serverPort = 0;
 int g_webRemote = 0;
+int g_webStrict = 0;
 int g_webCpuMs = 0;
 
 static constexpr int DEFAULT_PORT = 33080;
@@ -81,6 +82,7 @@ int readConfiguration()
 
     g_serverPort = readNumber("SERVER_PORT", DEFAULT_PORT);
     g_webRemote = readSwitch("WEB_IS_REMOTE");
+    g_webStrict = readSwitch("WEB_STRICT");
     const int cpuMs = readNumber("WEB_CPU_MS", DEFAULT_CPU_MS);
     g_webCpuMs = cpuMs > 0 ? cpuMs : DEFAULT_CPU_MS;
     return 0;

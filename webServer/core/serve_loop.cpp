@@ -16,6 +16,7 @@
 #include "gsoap/serve.h"
 #include "gsoap/transport.h"
 #include "http/cookie_header.h"
+#include "http/cookies.h"
 #include "http/form_plugin.h"
 #include "net/connections.h"
 #include "session/login.h"
@@ -63,6 +64,7 @@ int openService(struct soap *soap)
     registerPlugins(soap);
     ignoreResponseHeaders(soap);
     readCookieHeaders(soap, isSessionId);
+    writeCookieHeaders(soap);
     installTransport(soap);
     installLimits(soap);
     installMemoryChecks(soap);

@@ -12,12 +12,12 @@ static char *readBody(struct soap *soap, bool chunked)
     // A chunked body announces no length. gSOAP stops at recv_maxlength by itself, but only after the
     // buffer in which it passes the limit, so the exact count is compared below.
     const ULONG64 usualLimit = soap->recv_maxlength;
-    soap->recv_maxlength = soap->count + MAX_REQUEST_BYTES + sizeof soap->buf;
+    soap->recv_maxlength = soap->count + maxRequestBytes() + sizeof soap->buf;
     soap->error = SOAP_OK;
     const ULONG64 before = soap->count;
     char *body = soap_http_get_form(soap);
     soap->recv_maxlength = usualLimit;
-    const bool tooLong = chunked && soap->count - before > MAX_REQUEST_BYTES;
+    const bool tooLong = chunked && soap->count - before > maxRequestBytes();
     return receivedNothing() || tooLong || soap->error != SOAP_OK ? nullptr : body;
 }
 
@@ -27,7 +27,7 @@ char *form(struct soap *soap)
     if (chunked)
         soap->length = 0; // gSOAP would trust a length that is announced beside the chunks
     // Checked here, because a length near 2^64 overflows an addition in gSOAP's own check.
-    const bool readable = chunked || (soap->length > 0 && soap->length <= MAX_REQUEST_BYTES);
+    const bool readable = chunked || (soap->length > 0 && soap->length <= maxRequestBytes());
     char *body = readable ? readBody(soap, chunked) : nullptr;
     noteLackOfMemory(soap);
     soap->error = SOAP_OK;

@@ -50,7 +50,7 @@ void configureContext(struct soap *soap)
     soap->recv_timeout = STALL_TIMEOUT_SECONDS;
     soap->max_keep_alive = MAX_KEEP_ALIVE;
     soap->bind_flags = SO_REUSEADDR;
-    soap->recv_maxlength = MAX_REQUEST_BYTES; // gSOAP's 2 GB would use up the unit's memory
+    soap->recv_maxlength = maxRequestBytes(); // gSOAP's 2 GB would use up the unit's memory
     // gSOAP adds two headers by default. The first would let every page in the world call the unit
     // from a browser; the second would keep the unit's pages out of a control room's frames.
     soap->cors_allow = nullptr;

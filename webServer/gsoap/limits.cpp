@@ -14,10 +14,6 @@
 static constexpr double SECONDS_PER_MS = 1e-3;
 static constexpr std::size_t LOOK_BYTES = 4096; // received or written between two checks
 
-// gSOAP writes a control character of the echoed header as five bytes, so a reply could be five times as
-// long as its request. It is held in memory while its client takes it.
-static constexpr uint64_t MAX_REPLY_BYTES = MAX_RECEIVED_BYTES;
-
 // gSOAP keeps every attribute name of a request and compares each new one with all before it. Half a
 // megabyte of different names would keep the service thread busy for a minute.
 static constexpr int MAX_ATTRIBUTE_NAMES = 1000;
@@ -61,7 +57,7 @@ static bool isOverTime(double cpuSeconds)
 static bool isOverLimit(const struct soap *soap, double cpuSeconds)
 {
     // gSOAP's recv_maxlength does not count the lines between chunks.
-    return progress.bytes > MAX_RECEIVED_BYTES || hasTooManyAttributes(soap)
+    return progress.bytes > maxReceivedBytes() || hasTooManyAttributes(soap)
            || isOverTime(cpuSeconds);
 }
 
@@ -132,7 +128,9 @@ static int writeWithinLimits(struct soap *soap, const char **, size_t *size)
 {
     if (soap->status == SOAP_FILE)
         return SOAP_OK;
-    if ((soap->mode & SOAP_IO_LENGTH) != 0 && soap->count + *size > MAX_REPLY_BYTES)
+    // gSOAP writes a control character of the echoed header as five bytes, so a reply could be five times as
+    // long as its request. It is held in memory while its client takes it.
+    if ((soap->mode & SOAP_IO_LENGTH) != 0 && soap->count + *size > maxReceivedBytes())
         return SOAP_LENGTH; // gSOAP answers with a fault, without the header
     const std::size_t looks = progress.written / LOOK_BYTES;
     progress.written += *size;

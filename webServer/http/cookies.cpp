@@ -5,6 +5,8 @@
 #include <cstring>
 #include <stdsoap2.h>
 
+#include "webServer.h"
+
 static constexpr std::size_t SENT_COOKIE_SIZE = 98 + 1;
 
 const char *sessionCookie(const struct soap *soap)
@@ -31,4 +33,25 @@ bool setSessionCookie(struct soap *soap, const char *id)
     cookie->modified = 1;
     cookie->session = 1;
     return true;
+}
+
+static int (*postHeader)(struct soap *, const char *key, const char *value);
+
+// The fposthdr callback. gSOAP knows no SameSite, so the line is written here.
+extern "C" {
+static int postCookieHeader(struct soap *soap, const char *key, const char *value)
+{
+    if (g_webStrict == 0 || key == nullptr || strcmp(key, "Set-Cookie") != 0)
+        return postHeader(soap, key, value);
+    for (const char *part : {"Set-Cookie: ", value, ";SameSite=Strict\r\n"})
+        if (soap_send(soap, part) != SOAP_OK)
+            break;
+    return soap->error;
+}
+}
+
+void writeCookieHeaders(struct soap *soap)
+{
+    postHeader = soap->fposthdr;
+    soap->fposthdr = postCookieHeader;
 }

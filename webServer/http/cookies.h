@@ -12,3 +12,7 @@ const char *sessionCookie(const struct soap *soap);
 // Makes the reply set SESSIONID to id, of which at most 98 characters are sent. Forgets the request's
 // cookies. Returns false when there is no memory for the cookie: the reply then sets none.
 bool setSessionCookie(struct soap *soap, const char *id);
+
+// Puts itself between gSOAP and its writer of header lines. With WEB_STRICT, browsers then keep cookies from
+// requests of other sites.
+void writeCookieHeaders(struct soap *soap);

@@ -124,7 +124,7 @@ static void take(Connection *connection, const char *bytes, std::size_t count, M
     connection->lastByte = now;
     if (connection->end.takeContinue())
         send(connection->socket, CONTINUE, sizeof CONTINUE - 1, MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (connection->end.isComplete() || connection->received > MAX_RECEIVED_BYTES)
+    if (connection->end.isComplete() || connection->received > maxReceivedBytes())
         makeReady(connection);
     else if (!connection->end.isUnclosed())
         connection->unclosed = 0;

@@ -5,10 +5,20 @@
 #include <cstdint>
 
 #include "base/units.h"
+#include "webServer.h"
 
-constexpr uint64_t MAX_REQUEST_BYTES = 16 * MIB; // of a body
+// Of a body. In 64 bits, since announced lengths are compared with it.
+inline uint64_t maxRequestBytes()
+{
+    return g_webStrict == 0 ? 16 * MIB : MIB;
+}
+
 // With its header and the lines between its chunks; a request that is longer is refused.
-constexpr std::size_t MAX_RECEIVED_BYTES = MAX_REQUEST_BYTES + 2 * MIB;
+inline std::size_t maxReceivedBytes()
+{
+    const auto body = static_cast<std::size_t>(maxRequestBytes());
+    return body + body / 8;
+}
 
 // A request beyond this size needs the one place for large requests.
 constexpr std::size_t LARGE_REQUEST_BYTES = 256 * KIB;

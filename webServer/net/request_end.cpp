@@ -102,7 +102,7 @@ void RequestEnd::endLine()
 void RequestEnd::endHeader()
 {
     remaining_ = length_;
-    const bool tooLong = length_ > MAX_REQUEST_BYTES;
+    const bool tooLong = length_ > maxRequestBytes();
     const bool counted = method_ == WITHOUT_ENVELOPE || form_;
     if (method_ == OTHER)
         state_ = COMPLETE;
@@ -175,7 +175,7 @@ std::size_t RequestEnd::step(const char *data, std::size_t size)
             line_[lineLength_] = '\0';
             lineLength_ = 0;
             remaining_ = strtoull(line_, nullptr, 16);
-            state_ = remaining_ == 0 || remaining_ > MAX_REQUEST_BYTES ? COMPLETE : CHUNK_DATA;
+            state_ = remaining_ == 0 || remaining_ > maxRequestBytes() ? COMPLETE : CHUNK_DATA;
         }
         return 1;
     default:

@@ -2,6 +2,7 @@
 #include "session/login.h"
 
 #include <cstdio>
+#include <stdsoap2.h>
 
 #include "base/text.h"
 #include "base/thread_shared.h"
@@ -10,6 +11,7 @@
 #include "http/cookies.h"
 #include "http/send_file.h"
 #include "session/lockout.h"
+#include "session/login_delay.h"
 #include "session/relogin.h"
 #include "session/session_table.h"
 #include "webServer.h"
@@ -40,7 +42,7 @@ static Login tryLogin(struct soap *soap, const char *user, const char *password)
     // Deliberate: from here on the address is the empty text. The failures of all clients count as one
     // run and no client is ever locked out; a long run only changes the code to "nvm".
     httpClearIp(gblIpAddress);
-    if (lockedOut)
+    if (lockedOut || loginIsTooEarly(soap->ip))
         return refused(-1, "nvm");
 
     if (numOfSessions >= MAX_SESSIONS) {
@@ -53,8 +55,10 @@ static Login tryLogin(struct soap *soap, const char *user, const char *password)
     const auto verify = readShared(pgf_appUserVerify);
     const int level =
         verify == nullptr ? -1 : verify(user, password, g_csEnabled != 0 ? hostId : nullptr);
-    if (level < 0)
+    if (level < 0) {
+        delayNextLogin(soap->ip);
         return refused(level, createAccessRetry(gblIpAddress) == 1 ? "nvm" : "nv");
+    }
     if (level < MIN_WEB_LEVEL)
         return refused(level, "ia");
     if (g_csEnabled != 0 && *hostId == '\0')
@@ -70,6 +74,7 @@ static Login tryLogin(struct soap *soap, const char *user, const char *password)
         return refused(level, "is");
     }
     removeAccessRetry(gblIpAddress);
+    forgetLoginDelay(soap->ip);
     return {level, nullptr};
 }
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdsoap2.h>
+#include <sys/random.h>
 
 #include "base/base64.h"
 #include "base/thread_shared.h"
@@ -37,6 +38,17 @@ static char *newSessionId(uint32_t stamp)
     char id[200];
     httpBase64encode(reinterpret_cast<const unsigned char *>(plain),
                      static_cast<int>(strlen(plain)), id, sizeof id);
+    return strdup(id);
+}
+
+// With WEB_STRICT, from the system's random source. Returns null without random bytes or memory.
+static char *randomSessionId()
+{
+    unsigned char random[18]; // 24 characters, as long as the other ids
+    char id[sizeof random / 3 * 4 + 1];
+    if (getrandom(random, sizeof random, GRND_NONBLOCK) != sizeof random)
+        return nullptr;
+    httpBase64encode(random, sizeof random, id, sizeof id);
     return strdup(id);
 }
 
@@ -72,7 +84,7 @@ int createSession(struct soap *soap)
         replaceText(&session.ip, strdup(address));
     httpClearIp(address);
     if (g_csEnabled == 0)
-        session.id = newSessionId(stamp);
+        session.id = g_webStrict != 0 ? randomSessionId() : newSessionId(stamp);
     session.lastActivity = stamp;
     session.timeoutMs = static_cast<uint32_t>(readShared(sessTimeOut)) * MILLISECONDS_PER_SECOND;
     session.level = 0;

@@ -28,17 +28,27 @@ static const char *findContent(char *body, char (&name)[NAME_SIZE])
     return nullptr;
 }
 
-// Deliberate: the name is taken as it is, ".." included. Anyone who may upload is trusted with that.
-static void writeFile(const char *name, const char *content)
+// A name of a file in the folder itself, and not of a hidden one.
+static bool isPlainName(const char *name)
+{
+    return *name != '\0' && *name != '.' && validateFilenameSyntax(name) != 0;
+}
+
+// Returns false when WEB_STRICT refuses the name. Deliberate: otherwise it is taken as it is, ".." included.
+// Anyone who may upload is trusted with that.
+static bool writeFile(const char *name, const char *content)
 {
     const bool fixed = strcmp(name, "netConfig.xml") == 0 || strcmp(name, "userLogin.xml") == 0;
     const char *folder = fixed ? "/mnt/flash/" : g_configDir;
     if (folder == nullptr)
-        return;
+        return true;
     const bool separated = *folder != '\0' && folder[strlen(folder) - 1] == '/';
     char path[NAME_SIZE];
-    snprintf(path, sizeof path, separated ? "%s%s" : "%s/%s", folder, name);
+    const int length = snprintf(path, sizeof path, separated ? "%s%s" : "%s/%s", folder, name);
+    if (g_webStrict != 0 && (!isPlainName(name) || length >= static_cast<int>(sizeof path)))
+        return false;
     replaceFile(path, {content, strlen(content)});
+    return true;
 }
 
 int uploadConfiguration(struct soap *soap, char *body)
@@ -52,7 +62,8 @@ int uploadConfiguration(struct soap *soap, char *body)
     const char *content = findContent(body, name);
     if (content == nullptr)
         return 0; // Deliberate: nothing is written and no reply is sent.
-    writeFile(name, content);
+    if (!writeFile(name, content))
+        return -1;
     // Deliberate: 200 whether or not the file could be written.
     soap->http_content = "text/html"; // gSOAP would repeat the type of the form
     soap_response(soap, SOAP_FILE);

@@ -24,7 +24,7 @@ static const SpecialFolder SPECIAL_FOLDERS[] = {
     {"/pri", &PRIVATE_DATA, 0                   },
 };
 
-void locateFile(const char *target, const char *path, char (&name)[FILE_NAME_SIZE])
+bool locateFile(const char *target, const char *path, char (&name)[FILE_NAME_SIZE])
 {
     const char *folder = g_webDir;
     std::size_t dropped = *path == '/' ? 1 : 0;
@@ -33,5 +33,7 @@ void locateFile(const char *target, const char *path, char (&name)[FILE_NAME_SIZ
             folder = *special.folder;
             dropped = special.dropped;
         }
-    snprintf(name, sizeof name, "%s%s", folder, path + std::min(dropped, strlen(path)));
+    const int length =
+        snprintf(name, sizeof name, "%s%s", folder, path + std::min(dropped, strlen(path)));
+    return length < static_cast<int>(sizeof name);
 }

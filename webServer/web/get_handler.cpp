@@ -59,10 +59,19 @@ static bool isAllowed(struct soap *soap, FileAccess access)
     return hasSession(soap) && (access == FOR_SESSIONS || g_csEnabled == 0 || mayRead(soap));
 }
 
+// With WEB_STRICT the rule must have seen the whole name of the file and nothing more. Otherwise
+// "netConfig.xml?x.png" would count as a picture. Pages take a query.
+static bool isSeenByRule(const FileRule &rule, const char *target, const char *path)
+{
+    return rule.match == MATCH_PATH || strcmp(target, path) == 0;
+}
+
 int http_get_handler(struct soap *soap)
 {
     char *target = soap->path;
     dropCgiPrefix(target);
+    if (g_webStrict != 0 && strstr(target, "..") != nullptr)
+        return REFUSED;
     char path[PATH_PART_SIZE], query[PATH_PART_SIZE]; // parseURL fills both; the query is not used
     parseURL(target, path, query);
 
@@ -71,10 +80,10 @@ int http_get_handler(struct soap *soap)
         snprintf(name, sizeof name, "%s%s", g_webDir, "index.htm");
         return copy_file(soap, name, "text/html");
     }
-    locateFile(target, path, name);
+    const bool whole = locateFile(target, path, name);
 
     const FileRule *rule = findFileRule(target, path);
-    if (rule == nullptr)
+    if (rule == nullptr || (g_webStrict != 0 && !(whole && isSeenByRule(*rule, target, path))))
         return REFUSED;
     if (rule->access == LOG_FOR_READERS)
         return sendLog(soap, rule->contentType);

@@ -5,11 +5,15 @@
 #include <stdsoap2.h>
 
 #include "gsoap/body.h"
+#include "http/origin.h"
 #include "web/config_upload.h"
 #include "web/session_commands.h"
+#include "webServer.h"
 
 int calcPostCgi(struct soap *soap)
 {
+    if (g_webStrict != 0 && namesAnotherOrigin(soap))
+        return -1;
     char *body = form(soap);
     // Deliberate: the whole target is compared, so one with a query is not an upload.
     const bool upload =

@@ -4,7 +4,7 @@
 (() => {
   const REASONS = new Map([
     ['nv', 'Wrong user or password.'],
-    ['nvm', 'Wrong user or password, and too many failures in a row: wait a while before you try '
+    ['nvm', 'Wrong user or password, or too many failures in a row: wait a while before you try '
       + 'again.'],
     ['ms', 'Too many people are logged in. Try once more: idle sessions are being ended.'],
     ['ia', 'This user has no right to use the web pages.'],

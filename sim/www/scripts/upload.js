@@ -3,7 +3,7 @@
 'use strict';
 
 (() => {
-  const MAX_BYTES = 16 * 1024 * 1024 - 1024; // limit of a request, minus the rest of the form
+  const MAX_BYTES = 1024 * 1024 - 1024; // limit of a strict unit, minus the rest of the form
   const ELSEWHERE = ['netConfig.xml', 'userLogin.xml']; // kept in a folder that the unit may not show
   const LIST = 'points.xml';
   // Endings of pages and their parts: such a file could act in the session of everybody who opens it.
@@ -20,7 +20,7 @@
       || (content.includes('&') ? 'The file contains "&": the unit would take it as ending there. In XML, '
         + 'write the character in another way, or leave it out.' : '')
       || (content.includes('\0') ? 'This is not a text file.' : '')
-      || (page.bytesOf(content) > MAX_BYTES ? 'The file is too long: 16 MiB at most.' : '');
+      || (page.bytesOf(content) > MAX_BYTES ? 'The file is too long: 1 MiB at most.' : '');
     if (objection !== '')
       throw new Error(objection);
     if (name === LIST)
