@@ -48,6 +48,7 @@ visit('a held Enter, a double tap and a double click are one act', async (visito
   });
   await page.dblclick('#dialog-confirm');
   await visitor.sees('#result', 'done');
+  await sleep(1000); // a second one would follow
   assert.equal(writes.times, 1, 'after a double click');
 });
 
@@ -104,12 +105,15 @@ for (const [name, { meanwhile, then, outcome, kind, value, expected = /^$/ }] of
     await sleep(800);
     await meanwhile(visitor, page);
     const asked = Date.now();
-    await page.click('#dialog-confirm');
-    await then?.(page);
-    await visitor.sees('#result', outcome);
-    assert.ok(Date.now() - asked < 4500, 'the page says it in time');
-    assert.equal(await page.getAttribute('#result', 'data-kind'), kind);
-    unit.resume();
+    try {
+      await page.click('#dialog-confirm');
+      await then?.(page);
+      await visitor.sees('#result', outcome);
+      assert.ok(Date.now() - asked < 4500, 'the page says it in time');
+      assert.equal(await page.getAttribute('#result', 'data-kind'), kind);
+    } finally {
+      unit.resume();
+    }
     assert.equal(await unit.call('coreDbReadData', { ...TAP, inputFormat: '' }), value);
     visitor.forgive(expected);
   });

@@ -106,25 +106,6 @@
     showOutcome(file === undefined ? '' : `${file.name}, ${file.size} bytes: ready to be sent.`, 'wait');
   }
 
-  function drop(event) {
-    event.preventDefault(); // the browser would open it
-    page.byId('drop').classList.remove('over');
-    const dropped = event.dataTransfer.files;
-    const why = rights.reason('write') || (dropped.length === 1 ? '' : 'Drop one file.');
-    if (why !== '') {
-      showOutcome(why, 'bad');
-      return;
-    }
-    input.files = dropped;
-    choose();
-  }
-
   page.byId('upload-form').addEventListener('submit', submit);
   input.addEventListener('change', choose);
-  page.byId('drop').addEventListener('drop', drop);
-  page.byId('drop').addEventListener('dragover', event => {
-    event.preventDefault();
-    page.byId('drop').classList.toggle('over', rights.reason('write') === '');
-  });
-  page.byId('drop').addEventListener('dragleave', () => page.byId('drop').classList.remove('over'));
 })();
