@@ -84,6 +84,10 @@ session=$(sed -n '/^field()/,/^```/p' "$requests/../../README.md" | sed "/^\`/d;
 for answer in '{"status":"success", "level":"250"}' '<points ' '<site name="here"/>' "'/index.htm'"; do
   has -F "$answer" <"$work/answers" || fail "no $answer in the README's session"
 done
+# And so does the guide's first call, by password and by cookie.
+(cd "$work" && sed -n '/^```sh/,/^```$/p' "$requests/../../docs/operations.md" | sed "/^\(\`\|time\)/d; s/33080/$port/" | bash -e) \
+  >"$work/answers" || fail "the guide's first call"
+[ "$(grep -c '<return>[0-9.]*|[A-Z]*</return>' "$work/answers")" -eq 2 ] || fail "not two answers to the guide's first call"
 door="http://127.0.0.1:$port/cfgFiles/../security/accounts?x.png"
 ! curl -s --path-as-is "$door" || fail "the unit starts with open doors"
 stop INT
