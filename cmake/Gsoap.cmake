@@ -12,7 +12,20 @@ target_compile_definitions(gsoap INTERFACE "SOAP_FMAC5=extern \"C\"")
 target_compile_options(gsoap INTERFACE
   $<$<CXX_COMPILER_ID:Clang>:-Wno-duplicate-decl-specifier>) # the generator repeats extern "C"
 target_include_directories(gsoap SYSTEM INTERFACE ${GSOAP_PLUGIN_DIR})
-target_link_libraries(gsoap INTERFACE ${GSOAP_LINK_LIBRARIES})
+
+# The fuzzers reach gSOAP's code only if it is compiled as they are, from its source.
+set(GSOAP_SOURCE "" CACHE PATH "Folder of stdsoap2.cpp; empty: the installed library is used")
+if(GSOAP_SOURCE)
+  add_library(gsoapSource SHARED ${GSOAP_SOURCE}/stdsoap2.cpp)
+  target_compile_options(gsoapSource PRIVATE ${GSOAP_CFLAGS}
+    -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/gsoap_harmless.txt)
+  # It walks its two tables several times per request: smaller ones leave more time for the rest.
+  target_compile_definitions(gsoapSource PUBLIC SOAP_IDHASH=19 SOAP_PTRHASH=16)
+  target_link_libraries(gsoapSource PRIVATE webServerBuild)
+  target_link_libraries(gsoap INTERFACE gsoapSource)
+else()
+  target_link_libraries(gsoap INTERFACE ${GSOAP_LINK_LIBRARIES})
+endif()
 
 set(GSOAP_GET_PLUGIN ${GSOAP_PLUGIN_DIR}/httpget.c)
 set_source_files_properties(${GSOAP_GET_PLUGIN} PROPERTIES LANGUAGE CXX)

@@ -82,6 +82,8 @@ struct Reply {
 // Serves an envelope without a socket.
 static Reply serve(const std::string &request)
 {
+    recordRequest("POST / HTTP/1.1\r\nContent-Length: " + std::to_string(request.size())
+                  + "\r\n\r\n" + request);
     struct soap *const soap = soap_new1(SOAP_C_UTFSTRING);
     std::istringstream in(request);
     std::ostringstream out;

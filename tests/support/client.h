@@ -19,3 +19,7 @@ std::string received(int socket);
 // ends its sending side after the bytes.
 std::string talk(int port, const std::string &bytes, const std::string &from = "127.0.0.1",
                  bool hangUp = false);
+
+// Writes a connection's bytes, as an input of fuzz_connection, into the folder that the variable REQUESTS
+// names, if it is set.
+void recordRequest(const std::string &bytes);

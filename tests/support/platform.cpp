@@ -14,7 +14,7 @@
 
 #include "support/fake_host.h"
 
-static std::atomic<int> skippedMilliseconds{0};
+static std::atomic<int64_t> skippedMilliseconds{0};
 
 void skipTime(int milliseconds)
 {
@@ -141,7 +141,7 @@ int clock_gettime(clockid_t clock, struct timespec *time)
     }
     if (clock == CLOCK_MONOTONIC) {
         const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-        const int64_t ahead = int64_t{skippedMilliseconds} * 1000000 + time->tv_nsec;
+        const int64_t ahead = skippedMilliseconds * 1000000 + time->tv_nsec;
         time->tv_sec += static_cast<time_t>(ahead / 1000000000);
         time->tv_nsec = static_cast<long>(ahead % 1000000000);
         return result;

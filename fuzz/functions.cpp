@@ -1,0 +1,226 @@
+// fuzz/functions.cpp: the small functions, compared with what they promise, written another way.
+#include <bitset>
+#include <cstring>
+#include <memory>
+
+#include "base/base64.h"
+#include "base/text.h"
+#include "choices.h"
+#include "clients.h"
+#include "http/form_fields.h"
+#include "net/request_end.h"
+#include "session/session_table.h"
+#include "soap/clock_text.h"
+#include "soap/fault_detail.h"
+#include "soap/validation.h"
+#include "web/file_location.h"
+#include "web/path_utils.h"
+#include "webServer.h"
+
+static const std::string DIGITS = "0123456789";
+static const std::string LETTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+static const std::string BASE64 = LETTERS + DIGITS + "+/";
+
+// A text in memory without a byte to spare, so that the address sanitizer sees every step beyond its end.
+static std::unique_ptr<char[]> exact(const std::string &text)
+{
+    std::unique_ptr<char[]> memory(new char[text.size() + 1]);
+    memcpy(memory.get(), text.c_str(), text.size() + 1);
+    return memory;
+}
+
+static std::string asText(const std::string &bytes) // as far as a C string goes
+{
+    return bytes.substr(0, bytes.find('\0'));
+}
+
+static bool consistsOf(const std::string &text, const std::string &letters)
+{
+    return text.find_first_not_of(letters) == std::string::npos;
+}
+
+static void base64(const std::string &text, Choices &in)
+{
+    std::string bits, coded, decoded;
+    for (const char byte : text)
+        bits += std::bitset<8>(static_cast<unsigned char>(byte)).to_string();
+    for (; bits.size() % 6 != 0; bits += "00") {
+    }
+    for (std::size_t at = 0; at < bits.size(); at += 6)
+        coded += BASE64[std::bitset<6>(bits, at, 6).to_ulong()];
+    coded.resize((coded.size() + 3) / 4 * 4, '=');
+    const std::size_t size = in.upTo(coded.size() + 8);
+    const std::unique_ptr<char[]> out(new char[size]);
+    const int result =
+        httpBase64encode(reinterpret_cast<unsigned char *>(exact(text).get()),
+                         static_cast<int>(text.size()), out.get(), static_cast<int>(size));
+    must(result == (coded.size() < size ? 0 : -1) && (result != 0 || coded == out.get()), "encode",
+         text);
+
+    const std::size_t limit = 1 + in.upTo(300);
+    int length = 0;
+    for (std::size_t at = 0; length >= 0 && at < text.size(); at += 4) {
+        const std::string group = text.substr(at, 4);
+        bits.clear();
+        for (const char letter : group)
+            bits += std::bitset<6>(letter == '=' ? 0 : BASE64.find(letter)).to_string();
+        const auto letters =
+            static_cast<std::size_t>(4 - std::count(group.begin(), group.end(), '='));
+        for (std::size_t byte = 0; group.size() == 4 && byte < letters * 6 / 8; ++byte)
+            decoded += static_cast<char>(std::bitset<8>(bits, byte * 8, 8).to_ulong());
+        length = consistsOf(group, BASE64 + "=") ? static_cast<int>(decoded.size()) : -1;
+        if (letters < 4 || decoded.size() >= limit)
+            break;
+    }
+    const std::unique_ptr<unsigned char[]> bytes(new unsigned char[limit + BASE64_OVERSHOOT]);
+    must(httpBase64decode(exact(text).get(), bytes.get(), static_cast<int>(limit)) == length
+             && (length == -1 || memcmp(bytes.get(), decoded.data(), decoded.size()) == 0),
+         "decode", text);
+}
+
+static void paths(const std::string &text, Choices &)
+{
+    char path[PATH_PART_SIZE], query[PATH_PART_SIZE], name[FILE_NAME_SIZE];
+    parseURL(exact(text).get(), path, query);
+    const std::string first = text.substr(0, std::min<std::size_t>(text.find('?'), 300));
+    must(path == first && query == text.substr(first.size(), 300), "parseURL", text);
+
+    const std::string start = text.substr(0, 4);
+    const bool configured = start == "/cfg", kept = start == "/nvr", data = start == "/pri";
+    const std::string folder = configured ? g_configDir
+                               : kept     ? "/mnt/nvRam/"
+                               : data     ? "/mnt"
+                                          : g_webDir;
+    const std::size_t dropped = configured || kept ? 10 : !data && first[0] == '/' ? 1 : 0;
+    locateFile(exact(text).get(), path, name);
+    must(name == (folder + first.substr(std::min(dropped, first.size()))).substr(0, 298),
+         "locateFile", text);
+
+    must((validateFilenameSyntax(exact(text).get()) != 0)
+                 == consistsOf(text, LETTERS + DIGITS + "-._")
+             && (validatePathSyntax(exact(text).get()) != 0)
+                    == consistsOf(text, LETTERS + DIGITS + "-._/"),
+         "names", text);
+    const std::unique_ptr<char[]> parent = exact(text);
+    getFolderPath(parent.get());
+    must(parent.get()
+             == (text.find('/') == std::string::npos ? text : text.substr(0, text.rfind('/') + 1)),
+         "getFolderPath", text);
+
+    const std::string expected = replaced(text, {
+                                                    {"/cfgFiles", g_configDir}
+    });
+    char *translated = nullptr;
+    const bool special = traduceWebToFsPath(&translated, exact(text).get()) == 1;
+    must(special == (text.rfind("/cfgFiles", 0) == 0)
+             && translated == (special ? expected : g_webDir + text),
+         "traduceWebToFsPath", text);
+    free(translated);
+}
+
+static void escapes(const std::string &text, Choices &in)
+{
+    std::string expected;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool coded = text[at] == '%' && at + 2 < text.size();
+        const std::string digits = coded ? text.substr(at + 1, 2) : "";
+        expected += coded ? x2c(digits.data()) : text[at];
+        must(!coded || !consistsOf(digits, DIGITS + "ABCDEFabcdef")
+                 || (expected.back() & 0xFF) == std::stoi(digits, nullptr, 16),
+             "x2c", text);
+        at += digits.size();
+    }
+    const std::unique_ptr<char[]> unescaped = exact(text);
+    unescape_url(unescaped.get());
+    must(unescaped.get() == asText(expected), "unescape_url", text);
+
+    static struct soap *const soap = soap_new();
+    expected = text.substr(0, fittingBytes(text, 1023));
+    std::replace_if(
+        expected.begin(), expected.end(),
+        [](char c) { return c > 0 && c < ' ' && strchr("\t\n\r", c) == nullptr; }, '?');
+    expected =
+        replaced(expected, {
+                               {"&",  "&amp;"},
+                               {"<",  "&lt;" },
+                               {">",  "&gt;" },
+                               {"\r", "&#xD;"}
+    });
+    must(faultDetail(soap, "%s", exact(text).get()) == expected, "faultDetail", text);
+    soap_end(soap);
+
+    const std::size_t size = 1 + in.upTo(300);
+    const std::unique_ptr<char[]> memory(new char[size]);
+    TextWriter(memory.get(), size).append(text);
+    const std::string kept = memory.get();
+    must(text.rfind(kept, 0) == 0 && kept.size() < size
+             && (kept == text || kept.size() + 4 >= size),
+         "a cut", text);
+    must(kept == text || (text[kept.size()] & 0xC0) != 0x80 || kept.size() == size - 1,
+         "within a character", text);
+}
+
+static void fields(const std::string &text, Choices &in)
+{
+    std::vector<int> values;
+    for (const std::string &field : split(text, ":"))
+        if (!field.empty() && values.size() < 6)
+            values.push_back(
+                static_cast<int>(std::min(99999UL, strtoul(field.c_str(), nullptr, 10))));
+    static const int LOW[] = {0, 1, 1, 0, 0, 0}, HIGH[] = {99, 12, 31, 23, 59, 59};
+    bool valid = consistsOf(text, DIGITS + ":") && values.size() == 6;
+    for (std::size_t i = 0; valid && i < 6; ++i)
+        valid = values[i] >= LOW[i] && values[i] <= HIGH[i];
+    struct tm at = {};
+    must(parseClock(exact(text).get(), &at) == valid, "parseClock", text);
+    must(!valid
+             || values
+                    == std::vector<int>{at.tm_year - 100, at.tm_mon + 1, at.tm_mday, at.tm_hour,
+                                        at.tm_min, at.tm_sec},
+         "a clock", text);
+
+    std::string found;
+    const std::unique_ptr<char[]> form = exact(text), same = exact(text);
+    for (FormFields field(form.get(), DECODED); field.next();)
+        must(strlen(field.value) < text.size(), "FormFields", text);
+    for (FormFields field(same.get(), AS_SENT); field.next();)
+        found += field.key + ("=" + std::string(field.value)) + "&";
+    must((text + "&").rfind(found, 0) == 0, "fields as sent", text);
+
+    const auto starts = [&](const std::string &words) {
+        const Lines all = split(words, "|");
+        return std::any_of(all.begin(), all.end(),
+                           [&](auto &word) { return text.rfind(word, 0) == 0; });
+    };
+    const char *const name = "ns__coreDbReadMultData";
+    must((wsInputStringValidation(name, "inputType", exact(text).get()) != 0)
+                 == starts("status|analog|command|setPoint")
+             && (wsInputStringValidation(name, "inputFormat", exact(text).get()) != 0)
+                    == (text.empty() || starts("%d|%u|%g")),
+         "validators", text);
+    const auto now = in.ConsumeIntegral<uint32_t>(), then = in.ConsumeIntegral<uint32_t>();
+    must(diffTimestamp(now, then) == now - then - ((now - then) >> 31), "diffTimestamp");
+}
+
+static void ends(const std::string &text, Choices &in)
+{
+    RequestEnd whole, pieces;
+    whole.see(text.data(), text.size());
+    for (std::size_t at = 0, size; at < text.size(); at += size) {
+        size = std::min(1 + in.upTo(20), text.size() - at);
+        pieces.see(exact(text.substr(at, size)).get(), size);
+    }
+    must(whole.isComplete() == pieces.isComplete() && whole.isUnclosed() == pieces.isUnclosed()
+             && whole.takeContinue() == pieces.takeContinue(),
+         "RequestEnd", text);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
+{
+    static void (*const FUNCTIONS[])(const std::string &, Choices &) = {base64, paths, escapes,
+                                                                        fields, ends};
+    Choices in(data, size);
+    const std::size_t number = in.upTo(std::size(FUNCTIONS) - 1);
+    FUNCTIONS[number](asText(in.bytes(1100)), in);
+    return 0;
+}
