@@ -95,5 +95,5 @@ const events = (() => {
       [time, pointList.keyOf(point), point.text, from, to, alarm ? 'alarm' : '', alarm && !open ? 'yes' : '']),
   ]));
 
-  return { note, show, item, of: point => list.filter(event => event.point === point) };
+  return { note, show, item, of: point => list.filter(event => event.point.name === point.name && event.point.type === point.type) };
 })();

@@ -116,6 +116,6 @@ const pointList = (() => {
     keyOf,
     addressOf: point => `#points?point=${encodeURIComponent(keyOf(point))}`,
     isAlarm: point => point.alarm !== '' && textOf(point) === point.alarm,
-    numberOf: ({ value }) => value === '' ? NaN : Number(value),
+    numberOf: ({ value }) => value !== '' && Number.isFinite(Number(value)) ? Number(value) : NaN,
   };
 })();

@@ -9,6 +9,7 @@ const pointTable = (() => {
   const scroller = page.byId('points-scroller');
   const DECIMAL = /^([+-]?\d{1,9})(\.\d{1,6})?$/; // aligned at the decimal point; other texts stay as they are
   const LONG_VALUE = 12; // characters; longer ones are smaller and take two lines
+  const MAX_VALUE = 44; // more have no room
   const LONG_NAME = 26;
   const compare = new Intl.Collator('en', { numeric: true }).compare;
   const ORDER = {
@@ -87,7 +88,7 @@ const pointTable = (() => {
     const text = pointList.textOf(point);
     const match = DECIMAL.exec(text);
     if (element.title !== text || element.firstChild === null) {
-      element.replaceChildren(...match === null ? [text || '–']
+      element.replaceChildren(...match === null ? [text.length > MAX_VALUE ? 'long: open the point' : text || '–']
         : [page.make('span', { className: 'whole', textContent: match[1] }),
            page.make('span', { className: 'fraction', textContent: match[2] || '' })]);
       element.title = text;
@@ -147,6 +148,7 @@ const pointTable = (() => {
   // ---- What there is to see ----
 
   function setPoints(points) {
+    items = [];
     points.forEach((point, position) => Object.assign(point, { position }));
     groups = [...new Set(points.map(point => point.group))].map(group =>
       ({ group, points: points.filter(point => point.group === group), found: [], folded: false }));

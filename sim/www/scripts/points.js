@@ -147,9 +147,11 @@ const points = (() => {
     failed = false;
   }
 
-  // Called when the unit answers again: a list that could not be loaded may be there now.
+  // Called when the unit does not answer: everything is stale now. A list that could not be loaded may be
+  // there when it answers again.
   function retry() {
     failed = false;
+    update();
   }
 
   function act(button) {

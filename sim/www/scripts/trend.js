@@ -74,14 +74,14 @@ const trend = (() => {
 
   // ---- The chart ----
 
-  // Returns round numbers that cover the range, and the range that they span.
+  // Returns round numbers that cover the range.
   function ticksOf(low, high, isState) {
     const rough = (high - low) / TICKS || Math.abs(high) / 10 || 1;
     const power = 10 ** Math.floor(Math.log10(rough));
     const step = Math.max(isState ? 1 : 0, [1, 2, 5, 10].find(factor => factor * power >= rough) * power);
     const first = Math.floor(low / step);
     const count = Math.max(1, Math.ceil(high / step) - first);
-    return Array.from({ length: count + 1 }, (_, index) => Number(((first + index) * step).toPrecision(10)));
+    return Array.from({ length: count + 1 }, (_, index) => Number(((first + index) * step).toPrecision(12)));
   }
 
   const label = (point, value) => pointList.textOf({ ...point, value: String(value) });
@@ -131,5 +131,5 @@ const trend = (() => {
     draw(charted);
   });
 
-  return { add, makeLine, drawLine, draw, label };
+  return { add, makeLine, drawLine, draw };
 })();
