@@ -140,12 +140,6 @@ visit('the clock is set, and the log shows it', async (visitor, page) => {
   await visitor.sees('#unit-clock-difference', 'the same');
 });
 
-visit('a session that another login ended leads back to the login', async visitor => {
-  await visitor.logIn('operator');
-  await unit.logIn('operator', 'operator');
-  await visitor.isSentToLogin('is', 'ended');
-});
-
 visit('a session of another address leads back to the login', async (visitor, page) => {
   const id = await unit.logIn('operator', 'operator', ELSEWHERE);
   await visitor.context.addCookies([{ name: 'SESSIONID', value: id, url: unit.address }]);
