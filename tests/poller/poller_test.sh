@@ -7,7 +7,7 @@ sim=$1 private_mnt=$2 poller=$3
 count=50 ports=() pids=()
 trap 'kill -9 "${pids[@]}" $pid 2>/dev/null || true; rm -rf "$work"' EXIT
 
-next=$port
+next=$((30000 + $$ % 2600)) # the tests that run beside this one take ports below
 for ((i = 0; i < count; ++i)); do
   next=$((next + 1))
   while (exec 3<>"/dev/tcp/127.0.0.1/$next") 2>/dev/null; do next=$((next + 1)); done
