@@ -9,9 +9,10 @@ const pointView = (() => {
 
   const write = (name, text) => page.write(page.byId(`point-${name}`), text);
 
+  // States have no extremes.
   function writeExtreme(name, sample) {
-    const hasUnit = sample !== undefined && shown.states.length === 0;
-    write(name, hasUnit ? `${sample.value} ${shown.unit} at ${sample.text.slice(-8)}` : '–');
+    page.show(page.byId(`point-${name}`).parentElement, sample !== undefined && shown.states.length === 0);
+    write(name, sample === undefined ? '' : `${sample.value} ${shown.unit} at ${sample.text.slice(-8)}`);
   }
 
   // Called at each poll.
@@ -27,7 +28,7 @@ const pointView = (() => {
     writeExtreme('least', least);
     writeExtreme('greatest', greatest);
     const history = events.of(shown).slice(0, HISTORY);
-    if (history[0] === newest)
+    if (history[0] === newest || page.byId('point-history').matches(':hover, :focus-within'))
       return;
     newest = history[0];
     page.byId('point-history').replaceChildren(...history.map(events.item));

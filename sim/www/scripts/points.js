@@ -33,7 +33,7 @@ const points = (() => {
     const query = tabs.query('points');
     const key = query.get('point');
     const point = list?.find(candidate => pointList.keyOf(candidate) === key) ?? null;
-    page.show(page.byId('points-list'), key === null);
+    page.show(page.byId('points-list'), point === null);
     pointView.show(point);
     page.showMessage(page.byId('points-unknown'), key !== null && list !== null && point === null
       ? `The unit's list has no point ${key}.` : '', 'bad');
