@@ -12,7 +12,7 @@ struct Call {
     std::string bytes;
     int client = 2;              // 127.0.0.N
     bool hangsUp = true;         // ends its sending side after the bytes
-    std::size_t piece = 1 << 20; // bytes that it sends between two looks of the service
+    std::size_t piece = 1 << 20; // bytes that it sends, and takes, between two looks of the service
     std::string reply = {};
     int socket = -1;
     std::size_t sent = 0;

@@ -34,7 +34,7 @@ class Sequence {
 
     std::string request()
     {
-        const std::string user = in_.oneOf("admin|adm|viewer|");
+        const std::string user = in_.oneOf("admin|adm|a|b|c|d|");
         const std::string headers =
             cookie() + in_.oneOf("|Accept: text/html\r\n|Origin: http://a\r\n");
         switch (in_.upTo(6)) {
@@ -97,10 +97,10 @@ public:
             std::vector<Call> calls;
             do
                 calls.push_back({request(), 2 + static_cast<int>(in_.upTo(3)), !in_.oneIn(8),
-                                 in_.oneIn(8) ? 50U : 99999U});
+                                 in_.oneIn(8) ? 500U : 99999U});
             while (in_.oneIn(4) && calls.size() < 4);
             requests += calls.size();
-            if (in_.oneIn(64)) // more than the unit has places for
+            if (in_.oneIn(128)) // more than the unit has places for
                 calls.resize(calls.size() + in_.upTo(300), {in_.bytes(9), 9, false});
             exchange(&calls);
             for (const Call &call : calls)

@@ -62,7 +62,7 @@ static void writeFiles()
     for (const char *file :
          {"bf/webFiles/index.htm", "bf/webFiles/QOPweb.htm", "flash/log/a.log", "flash/log/b.log"})
         std::ofstream(std::string("/mnt/") + file) << file;
-    std::ofstream("/mnt/bf/webFiles/style.css") << std::string(40000, 'c');
+    std::ofstream("/mnt/bf/webFiles/style.css") << std::string(300000, 'c');
     fs::create_hard_link("/mnt/flash/log/a.log", "/mnt/flash/cfgFiles/linked.xml");
     filesWritten = false;
 }
