@@ -133,6 +133,8 @@ visit('a point has a view: an upright trend with a scale, its extremes, its hist
   await page.mouse.move(x + 1, y + height / 2);
   await visitor.sees('#chart-reading', /: 5/);
   await visitor.screenshot('point');
+  await page.click('#point-history [data-alarm="open"] button');
+  await page.locator('#tab-events:text-is("Events")').waitFor();
   await block('setPoint', 'LIMIT', 0);
   await page.click('#point-back');
   await visitor.row('TINY').waitFor();

@@ -7,6 +7,7 @@ const events = (() => {
   const MAX_SHOWN = 200;
   const list = []; // the newest first
   let dropped = 0;
+  let shown = [];
   let isOld = true; // what is shown
 
   function stateOf(point) {
@@ -26,7 +27,7 @@ const events = (() => {
     list.unshift({ point, time: clock.text(), from, to: stateOf(point), alarm, open: alarm });
     isOld = true;
     if (list.length > MAX_KEPT) {
-      list.pop();
+      list.splice(list.indexOf(list.filter(event => !event.open).at(-1)), 1); // the last if all are open
       ++dropped;
     }
   }
@@ -52,7 +53,7 @@ const events = (() => {
       part('', page.make('a', { href: pointList.addressOf(point), textContent: point.name }), ` ${point.text}`),
       part('change', from === '' ? `${to} when first read` : `${from} → ${to}`));
     if (open) {
-      const button = element.appendChild(page.button('Acknowledge', 'acknowledge'));
+      const button = element.appendChild(page.make('button', { type: 'button', textContent: 'Acknowledge' }));
       button.addEventListener('click', () => acknowledge(event, element));
     }
     element.dataset.alarm = open ? 'open' : alarm;
@@ -62,18 +63,19 @@ const events = (() => {
   function showCount() {
     const open = list.filter(event => event.open).length;
     page.write(page.byId('tab-events'), open === 0 ? 'Events' : `Events (${open})`);
-    page.write(page.byId('events-count'), `${list.length} events, ${open} not acknowledged`
-      + (dropped === 0 ? '' : `; the oldest ${dropped} are forgotten`));
+    page.write(page.byId('events-count'), `${shown.length} of ${list.length} events, ${open} not acknowledged`
+      + (dropped === 0 ? '' : `; ${dropped} old ones are forgotten`));
   }
 
   // Nothing moves under the mouse or the focus.
   function show() {
-    showCount();
     const lines = page.byId('events-lines');
-    if (!isOld || page.byId('panel-events').hidden || lines.matches(':hover, :focus-within'))
-      return;
-    isOld = false;
-    lines.replaceChildren(...matching().slice(0, MAX_SHOWN).map(item));
+    if (isOld && !page.byId('panel-events').hidden && !lines.matches(':hover, :focus-within')) {
+      isOld = false;
+      shown = matching().slice(0, MAX_SHOWN);
+      lines.replaceChildren(...shown.map(item));
+    }
+    showCount();
   }
 
   function refilter() {
@@ -86,7 +88,7 @@ const events = (() => {
   page.byId('panel-events').addEventListener('shown', show);
   page.byId('events-lines').addEventListener('mouseleave', show);
   page.byId('events-acknowledge').addEventListener('click', () => {
-    matching().forEach(event => Object.assign(event, { open: false }));
+    shown.forEach(event => Object.assign(event, { open: false })); // what nobody has seen stays open
     refilter();
   });
   page.byId('events-csv').addEventListener('click', () => csv.save('events', [
@@ -95,5 +97,7 @@ const events = (() => {
       [time, pointList.keyOf(point), point.text, from, to, alarm ? 'alarm' : '', alarm && !open ? 'yes' : '']),
   ]));
 
-  return { note, show, item, of: point => list.filter(event => event.point.name === point.name && event.point.type === point.type) };
+  const of = ({ type, name }) => list.filter(({ point }) => point.type === type && point.name === name);
+
+  return { note, show, item, of };
 })();

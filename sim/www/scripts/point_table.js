@@ -198,7 +198,7 @@ const pointTable = (() => {
   function sort(by) {
     const [down, column] = by.startsWith('-') ? [true, by.slice(1)] : [false, by];
     for (const group of groups)
-      if (Object.hasOwn(ORDER, column))
+      if (column in ORDER)
         group.points.sort((a, b) => (down ? -1 : 1) * ORDER[column](a, b));
     for (const button of head.querySelectorAll('[data-sort]'))
       button.parentElement.setAttribute('aria-sort',
