@@ -33,7 +33,7 @@ const poll = (() => {
     show('ok', '');
   }
 
-  const stale = () => lastAnswer === '' ? '' : ` Last answer at ${lastAnswer}: what you see is stale.`;
+  const stale = () => lastAnswer === '' ? '' : ` Last answer at ${lastAnswer}, this PC's time: what you see is stale.`;
 
   function showLost(error) {
     show('lost', rebooting ? 'The unit is rebooting. This page goes on when it answers again.'
