@@ -52,9 +52,7 @@ TEST_F(RequestHeaders, GiveTheGateTheCookiesThatTheClientSent)
     pgf_getSessionStatus = [](const char *) { return (host().record("asked"), 0); };
     const int sessions[] = {openSession(soap.get(), "ann", WS_LEVEL_READ, "good"),
                             openSession(soap.get(), "bob", WS_LEVEL_READ, "best")};
-    static const struct {
-        const char *lines, *cookies;
-    } CASES[] = {
+    static const std::pair<const char *, const char *> CASES[] = {
         {"Cookie: a=b; SESSIONID=good,c=%41%2b%C3%9F", "a=b SESSIONID=good c=A+ß"},
         {"cookie:  SESSIONID= good", "SESSIONID=good"},
         {"Cookie: lang=; path=; SESSIONID=good;=x;", "lang=- path=- SESSIONID=good x=-"},
@@ -72,16 +70,16 @@ TEST_F(RequestHeaders, GiveTheGateTheCookiesThatTheClientSent)
         {"Cookie: SESSIONID=best\nCookie: SESSIONID=good; SESSIONID=", "SESSIONID=best"},
         {"Cookie: SESSIONID=x; SESSIONID=y; SESSIONID=", "SESSIONID=-"},
         {"Cookie: SESSIONID=good; Expires={x*8000}", "SESSIONID=good Expires={x*8000}"}};
-    for (const auto &row : CASES) {
-        parse(expanded(row.lines));
+    for (const auto &[lines, expected] : CASES) {
+        parse(expanded(lines));
         std::string cookies;
         for (const struct soap_cookie *next = soap->cookies; next != nullptr; next = next->next) {
             cookies += std::string(cookies.empty() ? "" : " ") + next->name + "="
                        + (next->value == nullptr ? "-" : next->value);
-            EXPECT_EQ(next, soap_cookie(soap.get(), next->name, nullptr, nullptr)) << row.lines;
-            EXPECT_EQ(0, next->modified) << row.lines;
+            EXPECT_EQ(next, soap_cookie(soap.get(), next->name, nullptr, nullptr)) << lines;
+            EXPECT_EQ(0, next->modified) << lines;
         }
-        EXPECT_EQ(expanded(row.cookies), cookies) << row.lines;
+        EXPECT_EQ(expanded(expected), cookies) << lines;
     }
     EXPECT_TRUE(fake.calls().empty());
     std::string many = "Cookie: SESSIONID=x";

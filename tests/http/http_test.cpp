@@ -21,15 +21,13 @@
 TEST(ClientInfo, KnowsTheMethodOfTheRequestLineOrOfGsoap)
 {
     const std::unique_ptr<struct soap> soap(new struct soap);
-    const struct {
-        const char *line;
-        int status, verb;
-    } cases[] = {{"GET / HTTP", SOAP_POST, 0}, {"POST / HTTP", SOAP_GET, 1}, {"PUT /", SOAP_GET, 0},
-                 {"", SOAP_POST, 1},           {"", SOAP_PUT, -1},           {"GETX", 0, -1}};
-    for (const auto &row : cases) {
-        strcpy(soap->msgbuf, row.line);
-        soap->status = row.status;
-        EXPECT_EQ(row.verb, getHTTPVerb(soap.get())) << row.line;
+    static const std::tuple<const char *, int, int> CASES[] = {
+        {"GET / HTTP", SOAP_POST, 0}, {"POST / HTTP", SOAP_GET, 1}, {"PUT /", SOAP_GET, 0},
+        {"", SOAP_POST, 1},           {"", SOAP_PUT, -1},           {"GETX", 0, -1}};
+    for (const auto &[line, status, verb] : CASES) {
+        strcpy(soap->msgbuf, line);
+        soap->status = status;
+        EXPECT_EQ(verb, getHTTPVerb(soap.get())) << line;
     }
     EXPECT_EQ(nullptr, httpGetIp(nullptr));
     httpClearIp(nullptr);
@@ -41,19 +39,17 @@ TEST(ClientInfo, KnowsWhatTheClientAccepts)
     EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap)) << "without the plug-in";
     EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
     EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
-    static const struct {
-        const char *accept;
-        int result;
-    } CASES[] = {{"text/html, application/xml, application/json", ACCEPT_JSON},
-                 {"text/plain;q=0.5, application/xml", ACCEPT_XML},
-                 {"text/html, */*", ACCEPT_HTML},
-                 {"*/*, text/plain", ACCEPT_TEXT},
-                 {"image/png, */*", ACCEPT_ANY},
-                 {"TEXT/PLAIN", ACCEPT_HTML},
-                 {"", ACCEPT_HTML}};
-    for (const auto &row : CASES) {
-        EXPECT_EQ(SOAP_OK, soap->fparsehdr(soap, "Accept", row.accept));
-        EXPECT_EQ(row.result, handleHTTPAccept(soap)) << row.accept;
+    static const std::pair<const char *, int> CASES[] = {
+        {"text/html, application/xml, application/json", ACCEPT_JSON},
+        {"text/plain;q=0.5, application/xml", ACCEPT_XML},
+        {"text/html, */*", ACCEPT_HTML},
+        {"*/*, text/plain", ACCEPT_TEXT},
+        {"image/png, */*", ACCEPT_ANY},
+        {"TEXT/PLAIN", ACCEPT_HTML},
+        {"", ACCEPT_HTML}};
+    for (const auto &[accept, result] : CASES) {
+        EXPECT_EQ(SOAP_OK, soap->fparsehdr(soap, "Accept", accept));
+        EXPECT_EQ(result, handleHTTPAccept(soap)) << accept;
     }
     soap_end(soap);
     soap_free(soap);

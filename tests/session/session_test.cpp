@@ -77,20 +77,16 @@ TEST_F(Session, IsTestedAndRenewedOnlyAsTheCallerAsks)
 {
     const int slot = createSession(soap.get());
     soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
-    static const struct {
-        uint32_t now;
-        short refresh, checkTimeout;
-        int result;
-        uint32_t lastActivity;
-    } CASES[] = {{900000, 0, 1, 0, 0},  {900001, 0, 0, 0, 0},   {900001, 2, 0, 0, 0},
-                 {900001, 1, 1, -1, 0}, {900001, 1, -1, -1, 0}, {900002, 1, 0, 0, 900002}};
-    for (const auto &row : CASES) {
-        fake.milliseconds = row.now;
+    static const std::tuple<uint32_t, short, short, int, uint32_t> CASES[] = {
+        {900000, 0, 1, 0, 0},  {900001, 0, 0, 0, 0},   {900001, 2, 0, 0, 0},
+        {900001, 1, 1, -1, 0}, {900001, 1, -1, -1, 0}, {900002, 1, 0, 0, 900002}};
+    for (const auto &[now, refresh, checkTimeout, result, lastActivity] : CASES) {
+        fake.milliseconds = now;
         int found = -1;
-        EXPECT_EQ(row.result, httpCheckUser(soap.get(), row.refresh, row.checkTimeout, &found));
+        EXPECT_EQ(result, httpCheckUser(soap.get(), refresh, checkTimeout, &found));
         EXPECT_EQ(slot, found);
-        EXPECT_EQ(row.lastActivity, g_accesstok[slot].lastActivity) << row.now;
-        if (row.result != 0) { // the reply has taken the cookies with it
+        EXPECT_EQ(lastActivity, g_accesstok[slot].lastActivity) << now;
+        if (result != 0) { // the reply has taken the cookies with it
             EXPECT_NE(std::string::npos, out.str().find("?u=to'"));
             soap_set_cookie(soap.get(), "SESSIONID", g_accesstok[slot].id, "", "/");
         }
@@ -120,13 +116,10 @@ TEST(Lockout, CountsFailuresByAddressAndRemovesEntriesInPlace)
     for (int failure = 1; failure <= 6; ++failure)
         EXPECT_EQ(failure < 5 ? 0 : 1, createAccessRetry(ann)) << failure;
     EXPECT_EQ(0, createAccessRetry(bob));
-    static const struct {
-        time_t now;
-        int locked;
-    } CASES[] = {{1000, 1}, {1899, 1}, {1900, 0}, {100, 1}};
-    for (const auto &row : CASES) {
-        fake.now = row.now;
-        EXPECT_EQ(row.locked, isWaitingAccess(ann)) << row.now;
+    static const std::pair<time_t, int> CASES[] = {{1000, 1}, {1899, 1}, {1900, 0}, {100, 1}};
+    for (const auto &[now, locked] : CASES) {
+        fake.now = now;
+        EXPECT_EQ(locked, isWaitingAccess(ann)) << now;
     }
     EXPECT_EQ(0, isWaitingAccess(bob));
     fake.now = 1900;

@@ -10,19 +10,18 @@
 TEST(ParseURL, SplitsAtTheFirstQuestionMarkAndCutsEachPart)
 {
     const std::string x300(300, 'x');
-    const struct {
-        std::string url, path, query;
-    } cases[] = {{"/a/b", "/a/b", ""},
-                 {"?a=1", "", "?a=1"},
-                 {"/p?a?b", "/p", "?a?b"},
-                 {x300 + "?q", x300, "?q"},
-                 {x300 + "more?q", x300, "more?q"},
-                 {"/?" + x300, "/", "?" + x300.substr(1)}};
-    for (const auto &row : cases) {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        {"/a/b", "/a/b", ""},
+        {"?a=1", "", "?a=1"},
+        {"/p?a?b", "/p", "?a?b"},
+        {x300 + "?q", x300, "?q"},
+        {x300 + "more?q", x300, "more?q"},
+        {"/?" + x300, "/", "?" + x300.substr(1)}};
+    for (const auto &[url, beforeIt, fromIt] : cases) {
         char path[PATH_PART_SIZE], query[PATH_PART_SIZE];
-        EXPECT_EQ(0, parseURL(row.url.c_str(), path, query));
-        EXPECT_EQ(row.path, path);
-        EXPECT_EQ(row.query, query);
+        EXPECT_EQ(0, parseURL(url.c_str(), path, query));
+        EXPECT_EQ(beforeIt, path);
+        EXPECT_EQ(fromIt, query);
     }
     EXPECT_EQ(0, parseURL(nullptr, nullptr, nullptr));
 }
@@ -45,34 +44,29 @@ TEST(PathUtils, TranslatesReplacesAndChecks)
     static const char *const REPLACED[][4] = {
         {"aVVbVV", "VV", "Y", "aYbY"}, {"aXb", "X", "long", "alongb"}, {"VVV", "VV", "Y", "YV"},
         {"abc", "b", "x", "axc"},      {"abc", "z", "x", "abc"},       {"abc", "", "x", "abc"}};
-    for (const auto &row : REPLACED) {
-        char *text = replace_str(row[0], row[1], row[2]);
-        EXPECT_STREQ(row[3], text);
+    for (const auto &[from, what, by, expected] : REPLACED) {
+        char *text = replace_str(from, what, by);
+        EXPECT_STREQ(expected, text);
         free(text);
     }
     g_webDir = "/web/";
     g_configDir = "/cfg/";
-    static const struct {
-        const char *path;
-        int result;
-        const char *expected;
-    } TRANSLATED[] = {{"/cfgFiles/a/cfgFiles.xml", 1, "/cfg//a/cfg/.xml"},
-                      {"/img/a.png", 0, "/web//img/a.png"},
-                      {"x/cfgFiles", 0, "/web/x/cfgFiles"}};
-    for (const auto &row : TRANSLATED) {
+    static const std::tuple<const char *, int, const char *> TRANSLATED[] = {
+        {"/cfgFiles/a/cfgFiles.xml", 1, "/cfg//a/cfg/.xml"},
+        {"/img/a.png", 0, "/web//img/a.png"},
+        {"x/cfgFiles", 0, "/web/x/cfgFiles"}};
+    for (const auto &[path, result, expected] : TRANSLATED) {
         char *text = nullptr;
-        EXPECT_EQ(row.result, traduceWebToFsPath(&text, row.path));
-        EXPECT_STREQ(row.expected, text);
+        EXPECT_EQ(result, traduceWebToFsPath(&text, path));
+        EXPECT_STREQ(expected, text);
         free(text);
     }
-    static const struct {
-        const char *text;
-        int path, name;
-    } VETTED[] = {{"a-b_c.Z09", 1, 1}, {"/web/../a", 1, 0}, {"", 1, 1},
-                  {"a b", 0, 0},       {"a%20", 0, 0},      {"\xC3\xA4", 0, 0}};
-    for (const auto &row : VETTED) {
-        EXPECT_EQ(row.path, validatePathSyntax(row.text)) << row.text;
-        EXPECT_EQ(row.name, validateFilenameSyntax(row.text)) << row.text;
+    static const std::tuple<const char *, int, int> VETTED[] = {
+        {"a-b_c.Z09", 1, 1}, {"/web/../a", 1, 0}, {"", 1, 1},
+        {"a b", 0, 0},       {"a%20", 0, 0},      {"\xC3\xA4", 0, 0}};
+    for (const auto &[text, path, name] : VETTED) {
+        EXPECT_EQ(path, validatePathSyntax(text)) << text;
+        EXPECT_EQ(name, validateFilenameSyntax(text)) << text;
     }
     char file[] = "/mnt/a/b.txt", plain[] = "b.txt";
     EXPECT_EQ(file + 6, getFolderPath(file));
