@@ -1,6 +1,6 @@
 #!/bin/bash
 # check_symbols.sh LIBRARY GSOAP LISTS NM: compares what the library exports to hosts, imports from
-# them and links with the lists in the repository.
+# them and links with the lists in the repository, and finds its version record as firmware tools do.
 set -euo pipefail
 library=$1 gsoap=$2 lists=$3 nm=$4
 export LC_ALL=C
@@ -19,4 +19,8 @@ links=$(readelf -d "$library" | sed -n 's/.*NEEDED.*\[\(.*\)\.so.*\]/\1/p' | sed
 diff -u <(sed 's/$/@@WEBSERVER_3/' "$lists/exports.txt" | sort) <(echo "$exports")
 diff -u "$lists/imports.txt" <(echo "$imports")
 diff -u <(printf '%s\n' libc libgsoapck++ libstdc++) <(echo "$links")
+
+record='markBeginVer\0v03\0\.03\.03\0\w{3} [ \d]\d \d{4}\0\d\d:\d\d:\d\d\0markEndVer\0'
+grep -qaP "$record" "$library"
+grep -q markBeginVer <(readelf -p .data "$library") # not among the constants
 echo "$(echo "$exports" | wc -l) exported, $(echo "$imports" | wc -l) imported, as listed"

@@ -1,12 +1,10 @@
-// tests/core/start_test.cpp: configuration, default hooks, version record and banner, C names.
+// tests/core/start_test.cpp: configuration, default hooks, version banner, C names.
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <gmock/gmock.h>
-#include <iterator>
-#include <link.h>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/config.h"
@@ -23,11 +21,17 @@ TEST(Operation, IsCalledByItsCName)
     EXPECT_STREQ("512Q", type);
 }
 
+// Sets a variable; null unsets it.
+static void setVariable(const char *name, const char *value)
+{
+    unsetenv(name);
+    if (value != nullptr)
+        setenv(name, value, 1);
+}
+
 TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
 {
-    static const struct {
-        const char *variable, *const *global, *value, *expected; // value null: unset
-    } CASES[] = {
+    static const std::tuple<const char *, const char **, const char *, const char *> CASES[] = {
         {"WEB_DIR", &g_webDir, nullptr, "/mnt/bf/webFiles/"},
         {"WEB_DIR", &g_webDir, "", "/mnt/bf/webFiles/"},
         {"WEB_DIR", &g_webDir, "/data/web", "/data/web/"},
@@ -42,16 +46,13 @@ TEST(Configuration, EveryTextHasADefaultAndFoldersEndInASeparator)
         {"SERVER_ADDR", &g_serverAddr, "", "127.0.0.1"},
         {"SERVER_ADDR", &g_serverAddr, "127.0.0.9", "127.0.0.9"},
     };
-    static const char *keep[std::size(CASES)]; // texts are never freed; kept here, they are no leak
-    for (std::size_t i = 0; i < std::size(CASES); ++i) {
-        const auto &row = CASES[i];
-        unsetenv(row.variable);
-        if (row.value != nullptr)
-            setenv(row.variable, row.value, 1);
+    static const char *keep[std::size(CASES)], **next = keep; // texts are never freed: no leak
+    for (const auto &[variable, global, value, expected] : CASES) {
+        setVariable(variable, value);
         readConfiguration();
-        EXPECT_STREQ(row.expected, keep[i] = *row.global) << row.variable << " in row " << i;
-        EXPECT_STREQ(row.value, getenv(row.variable)) << "the environment was written to";
-        unsetenv(row.variable);
+        EXPECT_STREQ(expected, *next++ = *global) << variable;
+        EXPECT_STREQ(value, getenv(variable)) << "the environment was written to";
+        unsetenv(variable);
     }
 }
 
@@ -72,30 +73,20 @@ TEST(Configuration, AFolderWithoutMemoryStopsTheStart)
 
 TEST(Configuration, NumbersHaveADefaultAndOnlyYTurnsASwitchOn)
 {
-    static const struct {
-        const char *number, *text; // null: unset
-        int port, cpuMs, on;
-    } CASES[] = {{nullptr, nullptr, 33080, 2000, 0}, {"", "", 33080, 2000, 0},
-                 {"abc", "y", 33080, 2000, 0},       {"0", "Yes", 33080, 2000, 0},
-                 {"8080x", "1", 8080, 8080, 0},      {"-5", "Y", -5, 2000, 1},
-                 {"70000", "Y ", 70000, 70000, 0}};
-    const auto set = [](const char *variable, const char *value) {
-        unsetenv(variable);
-        if (value != nullptr)
-            setenv(variable, value, 1);
-    };
-    for (const auto &row : CASES) {
+    static const std::tuple<const char *, const char *, int, int, int> CASES[] = {
+        {"", "", 33080, 2000, 0},          {"abc", "y", 33080, 2000, 0},
+        {"0", "Yes", 33080, 2000, 0},      {"8080x", "1", 8080, 8080, 0},
+        {"-5", "Y", -5, 2000, 1},          {"70000", "Y ", 70000, 70000, 0},
+        {nullptr, nullptr, 33080, 2000, 0}};
+    for (const auto &[number, text, port, cpuMs, on] : CASES) {
         for (const char *variable : {"SERVER_PORT", "WEB_CPU_MS"})
-            set(variable, row.number);
+            setVariable(variable, number);
         for (const char *variable : {"WEB_IS_REMOTE", "WEB_STRICT"})
-            set(variable, row.text);
+            setVariable(variable, text);
         readConfiguration();
-        EXPECT_EQ((std::vector<int>{row.port, row.cpuMs, row.on, row.on}),
-                  (std::vector<int>{g_serverPort, g_webCpuMs, g_webRemote, g_webStrict}))
-            << row.number << " " << row.text;
+        EXPECT_EQ(std::tie(port, cpuMs, on, on),
+                  std::tie(g_serverPort, g_webCpuMs, g_webRemote, g_webStrict));
     }
-    for (const char *variable : {"SERVER_PORT", "WEB_CPU_MS", "WEB_IS_REMOTE", "WEB_STRICT"})
-        unsetenv(variable);
 }
 
 // Read before any test or start has changed them.
@@ -144,25 +135,4 @@ TEST(Version, BannerGoesToTheCallerOrToStandardOutput)
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, webServerShowVer(nullptr));
     EXPECT_EQ(banner, testing::internal::GetCapturedStdout());
-}
-
-// Finds the record as a firmware tool does in the library's file.
-TEST(Version, RecordLiesBetweenItsMarkersInWritableData)
-{
-    std::ifstream file(WEBSERVER_LIBRARY, std::ios::binary);
-    const std::string image((std::istreambuf_iterator<char>(file)),
-                            std::istreambuf_iterator<char>());
-    const std::size_t begin = image.find(std::string("markBeginVer\0v03\0.03.03\0", 24));
-    ASSERT_NE(std::string::npos, begin);
-    const std::size_t end = image.find(std::string("markEndVer\0", 11), begin);
-    EXPECT_EQ(begin + 24 + sizeof "Mmm dd yyyy" + sizeof "hh:mm:ss", end);
-
-    const auto *header = reinterpret_cast<const ElfW(Ehdr) *>(image.data());
-    const auto *segments = reinterpret_cast<const ElfW(Phdr) *>(image.data() + header->e_phoff);
-    bool writable = false;
-    for (int i = 0; i < header->e_phnum; ++i)
-        if (segments[i].p_type == PT_LOAD && begin >= segments[i].p_offset
-            && end < segments[i].p_offset + segments[i].p_filesz)
-            writable = (segments[i].p_flags & PF_W) != 0;
-    EXPECT_TRUE(writable);
 }
