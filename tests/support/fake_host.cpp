@@ -43,42 +43,12 @@ FakeHost::~FakeHost()
     current = nullptr;
 }
 
-std::vector<std::string> FakeHost::calls() const
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return calls_;
-}
-
 std::string FakeHost::callsText() const
 {
     std::string text;
     for (const std::string &call : calls())
         text += (text.empty() ? "" : " ") + call;
     return text;
-}
-
-std::string FakeHost::log() const
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return log_;
-}
-
-void FakeHost::forgetCalls()
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<std::string>().swap(calls_);
-}
-
-void FakeHost::record(const std::string &call)
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    calls_.push_back(call);
-}
-
-void FakeHost::write(char severity, const std::string &line)
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    log_ += std::string(1, severity) + " " + line + "\n";
 }
 
 bool waitFor(const std::function<bool()> &condition)
@@ -90,20 +60,16 @@ bool waitFor(const std::function<bool()> &condition)
     return true;
 }
 
-static std::string shown(const char *text)
-{
-    return text == nullptr ? "null" : text;
-}
-
-static std::string shown(long number)
-{
-    return std::to_string(number);
-}
-
 template <typename... Arguments>
 static int recorded(const char *function, const Arguments &...arguments)
 {
     const int status = host().status; // first: a test may end as soon as it sees the call
+    [[maybe_unused]] const auto shown = [](auto argument) -> std::string {
+        if constexpr (std::is_arithmetic_v<decltype(argument)>)
+            return std::to_string(argument);
+        else
+            return argument == nullptr ? "null" : argument;
+    };
     std::string text;
     ((text += "," + shown(arguments)), ...);
     host().record(std::string(function) + "(" + text.erase(0, 1) + ")");
@@ -172,13 +138,6 @@ static void writeText(char *to, const std::string &text, std::size_t size)
         memcpy(to, text.c_str(), std::min(text.size() + 1, size));
 }
 
-[[gnu::format(printf, 2, 0)]] static void log(char level, const char *format, va_list arguments)
-{
-    char line[1024];
-    vsnprintf(line, sizeof line, format, arguments);
-    host().write(level, line);
-}
-
 // Defines a host function of one expression.
 #define DEFINE(type, name, parameters, ...)                                                        \
     type name parameters                                                                           \
@@ -189,17 +148,19 @@ static void writeText(char *to, const std::string &text, std::size_t size)
 #define DEFINE_LOG(name, level)                                                                    \
     void name(const char *format, ...)                                                             \
     {                                                                                              \
+        char line[1024];                                                                           \
         va_list arguments;                                                                         \
         va_start(arguments, format);                                                               \
-        log(level, format, arguments);                                                             \
+        vsnprintf(line, sizeof line, format, arguments);                                           \
         va_end(arguments);                                                                         \
+        host().write(level + std::string(line));                                                   \
     }
 
 extern "C" {
 
-DEFINE_LOG(sLogInfo, 'I')
-DEFINE_LOG(sLogWarn, 'W')
-DEFINE_LOG(sLogErr, 'E')
+DEFINE_LOG(sLogInfo, "I ")
+DEFINE_LOG(sLogWarn, "W ")
+DEFINE_LOG(sLogErr, "E ")
 
 using Text = const char *;
 

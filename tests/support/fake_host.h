@@ -16,6 +16,7 @@ class FakeHost {
     mutable std::mutex mutex_;
     std::vector<std::string> calls_;
     std::string log_;
+    using Lock = std::lock_guard<std::mutex>; // until the end of the expression that makes one
 
 public:
     FakeHost();
@@ -57,13 +58,15 @@ public:
     int askedLevel = NOT_ASKED;                // of the gate, last
     bool gateAtStart = false;                  // there was one when the thread was created
     std::atomic<std::size_t> largestPiece = 0; // of memory asked for a request
-    std::vector<std::string> calls() const;    // "x_readData(analog,A,%d)", in order
-    std::string callsText() const;             // "f(a,b) g()"
-    std::string log() const;                   // lines "E text", "W text", "I text"
-    void forgetCalls();                        // and their memory
 
-    void record(const std::string &call);
-    void write(char severity, const std::string &line);
+    // "x_readData(analog,A,%d)", in order, or "f(a,b) g()"; and the lines "E text", "W text", "I text".
+    std::vector<std::string> calls() const { return Lock{mutex_}, calls_; }
+    std::string callsText() const;
+    void forgetCalls() { Lock{mutex_}, decltype(calls_)().swap(calls_); } // and their memory
+    std::string log() const { return Lock{mutex_}, log_; }
+
+    void record(const std::string &call) { Lock{mutex_}, calls_.push_back(call); }
+    void write(const std::string &line) { Lock{mutex_}, log_ += line + "\n"; }
 };
 
 FakeHost &host(); // the one that exists
