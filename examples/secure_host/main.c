@@ -26,6 +26,7 @@ int main(int argc, char **argv)
     }
     setenv("SERVER_PORT", argv[1], 1);
     setenv("WEB_DIR", argv[3], 1);
+    setenv("WEB_STRICT", "Y", 1); /* close the doors that units in the field leave open */
 
     /* Block the signals before the start, so that the service thread, which inherits the mask, does
      * not take them. */
