@@ -46,7 +46,7 @@ visit('an open page keeps its session alive, until nobody has used it for as lon
   await page.clock.fastForward('01:30');
   await kept;
   await page.clock.fastForward('12:45');
-  await visitor.sees('#idle', /ends in \d+ s/);
+  await visitor.sees('#idle', /ends at \d\d:\d\d:\d\d/);
   await page.keyboard.press('Shift');
   await page.locator('#idle').waitFor({ state: 'hidden' });
   await page.clock.fastForward('15:00');

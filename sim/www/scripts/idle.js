@@ -16,9 +16,11 @@ const idle = (() => {
   }
 
   function watch() {
-    const left = Math.ceil(limitSeconds - (Date.now() - Number(localStorage.getItem(USED))) / 1000);
+    const endMs = Number(localStorage.getItem(USED)) + 1000 * limitSeconds;
+    const left = (endMs - Date.now()) / 1000;
     page.showMessage(page.byId('idle'), left > WARNING_SECONDS ? ''
-      : `Nobody uses this page: the session ends in ${Math.max(left, 0)} s. Press a key or click to go on.`, 'bad');
+      : `Nobody uses this page: the session ends at ${new Date(endMs).toTimeString().slice(0, 8)}, this PC's time. `
+        + 'Press a key or click to go on.', 'bad');
     if (left > 0 || ending)
       return;
     ending = true;
