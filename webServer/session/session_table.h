@@ -9,7 +9,8 @@ struct soap;
 extern "C" {
 
 // Takes a free slot and returns it; returns -1 when there is none. The session's level is 0 and its
-// user name empty; in host security mode it has no id, and so the slot still counts as free.
+// user name empty. In host security mode, and without memory or random bytes for it, it has no id, and so the
+// slot still counts as free.
 int createSession(struct soap *soap);
 
 // Returns the slot of the session with this id, which in host security mode the host must still know.
