@@ -22,8 +22,12 @@ static const std::vector<Lines> &operations() // the name and the fields of each
 }
 
 class Envelope : public Choices {
-    std::string text()
+    std::string text(const std::string &name = "")
     {
+        if (name == "inputType" && !oneIn(4)) // else most requests would end at these checks
+            return "analog";
+        if (name == "inputFormat" && !oneIn(4))
+            return "%g";
         if (oneIn(2))
             return bytes(80);
         if (oneIn(20))
@@ -53,7 +57,7 @@ class Envelope : public Choices {
         const std::string start = "<" + name + attributes();
         if (oneIn(16))
             return start + "/>";
-        std::string inner = text();
+        std::string inner = text(name);
         while (depth < 60 && oneIn(6))
             inner += element(oneOf("inputType|a|n:b|x:c|E:Body"), depth + 1);
         return start + ">" + inner + (oneIn(32) ? "" : "</" + name + ">");
