@@ -57,19 +57,24 @@ visit('a value is whole, a state is a word, and what is not read or old is never
   await page.unrouteAll({ behavior: 'wait' });
 });
 
-visit('new bad points appear under the mouse, and nothing moves there', async (visitor, page) => {
+visit('new bad points appear, and nothing moves under the mouse or the focus', async (visitor, page) => {
   await block('analog', 'analog_500', 1);
   await visitor.logIn('operator');
   await page.check('#filter-not-good');
-  await visitor.row('analog_500').hover();
   const before = await visitor.row('analog_500').boundingBox();
-  await block('analog', 'analog_0', 1);
-  await visitor.row('analog_0').waitFor();
-  assert.deepEqual(await visitor.row('analog_500').boundingBox(), before);
-  await page.hover('#station');
-  await page.waitForFunction(() => document.querySelector('#points-rows a').textContent === 'analog_0');
-  for (const name of ['analog_0', 'analog_500'])
-    await block('analog', name, 0);
+  for (const [bad, here] of Object.entries({ analog_0: () => visitor.row('analog_500').hover(),
+                                             analog_50: () => page.press('[data-sort="changed"]', 'Tab') })) {
+    await here();
+    await block('analog', bad, 1);
+    await visitor.row(bad).waitFor();
+    assert.deepEqual(await visitor.row('analog_500').boundingBox(), before);
+    await page.focus('#logout');
+    await page.hover('#station');
+    await page.waitForFunction(name => document.querySelector('#points-rows a').textContent === name, bad);
+    await block('analog', bad, 0);
+    await visitor.sees('#points-count', /^1 of/);
+  }
+  await block('analog', 'analog_500', 0);
 });
 
 visit('of 4000 points the page draws those in sight; the address keeps filter, order and folds', async (visitor, page) => {

@@ -76,6 +76,10 @@ const page = (() => {
     report(outcome);
   }
 
+  // Somebody may be about to click there, or to press Enter.
+  const isUnderHand = element =>
+    element.matches(':hover') || element.querySelector(':focus-visible') !== null;
+
   function save(name, text, type) {
     const address = URL.createObjectURL(new Blob([text], { type }));
     make('a', { href: address, download: name }).click();
@@ -120,6 +124,7 @@ const page = (() => {
     showMessage,
     report,
     reportAt,
+    isUnderHand,
     save,
     lastReport: () => sessionStorage.getItem(LAST_REPORT) || '',
     forgetReport: () => sessionStorage.removeItem(LAST_REPORT),

@@ -70,7 +70,7 @@ const events = (() => {
   // Nothing moves under the mouse or the focus.
   function show() {
     const lines = page.byId('events-lines');
-    if (isOld && !page.byId('panel-events').hidden && !lines.matches(':hover, :focus-within')) {
+    if (isOld && !page.byId('panel-events').hidden && !page.isUnderHand(lines)) {
       isOld = false;
       shown = matching().slice(0, MAX_SHOWN);
       lines.replaceChildren(...shown.map(item));

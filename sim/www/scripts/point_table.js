@@ -180,7 +180,7 @@ const pointTable = (() => {
 
   // The same for a poll. While the mouse or the focus is on a row, rows are only added, at the end.
   function update(filter) {
-    if (filter.notGood && !body.matches(':hover, :focus-within')) {
+    if (filter.notGood && !page.isUnderHand(body)) {
       show(filter);
       return;
     }

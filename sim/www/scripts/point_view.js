@@ -28,7 +28,7 @@ const pointView = (() => {
     writeExtreme('least', least);
     writeExtreme('greatest', greatest);
     const history = events.of(shown).slice(0, HISTORY);
-    if (history[0] === newest || page.byId('point-history').matches(':hover, :focus-within'))
+    if (history[0] === newest || page.isUnderHand(page.byId('point-history')))
       return;
     newest = history[0];
     page.byId('point-history').replaceChildren(...history.map(events.item));
