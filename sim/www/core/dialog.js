@@ -76,14 +76,15 @@ const dialog = (() => {
     if (confirm.disabled)
       return;
     busy = confirm.disabled = true;
+    cancel.textContent = 'Cancel';
     say('Asking the unit…');
     const outcome = await question.action(values());
     page.report(outcome);
     settle();
+    cancel.textContent = 'Close';
+    page.showMessage(result, outcome.text, outcome.kind);
     if (outcome.kind === 'good')
       element.close();
-    else
-      page.showMessage(result, outcome.text, outcome.kind);
   }
 
   // What has not been sent is dropped, and its outcome says so. What has been sent cannot be taken back.
@@ -98,6 +99,7 @@ const dialog = (() => {
     page.byId('dialog-title').textContent = asked.title;
     page.byId('dialog-fields').replaceChildren(...(asked.fields || []).flatMap(makeField));
     confirm.textContent = asked.confirm;
+    cancel.textContent = 'Cancel';
     confirm.classList.toggle('danger', Boolean(asked.danger));
     element.showModal();
     settle();
