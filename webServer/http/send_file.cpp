@@ -10,6 +10,7 @@
 #include "gsoap/reply.h"
 #include "http/file_reply.h"
 #include "http/open_file.h"
+#include "net/connections.h"
 #include "webServer.h"
 
 static constexpr std::size_t BLOCK_BYTES = 1024;
@@ -46,23 +47,31 @@ static int collectFile(struct soap *soap, const char *path, const char *contentT
 
 // ---- Folders -----------------------------------------------------------------------------------
 
-// Without memory a folder cannot be listed, and must not look empty.
-static DIR *openFolder(struct soap *soap, const char *directory)
+// Fails the response when the last call failed for want of memory or descriptors, or could not read the
+// device: what is there must not look as if it were missing.
+static void failWithoutAnswer(struct soap *soap)
 {
-    DIR *folder = opendir(directory);
-    if (folder == nullptr && errno == ENOMEM)
+    if (isShortage(errno))
         soap->error = SOAP_EOM;
-    return folder;
+    else if (errno == EIO)
+        soap->error = SOAP_EOF;
 }
 
-// Calls use(path) for every entry whose name contains nameFilter, until it returns false.
+// Calls use(path) for every entry whose name contains nameFilter, until it returns false. errno is 0 before
+// each call.
 template <typename Use>
 static void forEachEntry(struct soap *soap, const char *directory, const char *nameFilter, Use use)
 {
-    DIR *folder = openFolder(soap, directory);
+    DIR *folder = opendir(directory);
     if (folder == nullptr)
-        return;
-    while (const struct dirent *entry = readdir(folder)) {
+        return failWithoutAnswer(soap);
+    const auto nextEntry = [&]() -> const struct dirent *
+    {
+        errno = 0;
+        return readdir(folder);
+    };
+    const struct dirent *entry;
+    while ((entry = nextEntry()) != nullptr) {
         const char *name = entry->d_name;
         if (strcmp(name, ".") == 0 || strcmp(name, "..") == 0
             || strstr(name, nameFilter) == nullptr)
@@ -72,6 +81,7 @@ static void forEachEntry(struct soap *soap, const char *directory, const char *n
         if (!use(path))
             break;
     }
+    failWithoutAnswer(soap);
     closedir(folder);
 }
 
@@ -99,7 +109,7 @@ static bool sendFolderFiles(struct soap *soap, const char *contentType, const ch
         fits = descriptor == -1 || reply.add(descriptor);
         return descriptor != -1 && fits;
     });
-    if (soap->error == SOAP_EOM)
+    if (soap->error != SOAP_OK)
         endReply(soap);
     else if (fits)
         reply.send(soap, contentType);
