@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 #include <poll.h>
+#include <unistd.h>
 
 #include "net/arrivals.h"
 #include "net/connection.h"
@@ -14,6 +15,7 @@
 
 // A caller that goes on after the end of the service is slowed down to one call in this time.
 static constexpr Milliseconds END_REPEAT_MS = 100;
+static constexpr useconds_t BLIND_WAIT_MICROSECONDS = 10 * 1000;
 
 static Connection *served;
 static Milliseconds servedSince;
@@ -50,6 +52,17 @@ static Milliseconds deadlineOf(const Connection &connection)
     }
 }
 
+// The kernel has no memory for a wait. No call on a socket waits, so after a while all of them are tried, and
+// the service goes on. A newcomer is looked for only while nobody has to give way to it.
+static void tryAll(struct pollfd *polled, int count)
+{
+    usleep(BLIND_WAIT_MICROSECONDS);
+    for (int i = 0; i <= count; ++i)
+        polled[i].revents = polled[i].fd == -1 ? 0 : polled[i].events;
+    if (count == MAX_CONNECTIONS)
+        polled[count].revents = 0;
+}
+
 // Waits until something can be done, at most until the given time, and does it for all connections.
 static void waitAndProceed(Milliseconds until, bool *newcomers)
 {
@@ -67,7 +80,8 @@ static void waitAndProceed(Milliseconds until, bool *newcomers)
     polled[count] = {newcomersSocket(before), POLLIN, 0};
     const Milliseconds wait =
         std::min<Milliseconds>(std::max<Milliseconds>(until - before, 0), STALL_MS);
-    poll(polled, static_cast<nfds_t>(count) + 1, static_cast<int>(wait));
+    if (poll(polled, static_cast<nfds_t>(count) + 1, static_cast<int>(wait)) < 0 && errno != EINTR)
+        tryAll(polled, count);
 
     const Milliseconds now = monotonicNow();
     for (int i = 0; i < count; ++i) {
