@@ -1,115 +1,60 @@
-// fuzz/failed_calls/failed_calls.cpp: what the service does when it gets no memory.
+// fuzz/failed_calls/failed_calls.cpp: what the service does when a call fails.
 //
 //   failed_calls SIM_FOLDER STEP
 //
-// Counts the allocations that each kind of request makes, and repeats the request once for every STEP-th
-// of them: with that one failing, and with all from it on. After each, an ordinary request must be answered
-// exactly, and no memory may have been lost. Prints a line per kind of request, and whatever must not be.
-// Exit status: 0, 1 when there was something to report, 2 when the driver itself failed.
-#include <atomic>
-#include <cerrno>
+// Counts how often each kind of request makes each call of failing.cpp, and repeats the request for each of
+// these times: with that one call failing, and with all from it on. The same for start and close. Takes every
+// STEP-th of them only, but none is left out altogether. After each, an ordinary request must be answered
+// exactly, and no memory or descriptor may have been lost. Prints how often each call failed, and whatever
+// must not be. Exit status: 0, 1 when there was something to report, 2 when the driver itself failed.
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <malloc.h>
-#include <poll.h>
+#include <functional>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "failing.h"
 #include "host.h"
 #include "requests.h"
 #include "support/client.h"
 #include "support/private_machine.h"
 #include "webServer.h"
 
-static const int PORT = 21000; // of a loopback network without other programs
-static const unsigned REPLY_TIMEOUT_SECONDS = 10;
+static const int PORT = 21000;                     // of a loopback network without other programs
+static const long SHORTAGE_MICROSECONDS = 300000;  // then calls that failed for good succeed again
+static const long TIMEOUT_MICROSECONDS = 15000000; // longer than ws_soap_close() waits
 static const unsigned POLL_MICROSECONDS = 50;
 static const std::size_t LONG_TEXT_BYTES = 500000;
 static const std::size_t LOG_BYTES = 200000; // gSOAP collects them in several blocks
 static const char *const UPLOADED = "/mnt/flash/cfgFiles/site.xml";
 static const char *const OLD_CONTENT = "old";
-
-// ---- The allocations --------------------------------------------------------------------------------
-
-// Shared by the driver and the process with the service. The driver writes it while the service waits
-// for a client.
-struct Control {
-    std::atomic<unsigned long> first; // number of the first allocation that fails, from 1; 0: none
-    std::atomic<bool> allAfter;       // those after it fail as well
-    std::atomic<unsigned long> count; // allocations since the driver set this to 0
-    std::atomic<unsigned long> rests; // how often the service thread has begun to wait for a client
-    std::atomic<std::size_t> inUse;   // bytes that the service thread has allocated and not freed
-};
-
-static Control *control = nullptr;        // null: nothing is counted and nothing fails
-static thread_local bool serving = false; // this thread is the service's
-
-static bool mustFail()
-{
-    if (!serving || hostAllocates) // what a host does without memory is its own affair
-        return false;
-    const unsigned long number = ++control->count, first = control->first;
-    if (first == 0 || number < first || (number > first && !control->allAfter))
-        return false;
-    errno = ENOMEM;
-    return true;
-}
-
-static void *counted(void *block, std::size_t)
-{
-    if (serving && block != nullptr)
-        control->inUse += malloc_usable_size(block);
-    return block;
-}
-
-static void forget(void *block)
-{
-    if (serving && block != nullptr)
-        control->inUse -= malloc_usable_size(block);
-}
-
-#include "allocator.h"
-
-extern "C" {
-
-// Only the service thread calls it, and with the listening socket alone when all clients are gone.
-WS_EXPORT int poll(struct pollfd *polled, nfds_t count, int milliseconds)
-{
-    serving = control != nullptr;
-    // Through memory: the C library says that poll() reads nothing of them.
-    const struct pollfd *volatile sockets = polled;
-    nfds_t open = 0;
-    for (nfds_t i = 0; i < count; ++i)
-        open += sockets[i].fd >= 0 ? 1 : 0;
-    if (serving && open == 1)
-        ++control->rests;
-    const struct timespec limit = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
-    return ppoll(polled, count, milliseconds < 0 ? nullptr : &limit, nullptr);
-}
-
-// What the shipped build calls in its place.
-WS_EXPORT int __poll_chk(struct pollfd *polled, nfds_t count, int milliseconds, std::size_t)
-{
-    return poll(polled, count, milliseconds);
-}
-
-} // extern "C"
+static const char *const SECOND_NAME =
+    "/mnt/flash/second"; // of that file, which is then written in place
+static const char *const IN_PLACE = "upload in place";
+static const char *const LONG_LISTING = "log listing, many files"; // which are read into memory
+static const int MANY_FILES = 9;
+static const std::size_t KEPT_BY_KERNEL_BYTES = 65536; // of a reply; the service keeps the rest
 
 // ---- The unit: a process that is started again when it has crashed ----------------------------------
 
 static pid_t unit = -1;
+static int unitStatus; // of the last one that has ended
 
 static bool unitLives()
 {
-    if (unit == -1 || waitpid(unit, nullptr, WNOHANG) == unit)
+    if (unit == -1 || waitpid(unit, &unitStatus, WNOHANG) == unit)
         unit = -1;
     return unit != -1;
 }
 
-static void killUnit(int = 0)
+static void killUnit()
 {
     if (unit != -1)
         kill(unit, SIGKILL);
@@ -122,34 +67,66 @@ static void killUnit(int = 0)
     exit(2);
 }
 
-static void startUnit()
+static void setTimer(long microseconds)
 {
-    control->rests = 0;
-    control->first = 0;
-    unit = fork();
-    if (unit == 0) {
-        if (freopen("/dev/null", "w", stdout) == nullptr || webServer_Web_Start() != 0)
-            _exit(2);
-        for (;;)
-            pause();
-    }
-    while (control->rests == 0)
-        if (!unitLives())
-            fail("the unit does not start");
+    const struct itimerval after = {
+        {0,                      0                     },
+        {microseconds / 1000000, microseconds % 1000000}
+    };
+    setitimer(ITIMER_REAL, &after, nullptr);
 }
 
-// Returns all that comes back, after the service has forgotten the request. A unit that hangs is killed,
-// and looks as if it had crashed.
+// Ends a shortage that the service did not end by itself. A unit that hangs is killed, and looks as if it
+// had crashed.
+static void onTimer(int)
+{
+    if (control->first.exchange(0) == 0)
+        killUnit();
+    setTimer(TIMEOUT_MICROSECONDS);
+}
+
+// Counts only what the library does in the host's thread.
+template <typename Function> static int counted(Function *function)
+{
+    serving = true;
+    const int result = function();
+    serving = false;
+    return result;
+}
+
+// Returns false when the unit has ended instead.
+static bool startUnit()
+{
+    control->rests = 0;
+    control->close = false;
+    unit = fork();
+    if (unit == 0) {
+        if (freopen("/dev/null", "w", stdout) == nullptr
+            || freopen("/dev/null", "w", stderr) == nullptr
+            || setvbuf(stderr, nullptr, _IONBF, 0) != 0 || counted(webServer_Web_Start) != 0)
+            _exit(2);
+        while (!control->close)
+            usleep(POLL_MICROSECONDS);
+        _exit(counted(ws_soap_close));
+    }
+    setTimer(SHORTAGE_MICROSECONDS);
+    while (control->rests == 0 && unitLives())
+        usleep(POLL_MICROSECONDS);
+    setTimer(0);
+    return unitLives();
+}
+
+// Returns all that comes back, after the service has forgotten the request.
 static std::string ask(const std::string &request)
 {
-    if (!unitLives())
-        startUnit();
+    if (!unitLives() && !startUnit())
+        fail("the unit does not start");
     const unsigned long before = control->rests;
-    alarm(REPLY_TIMEOUT_SECONDS);
+    setTimer(SHORTAGE_MICROSECONDS);
     std::string reply = talk(PORT, request);
-    while (unitLives() && control->rests == before)
+    while (unitLives() && (control->rests == before || !control->resting))
         usleep(POLL_MICROSECONDS);
-    alarm(0);
+    setTimer(0);
     return reply;
 }
 
@@ -169,10 +146,16 @@ static std::vector<Kind> makeKinds(const std::string &folder)
         const std::string name = exchange.name;
         if (name == "configuration file")
             exchange.expected = OLD_CONTENT;
+        const std::string plain = exchange.request;
         kinds.push_back({exchange, loggedIn, ""});
         if (name == "coreDbReadData" || name == "login, JSON" || name == "upload") {
             exchange.name = "chunked " + name;
             exchange.request = chunked(exchange.request);
+            kinds.push_back({exchange, loggedIn, ""});
+        }
+        if (name == "upload" || name == "log listing") {
+            exchange.name = name == "upload" ? IN_PLACE : LONG_LISTING;
+            exchange.request = plain;
             kinds.push_back({exchange, loggedIn, ""});
         }
         loggedIn = name == "login, page" || (loggedIn && name != "logout");
@@ -215,6 +198,16 @@ static void prepare(const Kind &kind, const std::vector<Kind> &kinds)
             || (!kind.loggedIn && step.exchange.name == "logout"))
             ask(step.exchange.request);
     std::ofstream(UPLOADED) << OLD_CONTENT;
+    unlink(SECOND_NAME);
+    if (kind.exchange.name == IN_PLACE && link(UPLOADED, SECOND_NAME) != 0)
+        fail(SECOND_NAME);
+    for (int i = 0; i < MANY_FILES; ++i) {
+        const std::string log = "/mnt/flash/log/" + std::to_string(i) + ".log";
+        if (kind.exchange.name == LONG_LISTING)
+            std::ofstream(log) << i;
+        else
+            unlink(log.c_str());
+    }
     setVerdict(kind.exchange.verdict);
 }
 
@@ -236,75 +229,184 @@ static bool isWhole(const std::string &reply)
                   == reply.size() - body - 4;
 }
 
-// Whether a request during which an allocation failed got an answer that is documented.
-static bool isDocumented(const Kind &kind, const std::string &reply)
+static bool isCutOff(const std::string &reply, const std::string &usual)
+{
+    return !isWhole(reply) && usual.compare(0, reply.size(), reply) == 0;
+}
+
+static bool isOneOf(int call, std::initializer_list<const char *> names)
+{
+    return std::find(names.begin(), names.end(), std::string(CALL_NAMES[call])) != names.end();
+}
+
+// Whether a request during which the call failed got an answer that is documented.
+static bool isDocumented(const Kind &kind, int call, const std::string &reply)
 {
     const auto has = [](const std::string &text, const char *part) {
         return text.find(part) != std::string::npos;
     };
     const std::string &name = kind.exchange.name;
+    const bool mayBeParked = kind.usual.size() > KEPT_BY_KERNEL_BYTES; // which needs memory
     const std::string file = contents(UPLOADED);
     if (has(name, "upload") && file != OLD_CONTENT && file.find("<site name") != 0)
         return false; // a file that is neither the old nor the new one
-    if (!reply.empty() && !isWhole(reply) && isWhole(kind.usual))
-        return false;
-    // Nothing, a fault, or the usual reply.
-    if (reply.empty() || reply.find("HTTP/1.1 4") == 0 || reply.find("HTTP/1.1 5") == 0
-        || timeless(kind, reply) == timeless(kind, kind.usual))
+    // Nothing, the usual reply, or one that shows by its length that the end is missing.
+    if (reply.empty() || timeless(kind, reply) == timeless(kind, kind.usual)
+        || ((call != MEMORY || mayBeParked) && isCutOff(reply, kind.usual)))
         return true;
-    // A session that cannot be made or compared, a request in SOAP 1.2 whose namespace gSOAP cannot keep,
-    // and which it then answers in SOAP 1.1, and texts that are left out.
-    return has(reply, "/index.htm?u=is") || has(reply, "/index.htm?u=wa")
+    if (!isWhole(reply) && isWhole(kind.usual))
+        return false;
+    // A fault, a session that cannot be made or compared, a request in SOAP 1.2 whose namespace gSOAP cannot
+    // keep, and which it then answers in SOAP 1.1, and texts and files of a list that are left out.
+    return reply.find("HTTP/1.1 4") == 0 || reply.find("HTTP/1.1 5") == 0
+           || has(reply, "/index.htm?u=is") || has(reply, "/index.htm?u=wa")
            || (has(name, "SOAP 1.2") && has(reply, "\"http://schemas.xmlsoap.org/soap/"))
-           || ((name == "fnPutS" || name == "thmGetInfo") && has(reply, "Response></ns:"));
+           || ((name == "fnPutS" || name == "thmGetInfo") && has(reply, "Response></ns:"))
+           || (has(name, "log listing") && isOneOf(call, {"stat64", "fstat64"}));
+}
+
+static long descriptors()
+{
+    const std::filesystem::directory_iterator open("/proc/" + std::to_string(unit) + "/fd");
+    return std::distance(begin(open), end(open));
+}
+
+static void failFrom(int call, unsigned long first, bool allAfter)
+{
+    for (auto &count : control->counts)
+        count = 0;
+    control->call = call;
+    control->allAfter = allAfter;
+    control->first = first;
 }
 
 // Returns what must not be, "" if nothing.
-static std::string runOne(const Kind &kind, const std::vector<Kind> &kinds, unsigned long first,
-                          bool allAfter)
+static std::string runOne(const Kind &kind, const std::vector<Kind> &kinds, int call,
+                          unsigned long first, bool allAfter)
 {
     prepare(kind, kinds);
     const std::size_t before = control->inUse;
-    control->count = 0;
-    control->allAfter = allAfter;
-    control->first = first;
+    const long open = descriptors();
+    failFrom(call, first, allAfter);
     const std::string reply = ask(kind.exchange.request);
     control->first = 0;
     if (!unitLives())
         return "crash, or no end of the reply";
-    if (control->count < first)
-        return "it was never made";
-    if (!isDocumented(kind, reply))
+    if (!isDocumented(kind, call, reply))
         return "wrong: " + reply.substr(0, 4000) + "\n" + contents(UPLOADED);
     setVerdict(WS_ALLOWED);
     if (ask(kinds[0].exchange.request) != kinds[0].usual)
         return "the next client got no exact answer";
     prepare(kind, kinds);
-    return control->inUse > before ? "leak" : "";
+    return control->inUse > before ? "memory leak" : descriptors() > open ? "descriptor leak" : "";
 }
 
-// Returns whether nothing happened that must not.
+using Counts = std::array<unsigned long, CALL_COUNT>;
+
+static Counts counts()
+{
+    Counts now;
+    std::copy(std::begin(control->counts), std::end(control->counts), now.begin());
+    return now;
+}
+
+static unsigned long tried = 0;
+
+// Runs every step-th of the calls that have been counted. Returns whether nothing happened that must not.
+template <typename Run>
+static bool runCalls(const std::string &name, const Counts &calls, unsigned long step, Run run)
+{
+    static unsigned long turn = 0;
+    bool good = true;
+    for (int call = 0; call < CALL_COUNT; ++call)
+        for (unsigned long i = 0; i < 2 * calls[call]; ++i) {
+            const unsigned long first = i / 2 + 1;
+            const bool allAfter = i % 2 != 0;
+            if (turn++ % step != 0 && control->failed[call] != 0)
+                continue;
+            ++tried;
+            const std::string fault = run(call, first, allAfter);
+            good = good && fault.empty();
+            if (!fault.empty())
+                printf("%s, %s %lu%s: %s\n", name.c_str(), CALL_NAMES[call], first,
+                       allAfter ? " and all after it" : "", fault.c_str());
+        }
+    return good;
+}
+
 static bool runKind(Kind &kind, const std::vector<Kind> &kinds, unsigned long step)
 {
     for (int warmUp = 0; warmUp < 3; ++warmUp) {
         prepare(kind, kinds);
-        control->count = 0;
+        failFrom(MEMORY, 0, false);
         kind.usual = ask(kind.exchange.request);
         if (kind.usual.find(kind.exchange.expected) == std::string::npos)
             fail(kind.exchange.name + ": " + kind.usual.substr(0, 600));
     }
-    const unsigned long calls = control->count;
-    printf("%-34s %5lu\n", kind.exchange.name.c_str(), calls);
-    bool good = calls > 0;
-    for (unsigned long first = 1; first <= calls; first += step)
-        for (const bool allAfter : {false, true}) {
-            const std::string fault = runOne(kind, kinds, first, allAfter);
-            good = good && fault.empty();
-            if (!fault.empty())
-                printf("  allocation %lu%s: %s\n", first, allAfter ? " and all after it" : "",
-                       fault.c_str());
-        }
-    return good;
+    return runCalls(kind.exchange.name, counts(), step,
+                    [&](int call, unsigned long first, bool allAfter) {
+                        return runOne(kind, kinds, call, first, allAfter);
+                    });
+}
+
+// Returns whether the unit ended by itself with one of these statuses.
+static bool closeUnit(int most)
+{
+    control->close = true;
+    setTimer(TIMEOUT_MICROSECONDS);
+    while (unitLives())
+        usleep(POLL_MICROSECONDS);
+    setTimer(0);
+    return WIFEXITED(unitStatus) && WEXITSTATUS(unitStatus) <= most;
+}
+
+// A unit that starts serves. Else it has said so, or has asked for a reboot, which ends this one.
+static std::string runStart(const Kind &read, int call, unsigned long first, bool allAfter)
+{
+    failFrom(call, first, allAfter);
+    const bool started = startUnit();
+    control->first = 0;
+    if (!started)
+        return WIFEXITED(unitStatus) && WEXITSTATUS(unitStatus) == 2 ? "" : "crash";
+    if (ask(read.exchange.request) != read.usual)
+        return "no exact answer";
+    return closeUnit(0) ? "" : "not closed";
+}
+
+// When the close cannot reach the service thread, it says so: 1.
+static std::string runClose(int call, unsigned long first, bool allAfter)
+{
+    startUnit();
+    failFrom(call, first, allAfter);
+    const bool closed = closeUnit(isOneOf(call, {"shutdown"}) ? 1 : 0);
+    control->first = 0;
+    return closed ? "" : "not closed";
+}
+
+static bool runStartAndClose(const Kind &read, unsigned long step)
+{
+    using namespace std::placeholders;
+    closeUnit(0);
+    failFrom(MEMORY, 0, false);
+    startUnit();
+    const Counts starting = counts();
+    failFrom(MEMORY, 0, false);
+    closeUnit(0);
+    const Counts closing = counts();
+    const bool starts = runCalls("start", starting, step, std::bind(runStart, read, _1, _2, _3));
+    return runCalls("close", closing, step, runClose) && starts;
+}
+
+// Prints how often each call failed. Returns whether each did.
+static bool report()
+{
+    bool all = true;
+    for (int call = 0; call < CALL_COUNT; ++call) {
+        printf("%-16s failed %6lu times\n", CALL_NAMES[call], control->failed[call].load());
+        all = all && control->failed[call] > 0;
+    }
+    printf("%lu runs\n", tried);
+    return all;
 }
 
 int main(int argc, char **argv)
@@ -320,7 +422,7 @@ int main(int argc, char **argv)
     setenv("WEB_DIR", (sim + "/www").c_str(), 1);
     setenv("SERVER_PORT", std::to_string(PORT).c_str(), 1);
     setlinebuf(stdout);
-    signal(SIGALRM, killUnit);
+    signal(SIGALRM, onTimer);
 
     void *memory =
         mmap(nullptr, sizeof *control, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -328,10 +430,12 @@ int main(int argc, char **argv)
         fail("mmap");
     control = new (memory) Control{};
     installHost();
+    const unsigned long step = strtoul(argv[2], nullptr, 10);
     std::vector<Kind> kinds = makeKinds(sim + "/requests");
     bool good = true;
     for (Kind &kind : kinds)
-        good = runKind(kind, kinds, strtoul(argv[2], nullptr, 10)) && good;
+        good = runKind(kind, kinds, step) && good;
+    good = runStartAndClose(kinds[0], step) && good;
     killUnit();
-    return good ? 0 : 1;
+    return report() && good ? 0 : 1;
 }
