@@ -7,6 +7,7 @@
 #include <stdsoap2.h>
 
 #include "base/units.h"
+#include "gsoap/request_headers.h"
 #include "webServer.h"
 
 // Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
@@ -127,7 +128,8 @@ static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 static int writeWithinLimits(struct soap *soap, const char **, size_t *size)
 {
     if (soap->status == SOAP_FILE)
-        return soap->error; // gSOAP sets the error to what is returned, and a file may have failed before
+        return soap
+            ->error; // gSOAP sets the error to what is returned, and a file may have failed before
     // gSOAP writes a control character of the echoed header as five bytes, so a reply could be five times as
     // long as its request. It is held in memory while its client takes it.
     if ((soap->mode & SOAP_IO_LENGTH) != 0 && soap->count + *size > maxReceivedBytes())
@@ -152,6 +154,7 @@ void installLimits(struct soap *soap)
 void startRequest()
 {
     progress = {};
+    forgetAnnouncements();
 }
 
 std::size_t requestBytes()
