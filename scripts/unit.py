@@ -90,6 +90,7 @@ class Unit:
             file.truncate(500 << 20)
         with open(build + "/bench/figures.sh", encoding="utf-8") as settings:
             emulator = re.search("^EMULATOR='(.*)'$", settings.read(), re.MULTILINE)[1].split()
+        self.is_emulated = bool(emulator)
         self.port = free_port()
         self.process = subprocess.Popen(
             [HERE + "/private_mnt", *emulator, build + "/sim/sim", "--port", str(self.port), "--state",
