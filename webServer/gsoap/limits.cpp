@@ -127,9 +127,9 @@ static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 // and when it sends them. How long a file takes is not the client's doing.
 static int writeWithinLimits(struct soap *soap, const char **, size_t *size)
 {
+    // A file may have failed before, and gSOAP sets the error to what is returned.
     if (soap->status == SOAP_FILE)
-        return soap
-            ->error; // gSOAP sets the error to what is returned, and a file may have failed before
+        return soap->error;
     // gSOAP writes a control character of the echoed header as five bytes, so a reply could be five times as
     // long as its request. It is held in memory while its client takes it.
     if ((soap->mode & SOAP_IO_LENGTH) != 0 && soap->count + *size > maxReceivedBytes())
