@@ -43,9 +43,9 @@ class Sequence {
         case 1:
             return command(in_.oneOf("cgiLogout|cgiKeepAlive|cgiOther"), user, headers);
         case 2:
-            return post("fileName="
-                            + in_.oneOf("site.xml|netConfig.xml|userLogin.xml|../a.xml|b/c|")
-                            + "&xmlString=<a>" + in_.bytes(90),
+            return post("fileName=" + in_.oneOf("site.xml|netConfig.xml|linked.xml|../a.xml|b/c|")
+                            + "&xmlString=<a>" + in_.bytes(90)
+                            + std::string(in_.oneIn(8) ? in_.upTo(500000) : 0, 'x'),
                         headers, in_.oneOf("/cgi/upconfig|/cgi/printenv.html"));
         case 3:
             return post(envelope(in_.oneOf("getUsersList|getUserAuth|getRbacPerm|getLockedUsers"),
