@@ -164,12 +164,13 @@ TEST_F(Bounds, TimesEndArrivalsAndDepartures)
     pass(10000);
     EXPECT_EQ("", silent.rest());
     EXPECT_EQ("", cut.rest());
-    EXPECT_LT(reader.rest().size(), size);
     EXPECT_GT(taker.rest().size() + sizeof taken, size);
     for (int minutes = 1; minutes < 5; ++minutes) {
         EXPECT_TRUE(drips.isOpen());
         drips.send("a");
         pass(59000);
     }
+    // Not earlier: on a busy machine the kernels may still move bytes when the first minute has passed.
+    EXPECT_LT(reader.rest().size(), size);
     EXPECT_EQ("", drips.rest());
 }
