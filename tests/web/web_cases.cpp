@@ -7,7 +7,6 @@
 #include <optional>
 #include <regex>
 #include <sstream>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -66,7 +65,7 @@ class WebCases : public Dialect {
     static inline bool deaf_; // the reply cannot be sent
     static inline int (*send_)(struct soap *, const char *, std::size_t);
 
-    std::optional<std::string> take(const char *option)
+    std::optional<std::string> take(const std::string &option)
     {
         const auto node = next_.extract(option);
         return node.empty() ? std::nullopt : std::optional<std::string>(node.mapped());
@@ -74,9 +73,8 @@ class WebCases : public Dialect {
 
     void requireNoOption()
     {
-        Strings unused;
-        unused.swap(next_);
-        require(unused.empty(), unused.empty() ? "" : unused.begin()->first + " has no effect");
+        for (const auto &[option, text] : std::exchange(next_, {}))
+            throw WrongLine(option + " has no effect");
     }
 
     void exchange(const std::string &bytes)
@@ -165,15 +163,9 @@ class WebCases : public Dialect {
                     end == reply_.size() ? "(none)" : reply_.substr(end + 4));
     }
 
-    void checkPart(const std::string &wanted) const
-    {
-        require(reply_.find(wanted) != std::string::npos,
-                "expected " + shown(wanted) + " in " + shown(reply_));
-    }
-
     void setNext(const std::string &option, const std::string &text)
     {
-        require(!take(option.c_str()), option + " has no effect: it comes twice");
+        require(!take(option), option + " has no effect: it comes twice");
         next_[option] = text;
     }
 
@@ -270,8 +262,6 @@ public:
             free(slot.ip);
         g_webAccess = {};
         soap_done(soap_.get());
-        for (const auto &entry : fs::directory_iterator("/mnt"))
-            umount(entry.path().c_str()); // has no effect on others than small folders
     }
 
     void end() override { requireNoOption(); }
@@ -303,7 +293,11 @@ const std::vector<WebCases::Word> WebCases::REQUESTS = {
 const std::vector<WebCases::Word> WebCases::EXPECTATIONS = {
     {"nothing", [](auto &my, auto &) { requireSame("reply", "", my.reply_); }},
     {"raw (.+)", [](auto &my, auto &a) { requireSame("reply", a[0], my.reply_); }},
-    {"has (.+)", [](auto &my, auto &a) { my.checkPart(a[0]); }},
+    {"has (.+)",
+     [](auto &my, auto &a) {
+         require(my.reply_.find(a[0]) != std::string::npos,
+                 "expected " + shown(a[0]) + " in " + shown(my.reply_));
+     }},
     {"relogin ?(\\w*)",
      [](auto &my, auto &a) { my.checkReply("200", "text/html", reLoginPage(a[0])); }},
     {"([1-9]\\d\\d) (\\S+) ?(.*)", [](auto &my, auto &a) { my.checkReply(a[0], a[1], a[2]); }}};
@@ -321,14 +315,8 @@ const std::vector<WebCases::Word> WebCases::SETTINGS = {
     {"(hang|deaf)", [](auto &my, auto &a) { my.setNext(a[0], ""); }},
     {"file " PATH " ?(.*)", [](auto &, auto &a) { write(a[0], a[1]); }},
     {"fifo " PATH, [](auto &, auto &a) { require(mkfifo(a[0].c_str(), 0600) == 0, "no fifo"); }},
-    {"small " PATH,
-     [](auto &, auto &a) {
-         require(mount("tmpfs", a[0].c_str(), "tmpfs", 0, "size=16k") == 0, "cannot mount");
-     }},
-    {"folder " PATH,
-     [](auto &, auto &a) { require(fs::create_directories(a[0]), "the folder exists"); }},
-    {"remove " PATH,
-     [](auto &, auto &a) { require(fs::remove_all(a[0]) > 0, "nothing to remove"); }},
+    {"folder " PATH, [](auto &, auto &a) { require(fs::create_directories(a[0]), "it exists"); }},
+    {"remove " PATH, [](auto &, auto &a) { require(fs::remove_all(a[0]) > 0, "it is not there"); }},
     {"wait (.+)", [](auto &, auto &a) { skipTime(toNumber<int>(a[0])); }},
     {"failures " ADDRESS, [](auto &, auto &a) { fail(a[0]); }}};
 
