@@ -52,13 +52,3 @@ TEST(Text, IsCutBetweenCharactersAndAnywhereIfItIsNotUtf8)
     for (const auto &[text, limit, kept] : CASES)
         EXPECT_EQ(kept, fittingBytes(text, limit)) << text << limit;
 }
-
-TEST(Text, IsPrintedWithinItsRoom)
-{
-    char text[8] = "unused";
-    EXPECT_EQ(-1, safe_sprintf(text, 0, "%s", "x"));
-    EXPECT_STREQ("unused", text);
-    EXPECT_EQ(3, safe_sprintf(text, 4, "%s", "ab"));
-    EXPECT_EQ(4, safe_sprintf(text, 4, "%s", "0123456789"));
-    EXPECT_STREQ("012", text);
-}
