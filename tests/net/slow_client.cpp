@@ -54,12 +54,6 @@ std::vector<SlowClient> slowClients(std::size_t count, int port, const std::stri
     return clients;
 }
 
-std::string httpPost(const std::string &header, const std::string &body)
-{
-    return "POST / HTTP/1.1\r\n" + header + "Content-Length: " + std::to_string(body.size())
-           + "\r\n\r\n" + body;
-}
-
 void expectServes(int port)
 {
     EXPECT_THAT(talk(port, httpPost("", envelope("getRTU"))), testing::HasSubstr("512Q"));

@@ -28,7 +28,6 @@ public:
 
 std::vector<SlowClient> slowClients(std::size_t count, int port, const std::string &bytes = "");
 
-std::string httpPost(const std::string &header, const std::string &body);
 extern const std::string FORM; // the header line of a form's type
 extern const std::string READ; // an envelope that reads one analog point
 

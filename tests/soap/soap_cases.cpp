@@ -82,8 +82,7 @@ struct Reply {
 // Serves an envelope without a socket.
 static Reply serve(const std::string &request)
 {
-    recordRequest("POST / HTTP/1.1\r\nContent-Length: " + std::to_string(request.size())
-                  + "\r\n\r\n" + request);
+    recordRequest(httpPost("", request));
     struct soap *const soap = soap_new1(SOAP_C_UTFSTRING);
     std::istringstream in(request);
     std::ostringstream out;
@@ -161,20 +160,16 @@ class SoapCases : public Dialect {
             }
     }
 
-    // The request must be refused when the host is changed in this way.
-    void sendRefused(const Request &request, const std::string &given,
-                     const std::string &reason) const
-    {
-        Expected expected;
-        expected.fault = "WebServer Error: " + reason;
-        expected.detail = "ns__" + request.operation;
-        send(request, expected, given);
-    }
-
     void send(const std::string &text, const std::string &expectedText) override
     {
         const Request request = readRequest(text);
         const Expected expected = readExpected(expectedText);
+        const auto sendRefused = [&](const Request &refused, auto &given, const std::string &why) {
+            Expected refusal;
+            refusal.fault = "WebServer Error: " + why;
+            refusal.detail = "ns__" + request.operation;
+            send(refused, refusal, given);
+        };
         send(request, expected, "");
         if (expected.refused)
             for (const auto &[given, reason] : REFUSALS)

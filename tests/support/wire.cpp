@@ -39,9 +39,14 @@ Service::~Service()
 
 std::string Service::post(const std::string &envelope, const std::string &headers) const
 {
-    return talk(port_, "POST / HTTP/1.1\r\nHost: unit\r\nContent-Type: text/xml; charset=utf-8\r\n"
-                           + headers + "Content-Length: " + std::to_string(envelope.size())
-                           + "\r\n\r\n" + envelope);
+    const std::string usual = "Host: unit\r\nContent-Type: text/xml; charset=utf-8\r\n";
+    return talk(port_, httpPost(usual + headers, envelope));
+}
+
+std::string httpPost(const std::string &headers, const std::string &body)
+{
+    return "POST / HTTP/1.1\r\n" + headers + "Content-Length: " + std::to_string(body.size())
+           + "\r\n\r\n" + body;
 }
 
 std::string envelope(const std::string &operation, const std::string &children, bool soap12,

@@ -21,6 +21,9 @@ public:
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
 
+// Returns a POST to "/" with these header lines, each with its CR LF.
+std::string httpPost(const std::string &headers, const std::string &body);
+
 // Waits until the service runs.
 bool startsToRun();
 
