@@ -37,29 +37,26 @@ static bool ended()
 TEST(Bind, FailureIsLoggedAndRebootsTheUnit)
 {
     const int used = freePort(), holder = listenOn(used);
-    const struct {
-        std::string address;
-        int port;
-        const char *reason;
-    } cases[] = {{"127.0.0.1", used, "Address already in use"},
-                 {"127.0.0.1", -1, "Invalid argument"},
-                 {"127.0.0.1", 65536, "Invalid argument"},
-                 {"127.0.0.1", 65536 + 24000, "Invalid argument"},
-                 {"192.0.2.1", 24000, "Cannot assign.*"},
-                 {"no.such.address.invalid", 24000, ".+"}};
-    for (const auto &row : cases) {
-        setenv("SERVER_ADDR", row.address.c_str(), 1);
-        setenv("SERVER_PORT", std::to_string(row.port).c_str(), 1);
+    const std::tuple<std::string, int, const char *> cases[] = {
+        {"127.0.0.1", used, "Address already in use"},
+        {"127.0.0.1", -1, "Invalid argument"},
+        {"127.0.0.1", 65536, "Invalid argument"},
+        {"127.0.0.1", 65536 + 24000, "Invalid argument"},
+        {"192.0.2.1", 24000, "Cannot assign.*"},
+        {"no.such.address.invalid", 24000, ".+"}};
+    for (const auto &[address, port, reason] : cases) {
+        setenv("SERVER_ADDR", address.c_str(), 1);
+        setenv("SERVER_PORT", std::to_string(port).c_str(), 1);
         FakeHost fake;
         EXPECT_EQ(0, httpd());
         EXPECT_TRUE(waitFor([&] { return fake.calls().size() == 2 && ended(); }));
-        EXPECT_EQ("sync() reboot(0x01234567)", fake.callsText());
+        EXPECT_EQ("sync() reboot(" + std::to_string(0x01234567) + ")", fake.callsText());
         EXPECT_EQ(-1, __atomic_load_n(&g_wsSocket, __ATOMIC_ACQUIRE));
         EXPECT_EQ(0, g_wsRunningSocket);
-        EXPECT_THAT(fake.log(), testing::ContainsRegex(
-                                    "E webServer: rebooting system since socket binding fails for "
-                                    + row.address + ":" + std::to_string(row.port)
-                                    + ". Soap error: " + row.reason + "\n"));
+        EXPECT_THAT(fake.log(),
+                    testing::ContainsRegex(
+                        "E webServer: rebooting system since socket binding fails for " + address
+                        + ":" + std::to_string(port) + ". Soap error: " + reason + "\n"));
     }
     close(holder);
     unsetenv("SERVER_ADDR");
@@ -93,23 +90,23 @@ TEST(Close, IdleServiceStopsQuietlyAndCanStartAgain)
 {
     FakeHost fake;
     const int port = freePort();
-    const std::string closing = "I webServer: closing\n",
-                      listening =
-                          "webServer: Listening address 127.0.0.1:" + std::to_string(port) + "\n";
-    std::string printed, expected = closing;
+    const std::string closing = "I webServer: closing\n";
+    const std::string listening =
+        "webServer: Listening address 127.0.0.1:" + std::to_string(port) + "\n";
+    std::string printed, logged = closing;
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, ws_soap_close()) << "nothing to close yet";
     for (int run = 0; run < 3; ++run) {
         const Service service(port); // on which connections of the run before still linger
         EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("<return>512Q</return>"));
         printed += listening;
-        expected.append("I ").append(listening).append(closing);
+        logged.append("I ").append(listening).append(closing);
     }
     EXPECT_EQ(printed, testing::internal::GetCapturedStdout());
     EXPECT_EQ(-1, g_wsSocket);
     EXPECT_EQ(0, g_wsRunningSocket);
     EXPECT_EQ(0, ws_soap_close());
-    EXPECT_EQ(expected + closing, fake.log());
+    EXPECT_EQ(logged + closing, fake.log());
 }
 
 // A host may start the service again, with the same context, as soon as the socket is gone.
@@ -119,14 +116,13 @@ TEST(Close, ReleasesTheContextFirstAndReturnsWhatClosingTheListeningSocketReturn
     readConfiguration();
     FakeHost fake;
     struct soap *soap = soap_new();
-    const auto reportRelease = [](struct soap *, struct soap_plugin *plugin, void *) -> int {
+    soap_register_plugin(soap, [](struct soap *, struct soap_plugin *plugin, void *) -> int {
         plugin->id = "released";
         plugin->fdelete = [](struct soap *, struct soap_plugin *) {
             host().record(g_wsSocket == -1 ? "late" : "in time");
         };
         return SOAP_OK;
-    };
-    soap_register_plugin(soap, reportRelease);
+    });
     auto result = std::async(std::launch::async, ws_soap_main, soap);
     EXPECT_TRUE(startsToRun());
     EXPECT_EQ(0, ws_soap_close());
@@ -236,46 +232,16 @@ TEST(Memory, FaultsNeedNoneAndDoNotOutliveTheirRequest)
     soap_free(soap);
 }
 
-TEST(Close, WaitsTenSecondsForTheRequestThatIsBeingServed)
-{
-    FakeHost fake;
-    std::mutex busy;
-    busy.lock();
-    fake.onRead = [&](char *) {
-        fake.record("busy");
-        const std::lock_guard<std::mutex> wait(busy);
-        return 0;
-    };
-    {
-        const Service service;
-        const SlowClient client(service.port(), httpPost("", READ));
-        EXPECT_TRUE(waitFor([&] { return fake.calls().size() == 2; }));
-
-        EXPECT_EQ(1, ws_soap_close());
-        EXPECT_EQ(2U + 10U, fake.calls().size()) << "ten waits of a second";
-        busy.unlock();
-        EXPECT_THAT(client.rest(), HasSubstr("200 OK")) << "the request is still answered";
-    }
-    EXPECT_EQ("sleep(1)", fake.calls().back());
-}
-
-TEST(Service, RunsInAThreadNamedWebServerThatBlocksSigpipe)
-{
-    FakeHost fake;
-    fake.onRead = [](char *text) {
-        prctl(PR_GET_NAME, text);
-        sigset_t blocked;
-        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
-        return sigismember(&blocked, SIGPIPE) == 1 ? 0 : 2;
-    };
-    EXPECT_THAT(Service().post(READ), HasSubstr("<return>webServer</return>"));
-}
-
-TEST(Service, LetsAHundredConnectionsWaitAndKeepsItsSocketsFromProgramsAndDescriptorZero)
+TEST(Service, HasItsOwnThreadAndSocketsThatNoProgramInherits)
 {
     FakeHost fake;
     pgf_parseAuth = [](struct soap *soap, int) -> int {
-        host().record(fcntl(soap->socket, F_GETFD) == FD_CLOEXEC ? "kept" : "passed on");
+        char name[16];
+        prctl(PR_GET_NAME, name);
+        sigset_t blocked;
+        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        host().record(name + (sigismember(&blocked, SIGPIPE) == 1 ? " without SIGPIPE, "s : ", "s)
+                      + (fcntl(soap->socket, F_GETFD) == FD_CLOEXEC ? "kept" : "passed on"));
         return WS_ALLOWED;
     };
     const int input = dup(STDIN_FILENO);
@@ -291,7 +257,7 @@ TEST(Service, LetsAHundredConnectionsWaitAndKeepsItsSocketsFromProgramsAndDescri
         getsockopt(listener, IPPROTO_TCP, TCP_INFO, &info, &size);
         EXPECT_TRUE(size < sizeof info || info.tcpi_sacked == 100) << "not told by the emulator";
         service.post(envelope("thmGetInfo"));
-        EXPECT_EQ("kept", fake.calls().back());
+        EXPECT_EQ("webServer without SIGPIPE, kept", fake.calls().back());
     }
     dup2(input, STDIN_FILENO);
     close(input);

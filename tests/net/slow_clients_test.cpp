@@ -131,19 +131,17 @@ TEST_F(SlowClients, ShareNothing)
     std::vector<SlowClient> clients;
     std::vector<std::string> requests, expected;
     for (int i = 2; i < 22; ++i) {
-        const std::string n = std::to_string(i), from = "127.0.0." + n;
+        const auto own = [i](const std::string &text) {
+            return replaced(text, {{"#", std::to_string(i)}});
+        };
         const bool known = i % 2 == 0; // every other one brings no cookie and no Host
-        clients.emplace_back(port, "", from);
-        std::string header = "Host: unit", caller = " http://unit";
-        header.append(n).append("\r\nCookie: SESSIONID=id").append(n).append("\r\n");
-        caller.append(n).append("/ id").append(n);
+        const std::string header = known ? "Host: unit#\r\nCookie: SESSIONID=id#\r\n" : "";
+        const std::string fields = "<binContName>P#Q</binContName><binName/><function/><arg/>";
+        clients.emplace_back(port, "", own("127.0.0.#"));
         requests.push_back(
-            httpPost(known ? header : "",
-                     envelope("fnPutS", "<binContName>P" + n
-                                            + "Q</binContName><binName/><function/><arg/>"
-                                              "<timeout>1</timeout>")));
-        expected.push_back(from + (known ? caller : " / -"));
-        expected.push_back("fnPutS(P" + n + "Q,,,,128,1)");
+            httpPost(own(header), envelope("fnPutS", own(fields + "<timeout>1</timeout>"))));
+        expected.push_back(own(known ? "127.0.0.# http://unit#/ id#" : "127.0.0.# / -"));
+        expected.push_back(own("fnPutS(P#Q,,,,128,1)"));
     }
     for (std::size_t at = 0; at < 1000; at += 13) // beyond the end of the longest
         for (std::size_t i = 0; i < clients.size(); ++i)
@@ -185,7 +183,9 @@ TEST_F(SlowClients, CloseEndsSilentOnesAndAnswersThoseWhoHaveBegun)
     const Service again(port);
     const SlowClient half(port, request.substr(0, 100)), silent(port), reader(port, asks);
     expectServes(port);
+    fake.forgetCalls();
     EXPECT_EQ(1, ws_soap_close());
+    EXPECT_EQ(std::vector<std::string>(10, "sleep(1)"), fake.calls()) << "ten waits of a second";
     EXPECT_EQ("", silent.rest());
     EXPECT_EQ(-1, connectTo(port)) << "nothing is accepted";
     EXPECT_TRUE(half.isOpen());

@@ -25,9 +25,7 @@ extern "C" {
 
 int reboot(int command)
 {
-    char text[16];
-    snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(command));
-    host().record(std::string("reboot(") + text + ")");
+    host().record("reboot(" + std::to_string(command) + ")");
     return -1;
 }
 
@@ -134,21 +132,17 @@ ssize_t sendfile(int to, int from, off_t *offset, size_t count)
 
 int clock_gettime(clockid_t clock, struct timespec *time)
 {
-    if (clock == CLOCK_THREAD_CPUTIME_ID && hostExists() && host().cpuSecondsPerLook >= 0) {
-        static time_t seconds;
-        *time = {seconds += host().cpuSecondsPerLook, 0};
-        return 0;
-    }
+    static std::atomic<time_t> processorSeconds;
+    const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
     if (clock == CLOCK_MONOTONIC) {
-        const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
         const int64_t ahead = skippedMilliseconds * 1000000 + time->tv_nsec;
         time->tv_sec += static_cast<time_t>(ahead / 1000000000);
         time->tv_nsec = static_cast<long>(ahead % 1000000000);
-        return result;
+    } else if (clock == CLOCK_THREAD_CPUTIME_ID && hostExists() && host().cpuSecondsPerLook >= 0) {
+        *time = {processorSeconds += host().cpuSecondsPerLook, 0};
+    } else if (clock == CLOCK_REALTIME && hostExists() && host().now != 0) {
+        *time = {host().now, 0};
     }
-    if (clock != CLOCK_REALTIME || !hostExists() || host().now == 0)
-        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    *time = {host().now, 0};
-    return 0;
+    return result;
 }
 }
