@@ -1,4 +1,4 @@
-// tests/http/http_test.cpp: the method, the Accept header, forms and the sending of files.
+// tests/http/http_test.cpp: the method, forms and the sending of files.
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -10,10 +10,8 @@
 
 #include "gsoap/body.h"
 #include "gsoap/limits.h"
-#include "http/accept.h"
 #include "http/client_address.h"
 #include "http/form_fields.h"
-#include "http/form_plugin.h"
 #include "http/send_file.h"
 #include "support/fake_host.h"
 #include "webServer.h"
@@ -31,28 +29,6 @@ TEST(ClientInfo, KnowsTheMethodOfTheRequestLineOrOfGsoap)
     }
     EXPECT_EQ(nullptr, httpGetIp(nullptr));
     httpClearIp(nullptr);
-}
-
-TEST(ClientInfo, KnowsWhatTheClientAccepts)
-{
-    struct soap *soap = soap_new();
-    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap)) << "without the plug-in";
-    EXPECT_EQ(SOAP_OK, soap_register_plugin_arg(soap, http_form, nullptr));
-    EXPECT_EQ(ACCEPT_ANY, handleHTTPAccept(soap));
-    static const std::pair<const char *, int> CASES[] = {
-        {"text/html, application/xml, application/json", ACCEPT_JSON},
-        {"text/plain;q=0.5, application/xml", ACCEPT_XML},
-        {"text/html, */*", ACCEPT_HTML},
-        {"*/*, text/plain", ACCEPT_TEXT},
-        {"image/png, */*", ACCEPT_ANY},
-        {"TEXT/PLAIN", ACCEPT_HTML},
-        {"", ACCEPT_HTML}};
-    for (const auto &[accept, result] : CASES) {
-        EXPECT_EQ(SOAP_OK, soap->fparsehdr(soap, "Accept", accept));
-        EXPECT_EQ(result, handleHTTPAccept(soap)) << accept;
-    }
-    soap_end(soap);
-    soap_free(soap);
 }
 
 TEST(Form, IsNullWithoutABody)
