@@ -136,13 +136,9 @@ void run(const std::string &path, const Section &section, const MakeDialect &mak
     attempt(section.lines.back().first, [&] { dialect->end(); });
 }
 
-class CaseTest : public testing::Test {
-    std::function<void()> body_;
-
-public:
-    explicit CaseTest(std::function<void()> body) : body_(std::move(body)) {}
-
-    void TestBody() override { body_(); }
+struct CaseTest : testing::Test {
+    std::function<void()> body;
+    void TestBody() override { body(); }
 };
 
 void registerCases(const std::string &folder, const MakeDialect &make)
@@ -155,7 +151,9 @@ void registerCases(const std::string &folder, const MakeDialect &make)
             testing::RegisterTest((folder + "_" + path.stem().string()).c_str(),
                                   section.name.c_str(), nullptr, nullptr, path.c_str(),
                                   section.line, [=]() -> testing::Test * {
-                                      return new CaseTest([=] { run(path, section, make); });
+                                      auto *const test = new CaseTest;
+                                      test->body = [=] { run(path, section, make); };
+                                      return test;
                                   });
     }
 }
