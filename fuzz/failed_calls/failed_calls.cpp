@@ -320,7 +320,7 @@ static bool runCalls(const std::string &name, const Counts &calls, unsigned long
     static unsigned long turn = 0;
     bool good = true;
     for (int call = 0; call < CALL_COUNT; ++call)
-        for (unsigned long i = 0; i < 2 * calls[call]; ++i) {
+        for (unsigned long i = 0; i < 2 * calls[static_cast<std::size_t>(call)]; ++i) {
             const unsigned long first = i / 2 + 1;
             const bool allAfter = i % 2 != 0;
             if (turn++ % step != 0 && control->failed[call] != 0)

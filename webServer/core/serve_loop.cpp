@@ -64,7 +64,7 @@ int openService(struct soap *soap)
     registerPlugins(soap);
     ignoreResponseHeaders(soap);
     readCookieHeaders(soap, isSessionId);
-    writeCookieHeaders(soap);
+    installCookieHeader(soap);
     installTransport(soap);
     installLimits(soap);
     installMemoryChecks(soap);

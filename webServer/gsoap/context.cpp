@@ -58,14 +58,17 @@ void configureContext(struct soap *soap)
 }
 
 // Does what soap_end does, with less work. soap_end also frees attributes, namespaces and references, for
-// which it walks two tables of 48 KB. soap_begin_recv walks them again before it reads the next request, so
-// what a short request has left there can wait for it.
+// which it walks two tables of together 48 KB. soap_begin_recv walks them again before it reads the next
+// request, so what a short request has left there can wait for it. The blocks of a reply that could not be
+// sent may be many, and cannot wait.
 static void endRequest(struct soap *soap)
 {
-    if (requestBytes() > SHORT_REQUEST_BYTES)
-        return soap_end(soap);
-    soap_dealloc(soap, nullptr);
-    soap_closesock(soap);
+    if (requestBytes() > SHORT_REQUEST_BYTES || soap->blist != nullptr) {
+        soap_end(soap);
+    } else {
+        soap_dealloc(soap, nullptr);
+        soap_closesock(soap);
+    }
 }
 
 // The next request may be another client's, so nothing of this one may reach it. gSOAP keeps what is
@@ -74,7 +77,7 @@ static void endRequest(struct soap *soap)
 void forgetRequest(struct soap *soap)
 {
     noteLackOfMemory(soap);
-    soap_destroy(soap); // before soap_end, which would forget what it has to delete
+    soap_destroy(soap); // first, because soap_end would forget what it has to delete
     endRequest(soap);
     lendFault(soap);
     soap_free_cookies(soap);

@@ -1,4 +1,5 @@
-// gsoap/limits.cpp: refuses requests that gSOAP would accept or work on for too long, and ends such replies.
+// gsoap/limits.cpp: refuses requests that gSOAP would accept or work on for too long, and ends replies that are
+// too long or take too long.
 #include "gsoap/limits.h"
 
 #include <algorithm>
@@ -10,9 +11,6 @@
 #include "gsoap/request_headers.h"
 #include "webServer.h"
 
-// Backstop: some gSOAP paths are super-linear in the size of a request and have no limit, so the
-// processor time of a request is capped as well: at g_webCpuMs, from the second receive on.
-static constexpr double SECONDS_PER_MS = 1e-3;
 static constexpr std::size_t LOOK_BYTES = 4096; // received or written between two checks
 
 // gSOAP keeps every attribute name of a request and compares each new one with all before it. Half a
@@ -50,9 +48,11 @@ static bool hasTooManyAttributes(const struct soap *soap)
     return names > MAX_ATTRIBUTE_NAMES;
 }
 
+// Some gSOAP paths are super-linear in the size of a request and have no limit, so its processor time is
+// limited as well, from the second receive on.
 static bool isOverTime(double cpuSeconds)
 {
-    return cpuSeconds - progress.cpuSecondsAtStart > g_webCpuMs * SECONDS_PER_MS;
+    return cpuSeconds - progress.cpuSecondsAtStart > g_webCpuMs / 1000.0;
 }
 
 static bool isOverLimit(const struct soap *soap, double cpuSeconds)
@@ -62,8 +62,8 @@ static bool isOverLimit(const struct soap *soap, double cpuSeconds)
            || isOverTime(cpuSeconds);
 }
 
-// Looks at the time that gSOAP has needed to receive the request and to write so much of its reply. The time
-// between the two is the host's.
+// Looks at the time that gSOAP has needed to receive the request and to write so much of its reply. What is
+// between the last receive and the first look is nearly all the host's.
 static bool isReplyOverTime()
 {
     const double cpuSeconds = threadCpuSeconds();
@@ -124,16 +124,17 @@ static size_t receiveWithinLimits(struct soap *soap, char *to, size_t size)
 }
 
 // The ffiltersend callback. gSOAP calls it with each piece of a SOAP reply twice: when it counts the bytes,
-// and when it sends them. How long a file takes is not the client's doing.
+// and when it sends them. It sets the error to what is returned. Files are not counted, and have no limit of
+// time, because the client has not made them.
 static int writeWithinLimits(struct soap *soap, const char **, size_t *size)
 {
-    // A file may have failed before, and gSOAP sets the error to what is returned.
-    if (soap->status == SOAP_FILE)
-        return soap->error;
+    const bool counts = (soap->mode & SOAP_IO_LENGTH) != 0;
     // gSOAP writes a control character of the echoed header as five bytes, so a reply could be five times as
     // long as its request. It is held in memory while its client takes it.
-    if ((soap->mode & SOAP_IO_LENGTH) != 0 && soap->count + *size > maxReceivedBytes())
+    if (counts && soap->count + *size > maxReceivedBytes())
         return SOAP_LENGTH; // gSOAP answers with a fault, without the header
+    if (!counts && soap->status == SOAP_FILE)
+        return soap->error; // a block may have failed before
     const std::size_t looks = progress.written / LOOK_BYTES;
     progress.written += *size;
     // A short reply needs no look at the clock.

@@ -1,4 +1,5 @@
-// gsoap/limits.h: refuses requests that gSOAP would accept or work on for too long, and ends such replies.
+// gsoap/limits.h: refuses requests that gSOAP would accept or work on for too long, and ends replies that are too
+// long or take too long.
 #pragma once
 
 #include <cstddef>

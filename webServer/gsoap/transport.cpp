@@ -47,8 +47,8 @@ static int sendOrKeep(struct soap *soap, const char *bytes, size_t count)
     return count == 0 || sendReply(bytes, count) ? SOAP_OK : SOAP_EOF;
 }
 
-// gSOAP shuts down and closes when it has handed over the reply. The connection does both when the client
-// has taken it.
+// gSOAP shuts down and closes when it has handed over the reply. The connection ends when the client has taken
+// it.
 static int shutDownLater(struct soap *soap, SOAP_SOCKET socket, int how)
 {
     return isServed(socket) ? SOAP_OK : shutDown(soap, socket, how);

@@ -50,7 +50,7 @@ static int postCookieHeader(struct soap *soap, const char *key, const char *valu
 }
 }
 
-void writeCookieHeaders(struct soap *soap)
+void installCookieHeader(struct soap *soap)
 {
     postHeader = soap->fposthdr;
     soap->fposthdr = postCookieHeader;

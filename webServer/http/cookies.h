@@ -13,6 +13,6 @@ const char *sessionCookie(const struct soap *soap);
 // cookies. Returns false when there is no memory for the cookie: the reply then sets none.
 bool setSessionCookie(struct soap *soap, const char *id);
 
-// Puts itself between gSOAP and its writer of header lines. With WEB_STRICT, browsers then keep cookies from
-// requests of other sites.
-void writeCookieHeaders(struct soap *soap);
+// Puts itself between gSOAP and its writer of header lines. With WEB_STRICT, Set-Cookie then says SameSite=Strict,
+// and browsers send the cookie only with requests of the unit's own pages.
+void installCookieHeader(struct soap *soap);

@@ -4,5 +4,5 @@
 struct soap;
 
 // Returns true when the request's Origin header names another host or port than its Host header. Programs
-// send no Origin, and neither do browsers that only fetch from the page's own site.
+// send no Origin.
 bool namesAnotherOrigin(const struct soap *soap);

@@ -9,19 +9,19 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-// Never waits. What is sent waits in the kernel for more, or for the shutdown that follows the reply, so
+// Never waits. What is sent waits in the kernel for more, or for the close that follows the reply, so
 // that the last bytes and the end of the connection leave together.
 static constexpr int SEND_FLAGS = MSG_DONTWAIT | MSG_NOSIGNAL | MSG_MORE;
-static constexpr std::size_t MOST_BYTES_AT_ONCE = MIB; // then other clients have their turn
+static constexpr std::size_t MOST_BYTES_AT_ONCE = 256 * KIB; // then other clients have their turn
 // Up to this size, and where the kernel cannot send from the file, a part is read and sent: sendfile costs
 // more to set up than so few bytes to copy.
 static constexpr std::size_t COPY_BYTES = 16 * KIB;
 
-// A long file has more of the kernel's memory than SOCKET_BUFFER_BYTES, and leaves in fewer turns. What fills
-// it are the file's own pages, which sendfile does not copy. A turn can fill it, so that a client that takes
-// nothing leaves no room for a last attempt that would look like progress.
-static constexpr std::size_t LONG_FILE_BYTES = 256 * KIB;
-static constexpr int LONG_FILE_BUFFER_BYTES = MOST_BYTES_AT_ONCE / 2; // the kernel doubles it
+// A long file may fill more of the kernel's memory than SOCKET_BUFFER_BYTES, and so leaves in fewer turns. It fills
+// it with its own pages, which sendfile does not copy. The size is two turns, so that the last turn fills it: if
+// room were left, an attempt after a minute would still send something, and a client that takes nothing would
+// stay for another minute.
+static constexpr int LONG_FILE_BUFFER_BYTES = MOST_BYTES_AT_ONCE; // the kernel doubles it
 
 static bool wouldWait(ssize_t result)
 {
@@ -89,7 +89,7 @@ std::size_t Departure::sendFile(int socket, FilePart *file)
     const bool small = count <= COPY_BYTES;
     if (!small)
         sent = sendfile(socket, file->descriptor, &offset, count);
-    if (sent > 0 && file->offset == 0 && file->length > LONG_FILE_BYTES)
+    if (sent > 0 && file->offset == 0 && file->length > MOST_BYTES_AT_ONCE)
         setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &LONG_FILE_BUFFER_BYTES,
                    sizeof LONG_FILE_BUFFER_BYTES);
     if (small || (sent < 0 && (errno == EINVAL || errno == ENOSYS)))

@@ -13,6 +13,9 @@ static void finish(Connection *connection)
          total < MAX_DROPPED_BYTES
          && (count = recv(connection->socket, dropped, sizeof dropped, MSG_DONTWAIT)) > 0;)
         total += static_cast<std::size_t>(count);
+    // If there is more, close() would drop the reply's last bytes.
+    if (total >= MAX_DROPPED_BYTES)
+        shutdown(connection->socket, SHUT_WR);
     dropConnection(connection);
 }
 

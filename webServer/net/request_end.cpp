@@ -63,16 +63,16 @@ static bool isFormType(const char *type)
 }
 
 // Returns true when the text ends with the end tag of an envelope.
-static bool closesEnvelope(const char *text, std::size_t size)
+static bool endsWithEnvelope(const char *text, std::size_t size)
 {
     static constexpr char END[] = "Envelope>";
     static constexpr std::size_t LENGTH = sizeof END - 1;
     while (size > 0 && isSpaceOrControl(text[size - 1]))
         --size;
-    if (size <= LENGTH || memcmp(text + size - LENGTH, END, LENGTH) != 0)
+    if (size < LENGTH || memcmp(text + size - LENGTH, END, LENGTH) != 0)
         return false;
-    const char before = text[size - LENGTH - 1];
-    return before == ':' || before == '/';
+    const auto *tag = static_cast<const char *>(memrchr(text, '<', size - LENGTH));
+    return tag != nullptr && tag[1] == '/';
 }
 
 void RequestEnd::endLine()
@@ -148,8 +148,9 @@ std::size_t RequestEnd::step(const char *data, std::size_t size)
         return count;
     }
     case ENVELOPE: {
-        if (size == remaining_
-            && closesEnvelope(data, size)) { // nearly always, and no tag to count
+        // Nearly always all announced bytes are here, and the last tag closes the envelope. Then the tags need not
+        // be counted.
+        if (size == remaining_ && endsWithEnvelope(data, size)) {
             state_ = COMPLETE;
             return size;
         }

@@ -1,4 +1,4 @@
-// session/login_delay.cpp: with WEB_STRICT, lets an address wait after each failed login before the next
+// session/login_delay.cpp: with WEB_STRICT, makes an address wait after each failed login before the next
 // one. The service thread serves everybody, so it does not wait itself: a login that comes too early is
 // refused, right or wrong.
 #include "session/login_delay.h"
@@ -9,8 +9,8 @@
 #include "webServer.h"
 
 static constexpr int FIRST_DELAY_MS = 1000;
-static constexpr int LONGEST_DELAY_MS = 16 * FIRST_DELAY_MS; // nobody is locked out
-static constexpr int ADDRESSES = 64; // a further one takes the place of the first whose wait ends
+static constexpr int LONGEST_DELAY_MS = 16 * FIRST_DELAY_MS; // then the next login counts again
+static constexpr int ADDRESSES = 64; // a further one takes the place of that with the shortest wait
 
 struct Delay {
     uint32_t address;
@@ -39,8 +39,10 @@ static Delay *firstToEnd()
 
 bool loginIsTooEarly(uint32_t address)
 {
+    if (g_webStrict == 0)
+        return false;
     const Delay *delay = delayOf(address);
-    return g_webStrict != 0 && delay != nullptr && monotonicNow() < delay->end;
+    return delay != nullptr && monotonicNow() < delay->end;
 }
 
 void delayNextLogin(uint32_t address)
@@ -48,10 +50,12 @@ void delayNextLogin(uint32_t address)
     if (g_webStrict == 0)
         return;
     Delay *delay = delayOf(address);
-    if (delay == nullptr)
-        *(delay = firstToEnd()) = {address, FIRST_DELAY_MS, 0};
-    else
+    if (delay == nullptr) {
+        delay = firstToEnd();
+        *delay = {address, FIRST_DELAY_MS, 0};
+    } else {
         delay->milliseconds = std::min(2 * delay->milliseconds, LONGEST_DELAY_MS);
+    }
     delay->end = monotonicNow() + delay->milliseconds;
 }
 

@@ -59,9 +59,9 @@ static bool isAllowed(struct soap *soap, FileAccess access)
     return hasSession(soap) && (access == FOR_SESSIONS || g_csEnabled == 0 || mayRead(soap));
 }
 
-// With WEB_STRICT the rule must have seen the whole name of the file and nothing more. Otherwise
-// "netConfig.xml?x.png" would count as a picture. Pages take a query.
-static bool isSeenByRule(const FileRule &rule, const char *target, const char *path)
+// Returns true when the rule was found by the file's name and nothing more: "netConfig.xml?x.png" counts as a
+// picture by its query. Pages take a query.
+static bool wasFoundByName(const FileRule &rule, const char *target, const char *path)
 {
     return rule.match == MATCH_PATH || strcmp(target, path) == 0;
 }
@@ -83,7 +83,7 @@ int http_get_handler(struct soap *soap)
     const bool whole = locateFile(target, path, name);
 
     const FileRule *rule = findFileRule(target, path);
-    if (rule == nullptr || (g_webStrict != 0 && !(whole && isSeenByRule(*rule, target, path))))
+    if (rule == nullptr || (g_webStrict != 0 && !(whole && wasFoundByName(*rule, target, path))))
         return REFUSED;
     if (rule->access == LOG_FOR_READERS)
         return sendLog(soap, rule->contentType);
