@@ -153,7 +153,7 @@ static void writeText(char *to, const std::string &text, std::size_t size)
         va_start(arguments, format);                                                               \
         vsnprintf(line, sizeof line, format, arguments);                                           \
         va_end(arguments);                                                                         \
-        host().write(level + std::string(line));                                                   \
+        host().write((level) + std::string(line));                                                 \
     }
 
 extern "C" {

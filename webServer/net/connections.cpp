@@ -58,7 +58,8 @@ static void tryAll(struct pollfd *polled, int count)
 {
     usleep(BLIND_WAIT_MICROSECONDS);
     for (int i = 0; i <= count; ++i)
-        polled[i].revents = polled[i].fd == -1 ? 0 : polled[i].events;
+        if (polled[i].fd != -1)
+            polled[i].revents = polled[i].events;
     if (count == MAX_CONNECTIONS)
         polled[count].revents = 0;
 }
