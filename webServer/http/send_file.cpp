@@ -47,13 +47,13 @@ static int collectFile(struct soap *soap, const char *path, const char *contentT
 
 // ---- Folders -----------------------------------------------------------------------------------
 
-// Fails the response when the last call failed for want of memory or descriptors, or could not read the
-// device: what is there must not look as if it were missing.
+// Fails the response when the last call failed for want of memory or descriptors, could not read the device,
+// or was interrupted: what is there must not look as if it were missing.
 static void failWithoutAnswer(struct soap *soap)
 {
     if (isShortage(errno))
         soap->error = SOAP_EOM;
-    else if (errno == EIO)
+    else if (errno == EIO || errno == EINTR)
         soap->error = SOAP_EOF;
 }
 
