@@ -152,12 +152,16 @@ class Unit:
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.process.pid}/fd"))
 
-    def service_seconds(self):
-        """Processor time of the service thread since its start."""
+    def service_thread(self):
+        """Its id, as text."""
         tasks = f"/proc/{self.process.pid}/task/"
         for task in os.listdir(tasks):
             with open(tasks + task + "/comm", encoding="ascii") as name:
                 if name.read() == "webServer\n":
-                    with open(tasks + task + "/schedstat", encoding="ascii") as times:
-                        return int(times.read().split()[0]) / 1e9
+                    return task
         raise RuntimeError("no service thread")
+
+    def service_seconds(self):
+        """Processor time of the service thread since its start."""
+        with open(f"/proc/{self.process.pid}/task/{self.service_thread()}/schedstat", encoding="ascii") as times:
+            return int(times.read().split()[0]) / 1e9
