@@ -90,6 +90,7 @@ int ws_soap_main(struct soap *soap)
     if (listener == SOAP_INVALID_SOCKET) {
         const int result = rebootUnit(soap);
         releaseContext(soap);
+        setListeningSocket(SOAP_INVALID_SOCKET); // once more: the context is free for another start
         return result;
     }
 
