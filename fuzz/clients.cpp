@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <poll.h>
+#include <pthread.h>
 #include <stdsoap2.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -15,10 +16,14 @@
 #include "core/serve_loop.h"
 #include "net/connections.h"
 #include "support/fake_host.h"
+#include "webServer.h"
 
 struct soap *const context = new struct soap;
 static std::vector<Call *> calls;
 static std::unique_ptr<Call> another; // ends the wait when the service has dropped all the others
+static void *(*mainThread)(void *);   // of the service that has been started last
+static int looksUntilClose = -1;      // of that service; negative: its host does not close it
+static int failingAccepts, acceptError;
 
 void must(bool condition, const char *what, const std::string &shown)
 {
@@ -61,9 +66,13 @@ extern "C" {
 int poll(struct pollfd *polled, nfds_t count, int milliseconds)
 {
     std::for_each(calls.begin(), calls.end(), act);
+    if (looksUntilClose >= 0 && (looksUntilClose-- == 0 || allHaveEnded())) {
+        looksUntilClose = -1;
+        ws_soap_close();
+    }
     const struct timespec atOnce = {};
     int ready = ppoll(polled, count, &atOnce, nullptr);
-    if (polled[count - 1].fd == context->master) {
+    if (polled[count - 1].fd != -1 && (polled[count - 1].revents & POLLHUP) == 0) {
         if (allHaveEnded()) {
             another = std::make_unique<Call>(Call{get("/")});
             calls.push_back(another.get());
@@ -76,8 +85,14 @@ int poll(struct pollfd *polled, nfds_t count, int milliseconds)
     return ready;
 }
 
-int accept4(int, struct sockaddr *address, socklen_t *size, int)
+int accept4(int listener, struct sockaddr *address, socklen_t *size, int)
 {
+    struct pollfd closed = {listener, 0, 0};
+    const struct timespec atOnce = {};
+    if (ppoll(&closed, 1, &atOnce, nullptr) != 0)
+        return errno = EINVAL, -1;
+    if (failingAccepts > 0 && failingAccepts-- > 0)
+        return errno = acceptError, -1;
     const auto next =
         std::find_if(calls.begin(), calls.end(), [](auto *call) { return !call->connected; });
     int pair[2];
@@ -101,6 +116,23 @@ int setsockopt(int, int, int, const void *, socklen_t) noexcept // a pair of soc
     return 0;
 }
 
+int pthread_create(pthread_t *, const pthread_attr_t *, void *(*run)(void *), void *) noexcept
+{
+    mainThread = run;
+    return 0;
+}
+
+int pthread_detach(pthread_t) noexcept
+{
+    return 0;
+}
+
+int usleep(useconds_t microseconds)
+{
+    skipTime(static_cast<int>(microseconds / 1000));
+    return 0;
+}
+
 } // extern "C"
 
 // There may be several: "100 Continue" first, and a page before the fault of getUserAuth.
@@ -118,6 +150,14 @@ static void mustBeResponses(const Call &call)
     }
 }
 
+static void forgetCalls(const std::vector<Call> &together)
+{
+    std::vector<Call *>().swap(calls);
+    another.reset();
+    if (together.size() < 100) // some of a crowd must give way
+        std::for_each(together.begin(), together.end(), mustBeResponses);
+}
+
 void exchange(std::vector<Call> *together)
 {
     for (Call &call : *together)
@@ -127,10 +167,32 @@ void exchange(std::vector<Call> *together)
         awaitDepartures();
         std::for_each(calls.begin(), calls.end(), act);
     }
-    std::vector<Call *>().swap(calls);
-    another.reset();
-    if (together->size() < 100) // some of a crowd must give way
-        std::for_each(together->begin(), together->end(), mustBeResponses);
+    forgetCalls(*together);
+}
+
+void exchangeUntilClosed(std::vector<Call> *together, int looks)
+{
+    for (Call &call : *together)
+        calls.push_back(&call);
+    looksUntilClose = looks;
+    host().forgetCalls();
+    must(webServer_Web_Start() == 0, "no start");
+    mainThread(nullptr);
+    const bool rebooted = host().callsText().find("reboot") != std::string::npos;
+    must(rebooted == (looksUntilClose != -1), "closed, or rebooted");
+    must(g_wsSocket == -1 && g_wsRunningSocket == 0, "it still runs");
+    looksUntilClose = -1;
+    for (Call *call : calls)
+        while (call->socket != -1)
+            act(call);
+    forgetCalls(*together);
+    openConnections(context->master);
+}
+
+void failAccepts(int count, int error)
+{
+    failingAccepts = count;
+    acceptError = error;
 }
 
 std::string exchange(Call call)

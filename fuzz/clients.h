@@ -26,6 +26,12 @@ extern struct soap *const context; // of the service
 void exchange(std::vector<Call> *calls);
 std::string exchange(Call call);
 
+// Starts another service, which serves the calls until its host closes it: at the given look at the sockets, or
+// when all connections have ended. It may have no port, and reboot instead.
+void exchangeUntilClosed(std::vector<Call> *calls, int looks);
+
+void failAccepts(int count, int error); // the next ones
+
 // The bytes of requests. Each header ends in CR LF. command() is a form as the pages send it.
 std::string get(const std::string &target, const std::string &headers = "");
 std::string post(const std::string &body, const std::string &headers = "",

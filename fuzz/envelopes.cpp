@@ -117,7 +117,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     Envelope in(data, size);
     FreshUnit unit(in.ConsumeBool());
     unit.host.verdict = in.PickValueInArray<int>({WS_ALLOWED, WS_ALLOWED, WS_NOT_AUTHENTICATED, 1});
-    unit.host.status = unit.host.readResult = static_cast<int>(in.upTo(3)) - 1;
+    unit.host.status = unit.host.readResult = static_cast<int>(in.upTo(5)) - 1;
+    unit.host.timeModule = in.oneIn(8) ? 0 : 1;
     unit.host.point = unit.host.answer = in.bytes(400);
     g_webRemote = in.oneIn(2) ? 1 : 0;
     const std::string type =

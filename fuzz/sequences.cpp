@@ -1,10 +1,30 @@
 // fuzz/sequences.cpp: up to 40 requests from four addresses: logins, cookies of all, uploads, pages, calls.
+#include <cerrno>
+#include <cstdlib>
 #include <map>
 #include <set>
 
 #include "choices.h"
 #include "support/wire.h"
 #include "unit.h"
+
+// Sets the environment without memory of its own: to what the function chooses of the values between "|".
+template <typename Choose> static void configure(Choose choose)
+{
+    static const char *const CHOICES[][2] = {
+        {"SERVER_PORT",   "33081|33082|0|x|-1|70000"}, // those from "-1" on: no start
+        {"SERVER_ADDR",   "127.0.0.1||192.0.2.1"    }, // the last is not this machine's
+        {"WEB_STRICT",    "N|Y"                     },
+        {"WEB_IS_REMOTE", "N|Y"                     },
+        {"WEB_CPU_MS",    "2000|-1|x"               }
+    };
+    static char settings[std::size(CHOICES)][40];
+    for (std::size_t i = 0; i < std::size(CHOICES); ++i) {
+        const std::string value = choose(CHOICES[i][1]);
+        snprintf(settings[i], sizeof settings[i], "%s=%s", CHOICES[i][0], value.c_str());
+        putenv(settings[i]);
+    }
+}
 
 class Sequence {
     Choices in_;
@@ -19,6 +39,9 @@ class Sequence {
         unit_.host.sessionId = in_.oneOf("host-session|host-other||host;\r\nX: y");
         unit_.host.milliseconds += in_.ConsumeIntegral<uint32_t>();
         skipTime(static_cast<int>(in_.upTo(400000)));
+        if (in_.oneIn(4))
+            failAccepts(static_cast<int>(in_.upTo(5)),
+                        in_.PickValueInArray({EMFILE, ECONNABORTED}));
     }
 
     std::string cookie()
@@ -84,6 +107,7 @@ public:
     Sequence(const uint8_t *data, std::size_t size) : in_(data, size), unit_(in_.ConsumeBool())
     {
         g_webStrict = in_.oneIn(2) ? 1 : 0;
+        failAccepts(0, 0);
     }
 
     void run()
@@ -102,7 +126,12 @@ public:
             requests += calls.size();
             if (in_.oneIn(128)) // more than the unit has places for
                 calls.resize(calls.size() + in_.upTo(300), {in_.bytes(9), 9, false});
-            exchange(&calls);
+            if (in_.oneIn(16)) {
+                configure([&](const std::string &values) { return in_.oneOf(values); });
+                exchangeUntilClosed(&calls, static_cast<int>(in_.upTo(20)));
+            } else {
+                exchange(&calls);
+            }
             for (const Call &call : calls)
                 if (!cookieOf(call.reply).empty())
                     owners_[cookieOf(call.reply)].insert(call.client);
@@ -118,6 +147,7 @@ public:
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
 {
+    configure([](const std::string &values) { return values.substr(0, values.find('|')); });
     Sequence(data, size).run();
     return 0;
 }

@@ -138,6 +138,7 @@ static bool leaveMachine()
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
     must(leaveMachine(), "no machine of its own", strerror(errno));
+    setbuf(stdout, nullptr); // the first line that a start prints would keep memory
     FakeHost host;
     setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
     readConfiguration();
