@@ -105,6 +105,14 @@ TEST_F(Gsoap, LimitsTheSizeOfARequestAndItsProcessorTime)
     EXPECT_THAT(service.post(envelope("getRTU")), HasSubstr("512Q"));
 }
 
+TEST_F(Gsoap, SendsFaultsToClientsThatHaveEndedTheirSide)
+{
+    for (const char *method : {"POST", "PUT"}) {
+        const std::string request = method + httpPost("", envelope("none")).substr(strlen("POST"));
+        EXPECT_THAT(talk(service.port(), request, "127.0.0.1", true), HasSubstr("<faultcode>"));
+    }
+}
+
 TEST(Limits, TheEnvironmentSetsTheProcessorTime)
 {
     setenv("WEB_CPU_MS", "4000", 1);

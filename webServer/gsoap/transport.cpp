@@ -9,6 +9,7 @@
 // gSOAP's own callbacks, for sockets that are not connections of the service.
 static size_t (*receive)(struct soap *, char *, size_t);
 static int (*sendBytes)(struct soap *, const char *, size_t);
+static int (*pollSocket)(struct soap *);
 static int (*shutDown)(struct soap *, SOAP_SOCKET, int);
 static int (*closeSocket)(struct soap *, SOAP_SOCKET);
 
@@ -47,6 +48,13 @@ static int sendOrKeep(struct soap *soap, const char *bytes, size_t count)
     return count == 0 || sendReply(bytes, count) ? SOAP_OK : SOAP_EOF;
 }
 
+// Before it sends a fault, gSOAP looks whether the client is still there. One that has ended its own side, as some
+// do after the last byte of a request, counts as gone, but waits for the reply.
+static int expectReader(struct soap *soap)
+{
+    return servesConnection(soap) ? SOAP_OK : pollSocket(soap);
+}
+
 // gSOAP shuts down and closes when it has handed over the reply. The connection ends when the client has taken
 // it.
 static int shutDownLater(struct soap *soap, SOAP_SOCKET socket, int how)
@@ -71,6 +79,8 @@ void installTransport(struct soap *soap)
     soap->frecv = receiveArrived;
     sendBytes = soap->fsend;
     soap->fsend = sendOrKeep;
+    pollSocket = soap->fpoll;
+    soap->fpoll = expectReader;
     shutDown = soap->fshutdownsocket;
     soap->fshutdownsocket = shutDownLater;
     closeSocket = soap->fclosesocket;
