@@ -118,6 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     FreshUnit unit(in.ConsumeBool());
     unit.host.verdict = in.PickValueInArray<int>({WS_ALLOWED, WS_ALLOWED, WS_NOT_AUTHENTICATED, 1});
     unit.host.status = unit.host.readResult = static_cast<int>(in.upTo(5)) - 1;
+    unit.host.refusedBytes = in.oneIn(8) ? in.upTo(2000) : 0;
     unit.host.timeModule = in.oneIn(8) ? 0 : 1;
     unit.host.point = unit.host.answer = in.bytes(400);
     g_webRemote = in.oneIn(2) ? 1 : 0;

@@ -39,6 +39,8 @@ class Sequence {
         unit_.host.sessionId = in_.oneOf("host-session|host-other||host;\r\nX: y");
         unit_.host.milliseconds += in_.ConsumeIntegral<uint32_t>();
         skipTime(static_cast<int>(in_.upTo(400000)));
+        unit_.host.refusedBytes = in_.oneIn(4) ? in_.upTo(2000) : 0;
+        unit_.host.strdups = in_.oneIn(4) ? static_cast<int>(in_.upTo(5)) : -1;
         if (in_.oneIn(4))
             failAccepts(static_cast<int>(in_.upTo(5)),
                         in_.PickValueInArray({EMFILE, ECONNABORTED}));
