@@ -130,6 +130,7 @@ public:
                 calls.resize(calls.size() + in_.upTo(300), {in_.bytes(9), 9, false});
             if (in_.oneIn(16)) {
                 configure([&](const std::string &values) { return in_.oneOf(values); });
+                unit_.host.refusedBytes = 0; // it could start without a plug-in
                 exchangeUntilClosed(&calls, static_cast<int>(in_.upTo(20)));
             } else {
                 exchange(&calls);
