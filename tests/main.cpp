@@ -13,7 +13,7 @@ int main(int argc, char **argv)
     tzset();
     testing::InitGoogleTest(&argc, argv);
     registerCases("soap", makeSoapDialect);
-    for (const char *folder : {"web", "session"})
+    for (const char *folder : {"gsoap", "session", "web"})
         registerCases(folder, makeWebDialect);
     if (!GTEST_FLAG_GET(list_tests) && !enterPrivateMachine()) {
         perror("no private /mnt or loopback network");

@@ -189,25 +189,6 @@ TEST(Memory, APlugInThatFindsNoneIsLoggedAndTheOthersServe)
     }
 }
 
-TEST(Memory, AHeaderLineThatFindsNoneRefusesTheRequest)
-{
-    FakeHost fake;
-    const Service service;
-    const std::string origin = "http://" + std::string(70, 'x'),
-                      line = "Origin: " + origin + "\r\n";
-    EXPECT_THAT(service.post(envelope("thmGetInfo"), line), HasSubstr("200 OK"));
-    fake.refusedBytes = origin.size() + 1;
-    fake.askedLevel = 0;
-    EXPECT_THAT(service.post(envelope("thmGetInfo"), line), HasSubstr("HTTP/1.1 500"));
-    EXPECT_EQ(0, fake.askedLevel) << "the gate would take it for a page of the unit";
-    EXPECT_TRUE(waitFor([&] { return fake.trims == 1; }))
-        << "the heap is given back, not " << fake.trims;
-    fake.refusedBytes = 70; // of the clock's text
-    EXPECT_THAT(service.post(envelope("thmGetInfo")), HasSubstr("thmGetInfoResponse"));
-    EXPECT_TRUE(waitFor([&] { return fake.trims == 2; }))
-        << "after an operation as well, not " << fake.trims;
-}
-
 // gSOAP writes to a fault, a detail and a look-aside buffer without asking whether they are there.
 TEST(Memory, FaultsNeedNoneAndDoNotOutliveTheirRequest)
 {

@@ -43,9 +43,14 @@ std::string expanded(std::string text)
         const std::size_t begin = text.rfind('{', at), star = text.rfind('*', at);
         if (begin == std::string::npos || star == std::string::npos || star < begin)
             continue;
+        const std::string one = text.substr(begin + 1, star - begin - 1);
+        const bool numbered = one.find('%') != std::string::npos;
+        const auto times = toNumber<int>(text.substr(star + 1, at - star - 1));
         std::string all;
-        for (int i = toNumber<int>(text.substr(star + 1, at - star - 1)); i > 0; --i)
-            all.append(text, begin + 1, star - begin - 1);
+        for (int i = 0; i < times; ++i)
+            all += numbered
+                       ? replaced(one, {{"%i", std::to_string(i)}, {"%j", std::to_string(i + 1)}})
+                       : one;
         text.replace(begin, at + 1 - begin, all);
         at = begin + all.size() - 1;
     }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstring>
+#include <soapH.h>
 #include <thread>
 #include <unistd.h>
 
@@ -20,9 +21,26 @@ FakeHost &host()
     return *current;
 }
 
-static int gate(struct soap *, int level)
+// Returns what a gate finds in a request: address, endpoint, the texts that are there, and the cookies.
+static std::string describe(struct soap *soap)
+{
+    std::string found = soap->host + std::string(" ") + soap->endpoint;
+    const char *const token = soap->header == nullptr ? nullptr : soap->header->Authentication;
+    for (const char *text : {token, soap->userid, soap->origin, soap->authrealm})
+        found += text == nullptr ? "" : std::string(" ") + text;
+    for (const struct soap_cookie *each = soap->cookies; each != nullptr; each = each->next) {
+        const char *value = soap_cookie_value(soap, each->name, nullptr, nullptr);
+        found += std::string(" ") + each->name + (each->modified != 0 ? " was modified: " : "=")
+                 + (value == nullptr ? "-" : value);
+    }
+    return found;
+}
+
+static int gate(struct soap *soap, int level)
 {
     host().askedLevel = level;
+    if (host().gateRecords)
+        host().record("gate(" + describe(soap) + ")");
     return host().verdict;
 }
 

@@ -26,6 +26,7 @@ public:
 
     // What the host answers.
     int verdict = WS_ALLOWED;
+    bool gateRecords = false;              // what the gate finds in each request
     int status = 0;                        // of every function that has no result below
     std::string point;                     // the text of every point but "silent"; "@": its name
     int readResult = 0;                    // of every point but "bad", which is not found
@@ -54,10 +55,9 @@ public:
 
     // What the library did.
     static constexpr int NOT_ASKED = -1;
-    std::atomic<int> trims{0};                 // how often the library called malloc_trim()
-    int askedLevel = NOT_ASKED;                // of the gate, last
-    bool gateAtStart = false;                  // there was one when the thread was created
-    std::atomic<std::size_t> largestPiece = 0; // of memory asked for a request
+    std::atomic<int> trims{0};  // how often the library called malloc_trim()
+    int askedLevel = NOT_ASKED; // of the gate, last
+    bool gateAtStart = false;   // there was one when the thread was created
 
     // "x_readData(analog,A,%d)", in order, or "f(a,b) g()"; and the lines "E text", "W text", "I text".
     std::vector<std::string> calls() const { return Lock{mutex_}, calls_; }

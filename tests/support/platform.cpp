@@ -14,6 +14,7 @@
 
 #include "support/fake_host.h"
 
+static const std::size_t MOST_BYTES_FOR_A_REQUEST = 17 << 20; // a form of the largest size
 static std::atomic<int64_t> skippedMilliseconds{0};
 
 void skipTime(int milliseconds)
@@ -61,8 +62,8 @@ void *soap_malloc(struct soap *soap, size_t size)
 {
     using Function = void *(*)(struct soap *, size_t);
     static const Function real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "soap_malloc"));
-    if (hostExists() && size > host().largestPiece)
-        host().largestPiece = size;
+    if (hostExists() && size > MOST_BYTES_FOR_A_REQUEST)
+        host().record("soap_malloc(" + std::to_string(size) + ")");
     if (!hostExists() || host().refusedBytes != size)
         return real(soap, size);
     soap->error = SOAP_EOM;

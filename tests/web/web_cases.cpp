@@ -1,6 +1,6 @@
 // tests/web/web_cases.cpp: the browsers' cases: every section is a series of requests to one service.
 #include <algorithm>
-#include <arpa/inet.h>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -23,6 +23,8 @@
 
 namespace fs = std::filesystem;
 using Strings = std::map<std::string, std::string>;
+
+static const std::chrono::seconds PATIENCE(30);
 
 static void write(const std::string &path, const std::string &text)
 {
@@ -84,10 +86,12 @@ class WebCases : public Dialect {
         requireNoOption();
         sends_ = 0;
         fake_->askedLevel = FakeHost::NOT_ASKED;
+        const auto begin = std::chrono::steady_clock::now();
         std::thread client([&] { reply_ = talk(g_serverPort, bytes, client_, hangUp); });
         serveConnection(soap_.get());
         awaitDepartures();
         client.join();
+        require(std::chrono::steady_clock::now() < begin + PATIENCE, "no reply in half a minute");
         require(gblIpAddress == nullptr && soap_->user == nullptr && soap_->cookies == nullptr,
                 "the service still holds the request's address, user or cookies");
         const std::string set = "Set-Cookie: SESSIONID=";
@@ -328,6 +332,8 @@ const std::vector<WebCases::Word> WebCases::CHECKS = {
          requireSame("level asked", a[0], std::to_string(my.fake_->askedLevel));
      }},
     {"sends (.+)", [](auto &, auto &a) { requireSame("sends", a[0], std::to_string(sends_)); }},
+    {"trims (.+)",
+     [](auto &my, auto &a) { requireSame("trims", a[0], std::to_string(my.fake_->trims)); }},
     {"sessions (.+)",
      [](auto &, auto &a) { requireSame("sessions", a[0], std::to_string(numOfSessions)); }},
     {"(?:no calls|calls (.+))", [](auto &my, auto &a) { my.checkCalls(a[0]); }}};
