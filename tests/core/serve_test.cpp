@@ -19,7 +19,7 @@
 #include "core/serve_loop.h"
 #include "core/service_thread.h"
 #include "gsoap/context.h"
-#include "net/slow_client.h"
+#include "support/wire.h"
 
 using namespace std::string_literals;
 using testing::HasSubstr;
@@ -160,13 +160,12 @@ TEST(Accept, FailuresAreLoggedUnlessTheServiceIsBeingClosed)
         if (logged)
             expected += error == 0 ? "I webServer: connections are accepted again\n"
                                    : "E webServer soap error: "s + strerror(error) + "\n";
-        const int client = error == 0 ? connectTo(g_serverPort) : -1;
-        shutdown(client, SHUT_WR);
+        if (error == 0)
+            const Client gone(g_serverPort);
         testing::internal::CaptureStderr();
         serveConnection(soap);
         EXPECT_EQ(expected, fake.log());
         EXPECT_EQ(logged && error != 0, !testing::internal::GetCapturedStderr().empty());
-        close(client);
     }
     g_wsRunningSocket = 0;
     soap_free(soap);

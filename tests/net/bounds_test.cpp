@@ -4,7 +4,7 @@
 #include <sys/socket.h>
 
 #include "net/limits.h"
-#include "net/slow_client.h"
+#include "support/wire.h"
 
 class Bounds : public testing::Test {
 protected:
@@ -27,7 +27,7 @@ static std::string largeForm(std::size_t bytes)
 }
 
 // The one that is closed; -1 when it is not exactly one.
-static int closedOne(const std::vector<SlowClient> &clients)
+static int closedOne(const std::vector<Client> &clients)
 {
     int closed = -1;
     for (std::size_t i = 0; i < clients.size(); ++i)
@@ -38,14 +38,14 @@ static int closedOne(const std::vector<SlowClient> &clients)
 
 TEST_F(Bounds, AFullTableDropsTheSilentThenTheSlowest)
 {
-    const std::vector<SlowClient> clients = slowClients(MAX_CONNECTIONS, port);
+    const std::vector<Client> clients = manyClients(MAX_CONNECTIONS, port);
     skipTime(3000);
     for (std::size_t i = 0; i < clients.size(); ++i)
         if (i != 7)
             clients[i].send("G");
     expectServes(port);
     EXPECT_EQ(7, closedOne(clients));
-    const SlowClient full(port); // in its place
+    const Client full(port); // in its place
     skipTime(3000);
     full.send("GGGG");
     for (std::size_t i = 0; i < clients.size(); ++i)
@@ -57,10 +57,10 @@ TEST_F(Bounds, AFullTableDropsTheSilentThenTheSlowest)
 
 TEST_F(Bounds, TooManyWaitingBytesDropThoseWhoHaveBeenSilentForLongest)
 {
-    const SlowClient silent(port);
+    const Client silent(port);
     skipTime(1);
     const std::size_t each = 200000, fit = MAX_WAITING_BYTES / (each + 200);
-    std::vector<SlowClient> clients;
+    std::vector<Client> clients;
     for (std::size_t i = 0; i < fit; ++i) {
         clients.emplace_back(port, largeForm(each));
         pass(1);
@@ -77,9 +77,9 @@ TEST_F(Bounds, TooManyWaitingBytesDropThoseWhoHaveBeenSilentForLongest)
 TEST_F(Bounds, OneLargeRequestArrivesAtATimeAndASlowOneGivesWay)
 {
     const std::size_t part = 300000, all = 1000000;
-    const SlowClient first(port, largeForm(part));
+    const Client first(port, largeForm(part));
     expectServes(port);
-    const SlowClient second(port, largeForm(part).substr(0, LARGE_REQUEST_BYTES));
+    const Client second(port, largeForm(part).substr(0, LARGE_REQUEST_BYTES));
     const std::size_t seconds = 65;
     for (std::size_t i = 0; i < seconds; ++i) { // fast enough to keep the place
         first.send(std::string(9000, 'x'));
@@ -93,14 +93,14 @@ TEST_F(Bounds, OneLargeRequestArrivesAtATimeAndASlowOneGivesWay)
     EXPECT_TRUE(second.isOpen()) << "it was silent for a minute because it had to wait";
     second.send("x");
     expectServes(port);
-    const SlowClient third(port, largeForm(part));
+    const Client third(port, largeForm(part));
     pass(2500);
     EXPECT_TRUE(second.isOpen());
     skipTime(2400); // nobody wakes the service now
     EXPECT_EQ("", second.rest()) << "it has brought nothing for 5 seconds, and the third waits";
 
     third.send(std::string(100000, 'x'));
-    const SlowClient fourth(port, largeForm(part));
+    const Client fourth(port, largeForm(part));
     for (int i = 0; i < 20; ++i) // until all is received
         expectServes(port);
     pass(5000);
@@ -113,9 +113,9 @@ TEST_F(Bounds, OneLargeRequestArrivesAtATimeAndASlowOneGivesWay)
 }
 
 // Neither does the kernel take much for this client.
-static SlowClient clientThatTakesLittle(int port, const std::string &request)
+static Client clientThatTakesLittle(int port, const std::string &request)
 {
-    SlowClient client(port);
+    Client client(port);
     const int little = 8192;
     setsockopt(client.socket(), SOL_SOCKET, SO_RCVBUF, &little, sizeof little);
     client.send(request);
@@ -131,9 +131,9 @@ TEST_F(Bounds, TooManyParkedBytesDropThoseWhoHaveTakenNothingForLongest)
     const std::string echoed = httpPost("", envelope("getRTU", "", false, token));
     const std::size_t whole = talk(port, echoed).size();
     EXPECT_GT(whole, token.size());
-    const SlowClient file = clientThatTakesLittle(port, "GET /file.png HTTP/1.1\r\n\r\n");
+    const Client file = clientThatTakesLittle(port, "GET /file.png HTTP/1.1\r\n\r\n");
     pass(500);
-    std::vector<SlowClient> clients;
+    std::vector<Client> clients;
     for (std::size_t i = 0; i < 2 * MAX_PARKED_BYTES / whole; ++i) {
         clients.push_back(clientThatTakesLittle(port, echoed));
         pass(1);
@@ -148,9 +148,9 @@ TEST_F(Bounds, TimesEndArrivalsAndDepartures)
     const std::size_t size = 16 << 20; // more than the kernels of both sides keep
     std::ofstream("/mnt/bf/webFiles/file.png") << std::string(size, 'f');
     const std::string soap = envelope("getRTU"), asks = "GET /file.png HTTP/1.1\r\n\r\n";
-    const SlowClient unclosed(port, httpPost("", soap.substr(0, soap.size() - 3)));
-    const SlowClient silent(port), cut(port, httpPost("", soap).substr(0, 120));
-    const SlowClient drips(port, "GET /"), reader(port, asks), taker(port, asks);
+    const Client unclosed(port, httpPost("", soap.substr(0, soap.size() - 3)));
+    const Client silent(port), cut(port, httpPost("", soap).substr(0, 120));
+    const Client drips(port, "GET /"), reader(port, asks), taker(port, asks);
     expectServes(port);
     EXPECT_TRUE(unclosed.isOpen());
     pass(1000);

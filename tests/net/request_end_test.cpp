@@ -8,8 +8,8 @@
 #include "gsoap/context.h"
 #include "gsoap/limits.h"
 #include "net/request_end.h"
-#include "net/slow_client.h"
 #include "soapH.h"
+#include "support/wire.h"
 
 struct Row {
     std::string name, request, after; // complete with the last byte of request

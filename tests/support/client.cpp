@@ -2,9 +2,12 @@
 #include "support/client.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
+#include <netinet/tcp.h>
 #include <unistd.h>
+#include <utility>
 
 using Use = int(int, const struct sockaddr *, socklen_t);
 
@@ -20,41 +23,76 @@ static int use(int descriptor, Use *function, const std::string &host, int port)
 
 int freePort()
 {
-    for (int port = 20000; port < 32768; ++port) {
-        const int probe = socket(AF_INET, SOCK_STREAM, 0);
-        const int result = use(probe, bind, "127.0.0.1", port);
-        close(probe);
-        if (result == 0)
-            return port;
-    }
-    return -1;
+    static int port = 20000; // below those that the kernel gives to clients
+    return port++;
 }
 
 int listenOn(int port)
 {
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    if (use(listener, bind, "127.0.0.1", port) == 0 && listen(listener, 1) == 0)
-        return listener;
-    close(listener);
-    return -1;
+    use(listener, bind, "127.0.0.1", port);
+    listen(listener, 1);
+    return listener;
 }
 
-int connectTo(int port, const std::string &from)
+Client::Client(int port, const std::string &bytes, const std::string &from)
+    : socket_(::socket(AF_INET, SOCK_STREAM, 0))
 {
-    const int client = socket(AF_INET, SOCK_STREAM, 0);
-    if (use(client, bind, from, 0) == 0 && use(client, connect, "127.0.0.1", port) == 0)
-        return client;
-    close(client);
-    return -1;
+    const struct timeval patience = {60, 0};
+    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const int on = 1;
+    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    if (use(socket_, bind, from, 0) != 0 || use(socket_, connect, "127.0.0.1", port) != 0)
+        close(std::exchange(socket_, -1));
+    send(bytes);
 }
 
-std::string received(int socket)
+Client::~Client()
+{
+    if (socket_ != -1)
+        close(socket_);
+}
+
+void Client::send(const std::string &bytes, int flags) const
+{
+    // Without a signal: the service may hang up before the end.
+    ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL | flags);
+}
+
+bool Client::isOpen() const
+{
+    char byte;
+    return recv(socket_, &byte, 1, MSG_DONTWAIT | MSG_PEEK) < 0
+           && (errno == EAGAIN || errno == EWOULDBLOCK);
+}
+
+std::string Client::rest() const
 {
     std::string bytes;
     char chunk[16384];
-    for (ssize_t got; (got = recv(socket, chunk, sizeof chunk, 0)) > 0;)
+    ssize_t got;
+    while ((got = recv(socket_, chunk, sizeof chunk, 0)) > 0)
         bytes.append(chunk, static_cast<std::size_t>(got));
-    return bytes;
+    // Not empty: some tests expect an empty reply.
+    return got < 0 && (errno == EAGAIN || errno == EBADF) ? "(nothing)" : bytes;
+}
+
+std::vector<Client> manyClients(std::size_t count, int port, const std::string &bytes)
+{
+    std::vector<Client> clients;
+    while (clients.size() < count)
+        clients.emplace_back(port, bytes);
+    return clients;
+}
+
+std::string talk(int port, const std::string &bytes, const std::string &from, bool hangUp)
+{
+    recordRequest(bytes);
+    const Client client(port, "", from);
+    client.send(bytes, hangUp ? MSG_MORE : 0); // its end comes with the last byte
+    if (hangUp)
+        shutdown(client.socket(), SHUT_WR);
+    return client.rest();
 }
 
 void recordRequest(const std::string &bytes)
@@ -63,19 +101,4 @@ void recordRequest(const std::string &bytes)
     if (folder != nullptr && bytes.size() < 10000)
         std::ofstream(folder + ("/" + std::to_string(std::hash<std::string>()(bytes))))
             << '\0' << bytes;
-}
-
-std::string talk(int port, const std::string &bytes, const std::string &from, bool hangUp)
-{
-    recordRequest(bytes);
-    const int client = connectTo(port, from);
-    if (client < 0)
-        return "(no connection)"; // not empty: some tests expect an empty reply
-    // Without a signal: the service may hang up before the end. The client's end comes with the last byte.
-    send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL | (hangUp ? MSG_MORE : 0));
-    if (hangUp)
-        shutdown(client, SHUT_WR);
-    std::string reply = received(client);
-    close(client);
-    return reply;
 }

@@ -2,18 +2,36 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
-// Returns a port of the loopback interface that nobody listens on, below the kernel's ephemeral range.
+// Returns a port that nobody listens on. The network must be the process's own.
 int freePort();
 
-// Returns a socket that listens on the port, -1 when the port is taken.
+// Returns a socket that listens on the port.
 int listenOn(int port);
 
-// Connects from the given address of the loopback network. Returns the socket, -1 when nobody listens.
-int connectTo(int port, const std::string &from = "127.0.0.1");
+// A client that sends and takes its bytes when the test says so.
+class Client {
+    int socket_;
 
-// Returns all that comes until the connection ends or its time-out passes.
-std::string received(int socket);
+public:
+    // Connects from the given address of the loopback network, and sends the bytes.
+    explicit Client(int port, const std::string &bytes = "", const std::string &from = "127.0.0.1");
+    ~Client();
+    Client(Client &&other) noexcept : socket_(other.socket_) { other.socket_ = -1; }
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+
+    int socket() const { return socket_; } // -1: there is no connection
+    void send(const std::string &bytes, int flags = 0) const;
+    bool isOpen() const; // nothing has come, and the service has not closed it
+
+    // All that comes until the connection ends; "(nothing)" without a connection, or after a minute without
+    // a byte.
+    std::string rest() const;
+};
+
+std::vector<Client> manyClients(std::size_t count, int port, const std::string &bytes = "");
 
 // Sends bytes and returns all that comes back until the connection ends. With hangUp, the client also
 // ends its sending side after the bytes.

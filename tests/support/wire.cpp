@@ -9,6 +9,14 @@
 #include "core/config.h"
 #include "core/serve_loop.h"
 
+const std::string FORM = "Content-Type: application/x-www-form-urlencoded\r\n";
+
+void expectServes(int port)
+{
+    const std::string reply = talk(port, httpPost("", envelope("getRTU")));
+    EXPECT_NE(std::string::npos, reply.find("512Q")) << reply;
+}
+
 struct soap *openOnFreePort(struct soap *soap)
 {
     setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);

@@ -24,6 +24,11 @@ public:
 // Returns a POST to "/" with these header lines, each with its CR LF.
 std::string httpPost(const std::string &headers, const std::string &body);
 
+extern const std::string FORM; // the header line of a form's type
+
+// The test fails when the service does not answer an ordinary request.
+void expectServes(int port);
+
 // Waits until the service runs.
 bool startsToRun();
 
