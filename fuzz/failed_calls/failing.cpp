@@ -1,6 +1,7 @@
 // fuzz/failed_calls/failing.cpp: stands in for functions of the C library, which fail when the driver wants it.
 #include "failing.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -66,11 +67,6 @@ static bool mustFail(int call, int error)
     return true;
 }
 
-template <typename Function> static Function *original(Function *, const char *name)
-{
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
-}
-
 static const int ERROR_SEEN = 0x20; // of a stream, as ferror() finds it
 #define NOTHING static_cast<void>(0)
 
@@ -79,7 +75,8 @@ static const int ERROR_SEEN = 0x20; // of a stream, as ferror() finds it
     extern "C" WS_EXPORT type failing_##name parameters __asm__(#name);                            \
     type failing_##name parameters                                                                 \
     {                                                                                              \
-        static const auto call = original(failing_##name, #name);                                  \
+        static const auto call =                                                                   \
+            reinterpret_cast<decltype(&failing_##name)>(dlsym(RTLD_NEXT, #name));                  \
         if (!mustFail(CALL_##name, error))                                                         \
             return call arguments;                                                                 \
         effect;                                                                                    \
@@ -119,19 +116,18 @@ WS_EXPORT int poll(struct pollfd *polled, nfds_t count, int milliseconds)
 {
     // Through memory: the C library says that poll() reads nothing of them.
     const struct pollfd *volatile sockets = polled;
-    nfds_t open = 0;
-    for (nfds_t i = 0; i < count; ++i)
-        open += sockets[i].fd >= 0 ? 1 : 0;
-    if (serving && open == 1)
+    const auto isOpen = [](const struct pollfd &each) { return each.fd >= 0; };
+    const bool rests = serving && std::count_if(sockets, sockets + count, isOpen) == 1;
+    if (rests)
         ++control->rests;
     if (mustFail(FAILS_POLL, ENOMEM))
         return -1;
     const struct timespec limit = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
-    if (!serving)
-        return ppoll(polled, count, milliseconds < 0 ? nullptr : &limit, nullptr);
-    control->resting = open == 1;
+    if (rests)
+        control->resting = true;
     const int result = ppoll(polled, count, milliseconds < 0 ? nullptr : &limit, nullptr);
-    control->resting = false;
+    if (rests)
+        control->resting = false;
     return result;
 }
 
