@@ -19,6 +19,12 @@
 static const std::string DIGITS = "0123456789";
 static const std::string LETTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 static const std::string BASE64 = LETTERS + DIGITS + "+/";
+static const Pairs MARKUP = {
+    {"&",  "&amp;"},
+    {"<",  "&lt;" },
+    {">",  "&gt;" },
+    {"\r", "&#xD;"}
+};
 
 // A text in memory without a byte to spare, so that the address sanitizer sees every step beyond its end.
 static std::unique_ptr<char[]> exact(const std::string &text)
@@ -41,22 +47,21 @@ static bool consistsOf(const std::string &text, const std::string &letters)
 // What malformed texts decode to is in tests/base; here they must not write beyond the room.
 static void base64(const std::string &text, Choices &in)
 {
+    const auto bytes = static_cast<int>(text.size());
     const std::size_t length = (text.size() + 2) / 3 * 4, size = in.upTo(length + 8);
     const std::size_t limit = 1 + in.upTo(300);
-    const std::unique_ptr<char[]> coded(new char[size]);
+    const std::unique_ptr<char[]> coded(new char[size]), plain = exact(text);
     const std::unique_ptr<unsigned char[]> cut(new unsigned char[limit + BASE64_OVERSHOOT]),
         back(new unsigned char[text.size() + BASE64_OVERSHOOT]);
-    const int result =
-        httpBase64encode(reinterpret_cast<unsigned char *>(exact(text).get()),
-                         static_cast<int>(text.size()), coded.get(), static_cast<int>(size));
+    const int result = httpBase64encode(reinterpret_cast<unsigned char *>(plain.get()), bytes,
+                                        coded.get(), static_cast<int>(size));
     must(result == (length < size ? 0 : -1), "encode", text);
-    const auto bytes = static_cast<int>(text.size());
     must(result == -1
              || (strlen(coded.get()) == length && consistsOf(coded.get(), BASE64 + "=")
                  && httpBase64decode(coded.get(), back.get(), bytes) == bytes
                  && memcmp(back.get(), text.data(), text.size()) == 0),
          "there and back", text);
-    must(httpBase64decode(exact(text).get(), cut.get(), static_cast<int>(limit))
+    must(httpBase64decode(plain.get(), cut.get(), static_cast<int>(limit))
              < static_cast<int>(limit + BASE64_OVERSHOOT),
          "decode", text);
 }
@@ -90,9 +95,7 @@ static void paths(const std::string &text, Choices &)
              == (text.find('/') == std::string::npos ? text : text.substr(0, text.rfind('/') + 1)),
          "getFolderPath", text);
 
-    const std::string expected = replaced(text, {
-                                                    {"/cfgFiles", g_configDir}
-    });
+    const std::string expected = replaced(text, Pairs(1, {"/cfgFiles", g_configDir}));
     char *translated = nullptr;
     const bool special = traduceWebToFsPath(&translated, exact(text).get()) == 1;
     must(special == (text.rfind("/cfgFiles", 0) == 0)
@@ -122,14 +125,8 @@ static void escapes(const std::string &text, Choices &in)
     std::replace_if(
         expected.begin(), expected.end(),
         [](char c) { return c > 0 && c < ' ' && strchr("\t\n\r", c) == nullptr; }, '?');
-    expected =
-        replaced(expected, {
-                               {"&",  "&amp;"},
-                               {"<",  "&lt;" },
-                               {">",  "&gt;" },
-                               {"\r", "&#xD;"}
-    });
-    must(faultDetail(soap, "%s", exact(text).get()) == expected, "faultDetail", text);
+    must(faultDetail(soap, "%s", exact(text).get()) == replaced(expected, MARKUP), "faultDetail",
+         text);
     soap_end(soap);
 
     const std::size_t size = 1 + in.upTo(300);
@@ -145,12 +142,11 @@ static void escapes(const std::string &text, Choices &in)
 
 static void fields(const std::string &text, Choices &in)
 {
-    std::vector<int> values;
+    std::vector<long> values;
     for (const std::string &field : split(text, ":"))
         if (!field.empty() && values.size() < 6)
-            values.push_back(
-                static_cast<int>(std::min(99999UL, strtoul(field.c_str(), nullptr, 10))));
-    static const int LOW[] = {0, 1, 1, 0, 0, 0}, HIGH[] = {99, 12, 31, 23, 59, 59};
+            values.push_back(strtol(field.c_str(), nullptr, 10));
+    static const long LOW[] = {0, 1, 1, 0, 0, 0}, HIGH[] = {99, 12, 31, 23, 59, 59};
     bool valid = consistsOf(text, DIGITS + ":") && values.size() == 6;
     for (std::size_t i = 0; valid && i < 6; ++i)
         valid = values[i] >= LOW[i] && values[i] <= HIGH[i];
@@ -158,8 +154,8 @@ static void fields(const std::string &text, Choices &in)
     must(parseClock(exact(text).get(), &at) == valid, "parseClock", text);
     must(!valid
              || values
-                    == std::vector<int>{at.tm_year - 100, at.tm_mon + 1, at.tm_mday, at.tm_hour,
-                                        at.tm_min, at.tm_sec},
+                    == std::vector<long>{at.tm_year - 100, at.tm_mon + 1, at.tm_mday, at.tm_hour,
+                                         at.tm_min, at.tm_sec},
          "a clock", text);
 
     std::string found;
