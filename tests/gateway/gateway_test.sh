@@ -5,14 +5,7 @@ sim=$1 private_mnt=$2 example=$3
 . "$(dirname "$0")/../support/unit.sh"
 start "$private_mnt" "$sim" --port "$port" --state "$work/state" --strict off
 await 'Unit ready' 1
-unit=$port pids=$pid
-trap 'kill -9 $pids; wait; rm -rf "$work"' EXIT
-new_ports() { # NAME...: free ones
-  for name; do
-    while port=$((port + 1)); (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do :; done
-    declare -g "$name=$port"
-  done
-}
+unit=$port
 run() { # PORT COMMAND...: waits until it listens
   "${@:2}" >>"$work/gateway" 2>&1 & pids+=" $!"
   for _ in $(seq 100); do (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null && return; sleep 0.1; done

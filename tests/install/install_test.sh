@@ -9,21 +9,17 @@ build=$1 repository=$2 how=$3
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
 library=$(dirname "$(find "$work/prefix" -name libwebServer.so)")
 export PKG_CONFIG_PATH=$library/pkgconfig LD_LIBRARY_PATH=$library
-source=$repository/examples/minimal_host host=$work/host/minimal_host exported=-D
+source=$repository/examples/minimal_host host=$work/host/minimal_host exported=-D static=
 case $how in
   cmake)
     cmake -S "$source" -B "$work/host" -DCMAKE_SYSTEM_NAME=Linux -DwebServer_ROOT="$work/prefix" >/dev/null
     cmake --build "$work/host" >/dev/null ;;
-  pkg-config)
+  pkg-config | static)
+    [ "$how" = pkg-config ] || exported= static=-static
     mkdir "$work/host"
     # shellcheck disable=SC2046
-    "${CC-cc}" -o "$host" "$source/minimal_host.c" $(pkg-config --cflags --libs webServer) ;;
-  static)
-    mkdir "$work/host"
-    # shellcheck disable=SC2046
-    "${CC-cc}" -static -o "$host" "$source/minimal_host.c" $(pkg-config --static --cflags --libs webServer) 2>"$work/log" \
-      || fail "not linked"
-    exported= ;;
+    "${CC-cc}" $static -o "$host" "$source/minimal_host.c" $(pkg-config ${static:+--static} --cflags --libs webServer) \
+      2>"$work/log" || fail "not linked" ;;
   subproject) # by another generator, without warnings as errors, and without what only the reference unit needs
     mkdir "$work/firmware"
     printf '%s\n' 'cmake_minimum_required(VERSION 3.22)' 'project(firmware LANGUAGES C CXX)' \

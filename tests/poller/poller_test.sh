@@ -4,15 +4,12 @@
 set -euo pipefail
 sim=$1 private_mnt=$2 poller=$3
 . "$(dirname "$0")/../support/unit.sh"
-count=50 ports=() pids=()
-trap 'kill -9 "${pids[@]}" $pid 2>/dev/null || true; rm -rf "$work"' EXIT
+count=50 units=() ports=()
 
 next=$((30000 + $$ % 2600)) # the tests that run beside this one take ports below
 for ((i = 0; i < count; ++i)); do
-  next=$((next + 1))
-  while (exec 3<>"/dev/tcp/127.0.0.1/$next") 2>/dev/null; do next=$((next + 1)); done
-  ports+=("$next")
-  "$private_mnt" "$sim" --quiet --port "$next" --state "$work/state$i" >"$work/unit$i" 2>&1 & pids+=($!); disown
+  new_ports "ports[$i]"
+  "$private_mnt" "$sim" --quiet --port "$next" --state "$work/state$i" >"$work/unit$i" 2>&1 & units+=($!) pids+=" $!"; disown
   entries+="${entries:+, }\"u$i\": \"http://127.0.0.1:$next/\""
 done
 echo "{\"user\": \"viewer\", \"password\": \"viewer\", \"units\": {$entries},
@@ -34,8 +31,8 @@ done
 start "$poller" "$work/settings" --port "$port" --every 1 --at-once 10
 shows $count '^rtu_up.* 1\.0'
 shows $((3 * count)) '^rtu_value'
-kill -STOP "${pids[0]}"
-kill -KILL "${pids[1]}"
+kill -STOP "${units[0]}"
+kill -KILL "${units[1]}"
 admin 2 setUserLock '<userName>viewer</userName><lock>1</lock>'
 admin 3 rtuReboot '<user/><password/>'
 admin 4 setUserRoles '<userName>viewer</userName><rolesList/>'

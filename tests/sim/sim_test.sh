@@ -9,7 +9,6 @@ unit=("$private_mnt" "$sim" --port "$port" --state "$work/state")
 # Succeeds if the input has a matching line. Reads all of the input: otherwise its writer could fail.
 has() { local all; all=$(cat); grep -q "$@" <<<"$all"; }
 value() { sed -n 's/.*<return>\(.*\)<\/return>.*/\1/p'; }
-ask() { call "$1" "$2" '<Authentication>admin:admin</Authentication>'; }
 refuses() { # REASON COMMAND...: the command must fail with a message that matches
   ! "${@:2}" >/dev/null 2>"$work/refusal" || fail "not refused: ${*:2}"
   grep -q -- "$1" "$work/refusal" || fail "not refused for: $1"
@@ -47,15 +46,24 @@ for try in $(seq 100); do # two readings may be the same: measurements are round
 done
 grep -q 'restarting' "$work/log" || fail "no restart"
 
-# What is written shows in later reads, and the interlock refuses.
-point='<inputType>setPoint</inputType><inputName>V_SETPOINT</inputName>'
-[ "$(ask coreDbKrunchData "$point<value>42.5</value>" | value)" = 0 ] || fail "krunch"
-ask coreDbReadData "$point<inputFormat/>" | value | has '^42.5|' || fail "written value"
-ask coreDbReadData "$point<inputFormat>%d%n%s</inputFormat>" | has 'Fault' || fail "a hostile format is read"
-ask fnPut '<binContName>coreDb</binContName><function>setLR</function><arg>L</arg>' >/dev/null
-[ "$(ask coreDbKrunchData "$point<value>1</value>" | value)" = 1 ] || fail "local control"
-ask thmSetTime '<inputTime>31:02:03:04:05:06</inputTime>' >/dev/null
-ask thmGetInfo '' | value | has '^31:02:03:04:05:0' || fail "the unit's clock"
+# What is written shows in later reads, and the interlock refuses. A cookie counts for its own site and address.
+point='<inputType>setPoint</inputType><inputName>V_SETPOINT</inputName>' cookie=$(login operator operator)
+expect <<END
+0;admin:admin;coreDbKrunchData;$point<value>42.5</value>
+42[.]5[|].*;admin:admin;coreDbReadData;$point<inputFormat/>
+Object read error;admin:admin;coreDbReadData;$point<inputFormat>%d%n%s</inputFormat>
+.*;admin:admin;fnPut;<binContName>coreDb</binContName><function>setLR</function><arg>L</arg>
+1;admin:admin;coreDbKrunchData;$point<value>1</value>
+.*;admin:admin;thmSetTime;<inputTime>31:02:03:04:05:06</inputTime>
+31:02:03:04:05:0.*;admin:admin;thmGetInfo;
+200;$cookie;getUserAuth;
+200;$cookie -H Origin:http://127.0.0.1:$port;getUserAuth;
+$wrong;$cookie -H Origin:http://evil.example;getUserAuth;
+$wrong;$cookie -H Origin:http://127.0.0.1:${port%?};getUserAuth;
+$wrong;$cookie -H Origin:http://127.0.0.1:$port.evil.example;getUserAuth;
+$wrong;$cookie -H Origin:null;getUserAuth;
+$wrong;$cookie --interface 127.0.0.2;getUserAuth;
+END
 
 refuses "^sim: another unit runs in $work/state/mnt/:" "${unit[@]}"
 while IFS='|' read -r reason options; do

@@ -1,11 +1,17 @@
 #!/bin/bash
 # unit.sh: sourced by the scripts that test a unit from outside. Makes the folder $work, which goes away at
-# the end together with the unit that still runs, and finds a free $port.
+# the end together with the programs that still run, and finds a free $port.
 work=$(mktemp -d)
-pid=
-trap '[ -z "$pid" ] || kill -9 "$pid" 2>/dev/null; rm -rf "$work"' EXIT
-port=$((20000 + $$ % 10000))
-while (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); done
+pid= pids= # the unit; others
+trap 'kill -9 $pid $pids 2>/dev/null || true; wait; rm -rf "$work"' EXIT
+next=$((20000 + $$ % 10000))
+new_ports() { # NAME...: sets each to a free one
+  for name; do
+    while next=$((next + 1)); (exec 3<>"/dev/tcp/127.0.0.1/$next") 2>/dev/null; do :; done
+    declare -g "$name=$next"
+  done
+}
+new_ports port
 
 fail() { echo "FAILED: $*"; tail -n 50 "$work"/* 2>/dev/null || true; exit 1; }
 start() { # COMMAND...: its output goes to $work/out and $work/log
@@ -30,4 +36,19 @@ post() { # BODY [OPTION...]
 call() { # OPERATION FIELDS [HEADER [OPTION...]]
   post "<E:Envelope xmlns:E='http://schemas.xmlsoap.org/soap/envelope/'><E:Header>${3-}</E:Header>\
 <E:Body><n:$1 xmlns:n='urn:soapServ'>$2</n:$1></E:Body></E:Envelope>" "${@:4}"
+}
+field() { printf %s "$1" | base64 | sed 's/+/%2B/g; s|/|%2F|g; s/=/%3D/g'; }
+login() { # USER PASSWORD: prints the session's cookie as an option of curl
+  curl -sS -o /dev/null -c - "http://127.0.0.1:$port/" -H 'Accept: application/json' \
+    -d "cgiMethod=$(field cgiLogin)&arg1=$(field "$1")&arg2=$(field "$2")" | awk '/SESSIONID/ { print "-b SESSIONID=" $7 }'
+}
+wrong='Authentication error'
+expect() { # its input: RESULT;WHO;OPERATION;FIELDS, where WHO is user:password or options of curl
+  local result who operation fields header options reply
+  while IFS=';' read -r result who operation fields; do
+    header='' options=()
+    case $who in -*) read -ra options <<<"$who" ;; *) header="<Authentication>$who</Authentication>" ;; esac
+    reply=$(call "$operation" "$fields" "$header" "${options[@]}" | sed -nE 's/.*<(return|faultstring)>([^<]*)<.*/\2/p')
+    [[ $reply =~ ^(WebServer Error: )?($result)$ ]] || fail "$who $operation $fields: '$reply', not '$result'"
+  done
 }
