@@ -4,40 +4,28 @@ import assert from 'node:assert/strict';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { openUnit } from './support/visitor.js';
 
-const { unit, visit } = await openUnit('--strict', 'off', '--security', 'host', '--remote');
+const { unit, visit, visitAs } = await openUnit(['--strict', 'off', '--security', 'host', '--remote']);
 const TAP = { inputType: 'command', inputName: 'TAP1_RAISE' };
-const HELD_MS = 1500;
 
-// Counts the page's requests that have this text in their body or address.
-function count(page, text) {
-  const counted = { times: 0 };
-  page.on('request', request => counted.times += `${request.url()}${request.postData()}`.includes(text));
-  return counted;
-}
-
-// Never answers the page's requests that have this text in their body.
-const hold = (page, text) => page.route('**/', (route, request) => request.postData()?.includes(text) || route.continue());
-
-async function holdEnter(page) {
-  for (const until = Date.now() + HELD_MS; Date.now() < until; await sleep(30))
-    await page.keyboard.down('Enter');
-  await page.keyboard.up('Enter');
+// Never answers the page's polls. Waits until there is one.
+async function holdPoll(page) {
+  const isPoll = request => request.postData()?.includes('MultData');
+  await page.route('**/', (route, request) => isPoll(request) || route.continue());
+  await page.waitForRequest(isPoll);
 }
 
 visit('a held Enter, a double tap and a second Enter are one act', async (visitor, page) => {
-  const logins = count(page, '/index.htm');
   await visitor.isRefused('operator', 'wrong', 'Wrong user');
   await page.focus('#password');
-  await holdEnter(page);
+  await visitor.holdEnter();
   await page.waitForLoadState('networkidle');
-  assert.equal(logins.times, 2, 'logins');
+  assert.equal(visitor.count('/index.htm'), 2, 'logins');
 
   await visitor.logIn('operator');
-  const writes = count(page, 'Krunch');
   await page.fill('#filter-text', 'V_SETPOINT');
   await visitor.row('V_SETPOINT').locator('[data-action="set"]').focus();
-  await holdEnter(page);
-  assert.equal(writes.times, 0, 'after Enter was held');
+  await visitor.holdEnter();
+  assert.equal(visitor.count('Krunch'), 0, 'after Enter was held');
   await page.keyboard.press('Escape');
   await page.evaluate(async () => {
     document.querySelector('[data-point="V_SETPOINT"] [data-action="set"]').click();
@@ -45,7 +33,7 @@ visit('a held Enter, a double tap and a second Enter are one act', async (visito
     document.querySelector('#dialog-confirm').click();
   });
   await sleep(500); // a write would follow
-  assert.equal(writes.times, 0, 'after a double tap');
+  assert.equal(visitor.count('Krunch'), 0, 'after a double tap');
   await page.route('**/', async (route, request) => {
     await sleep(request.postData().includes('Krunch') ? 500 : 0);
     await route.continue();
@@ -55,11 +43,10 @@ visit('a held Enter, a double tap and a second Enter are one act', async (visito
   await page.press('#dialog-value', 'Enter');
   await visitor.sees('#result', 'done');
   await sleep(1000); // a second one would follow
-  assert.equal(writes.times, 1, 'after a second Enter');
+  assert.equal(visitor.count('Krunch'), 1, 'after a second Enter');
 });
 
-visit('only numbers are values; a command has its own button instead', async (visitor, page) => {
-  await visitor.logIn('operator');
+visitAs('operator', 'only numbers are values; a command has its own button instead', async (visitor, page) => {
   await visitor.start('V_SETPOINT', 'set');
   await page.click('#dialog-confirm', { trial: true }); // waits until the dialog takes confirmations
   for (const text of ['', 'abc', '1,5', '1 2', '0x10', '1e999', '--1', '12.']) {
@@ -76,10 +63,7 @@ visit('only numbers are values; a command has its own button instead', async (vi
 // By what happens while a command is asked for: what the page says, and the value that the unit then has.
 const FATES = {
   'a poll waits for its answer': {
-    meanwhile: async (visitor, page) => {
-      await hold(page, 'MultData');
-      await page.waitForRequest(request => request.postData()?.includes('MultData'));
-    },
+    meanwhile: holdPoll,
     outcome: 'Raise tap 1 (TAP1_RAISE): done.', kind: 'good', value: '1|GOOD',
   },
   'the unit hangs': {
@@ -92,11 +76,11 @@ const FATES = {
     outcome: 'Not sent: Raise tap 1 (TAP1_RAISE). Cancelled.', kind: 'bad', value: '0|GOOD',
   },
   'the answer is lost': {
-    meanwhile: (visitor, page) => page.route('**/', async (route, request) => {
-      const isCommand = request.postData().includes('Krunch');
-      const response = isCommand && await route.fetch();
-      await (isCommand ? route.abort() : route.continue());
-      return response;
+    meanwhile: page => page.route('**/', async (route, request) => {
+      if (!request.postData().includes('Krunch'))
+        return route.continue();
+      await route.fetch();
+      return route.abort();
     }),
     outcome: 'No answer: Raise tap 1 (TAP1_RAISE) may or may not have been done.', kind: 'unsure', value: '1|GOOD',
     expected: /ERR_FAILED/,
@@ -104,12 +88,11 @@ const FATES = {
 };
 
 for (const [name, { meanwhile, then, outcome, kind, value, expected = /^$/ }] of Object.entries(FATES))
-  visit(`a command while ${name}`, async (visitor, page) => {
+  visitAs('operator', `a command while ${name}`, async (visitor, page) => {
     await unit.call('coreDbKrunchData', { ...TAP, value: 0 });
-    await visitor.logIn('operator');
     await visitor.start('TAP1_RAISE', 'operate');
     await page.click('#dialog-confirm', { trial: true });
-    await meanwhile(visitor, page);
+    await meanwhile(page);
     const asked = Date.now();
     try {
       await page.click('#dialog-confirm');
@@ -124,12 +107,10 @@ for (const [name, { meanwhile, then, outcome, kind, value, expected = /^$/ }] of
     visitor.forgive(expected);
   });
 
-visit('a session that ends before a command says so, and the next one goes on there', async (visitor, page) => {
-  await visitor.logIn('operator');
+visitAs('operator', 'a session that ends before a command says so, and the next goes on there', async (visitor, page) => {
   await visitor.openTab('unit');
   await page.click('#clock-pc');
-  await hold(page, 'MultData'); // so that no poll sees the end of the session
-  await page.waitForRequest(request => request.postData()?.includes('MultData'));
+  await holdPoll(page); // so that none sees the end of the session
   await unit.logIn('operator', 'operator');
   await page.unroute('**/');
   await page.click('#dialog-confirm');

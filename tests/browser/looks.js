@@ -19,38 +19,31 @@ const LOOKS = {
   narrow: { colorScheme: 'light', viewport: { width: 390, height: 844 } }, // a phone
 };
 
-const { unit, visit } = await openUnit('--security', 'host');
+const { unit, visit } = await openUnit(['--security', 'host']);
 await unit.call('coreDbBlockPoint', { inputType: 'status', inputName: 'BRK3_POS', onOff: 1 });
-
-async function inspect(visitor, name) {
-  await visitor.screenshot(name);
-  await visitor.page.evaluate(axe.source);
-  const violations = await visitor.page.evaluate(async () => (await window.axe.run()).violations);
-  assert.deepEqual(violations.map(({ help, nodes }) => `${nodes.length} times: ${help}: ${nodes[0].html}`), []);
-  const excess = await visitor.page.evaluate('document.documentElement.scrollWidth - window.innerWidth');
-  assert.ok(excess <= 0, `${name} is ${excess} pixels wider than its screen`);
-}
 
 for (const [look, options] of Object.entries(LOOKS))
   visit(look, async (visitor, page, context) => {
-    await page.goto('/index.htm?u=nv', { waitUntil: 'networkidle' });
-    await context.test('login', () => inspect(visitor, `${look}-login`));
+    const inspect = (name, sign) => context.test(name, async () => {
+      await page.locator(sign).first().waitFor();
+      await visitor.screenshot(`${look}-${name}`);
+      await page.evaluate(axe.source);
+      const violations = await page.evaluate(async () => (await window.axe.run()).violations);
+      assert.deepEqual(violations.map(({ help, nodes }) => `${nodes.length} times: ${help}: ${nodes[0].html}`), []);
+      const excess = await page.evaluate('document.documentElement.scrollWidth - window.innerWidth');
+      assert.ok(excess <= 0, `${excess} pixels wider than its screen`);
+    });
+    await page.goto('/index.htm?u=wa', { waitUntil: 'networkidle' });
+    await inspect('login', '#message:has-text("another address")');
     await visitor.logIn('admin');
     await visitor.sees(visitor.cell('FDR1_IA', 'value'), /\d/);
     await page.fill('#filter-text', 'feeder'); // of every type
-    for (const [section, sign] of Object.entries(SECTIONS))
-      await context.test(section, async () => {
-        await visitor.openTab(section);
-        await page.locator(sign).first().waitFor();
-        await inspect(visitor, `${look}-${section}`);
-      });
-    await context.test('point', async () => {
-      await visitor.row('FDR1_IA').locator('a').click();
-      await page.locator('#chart-line[d*="L100"]').waitFor();
-      await inspect(visitor, `${look}-point`);
-    });
-    await context.test('dialog', async () => {
-      await page.click('#point-actions [data-action="force"]');
-      await inspect(visitor, `${look}-dialog`);
-    });
+    for (const [section, sign] of Object.entries(SECTIONS)) {
+      await visitor.openTab(section);
+      await inspect(section, sign);
+    }
+    await visitor.row('FDR1_IA').locator('a').click();
+    await inspect('point', '#chart-line[d*="L100"]');
+    await page.click('#point-actions [data-action="force"]');
+    await inspect('dialog', '#dialog');
   }, options);

@@ -3,40 +3,31 @@ import assert from 'node:assert/strict';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { openUnit } from './support/visitor.js';
 
-const { visit } = await openUnit('--security', 'off', '--coredb-version', 'coreDb: 09.12.00');
+const { visit, visitAs } = await openUnit(['--security', 'off', '--coredb-version', 'coreDb: 09.12.00']);
 
-visit('from a wrong password to the logout, without an error', async (visitor, page, context) => {
-  await context.test('login', async () => {
-    await page.goto('/', { waitUntil: 'networkidle' });
-    await visitor.submitLogin('admin', 'wrong');
-    await visitor.sees('#message', /^Wrong user or password\.$/);
-    await page.waitForTimeout(1000); // the unit refuses a login that comes sooner
-    await visitor.logIn('admin');
-    await visitor.sees('#level', '250');
-  });
+visit('from a wrong password to the logout, without an error', async (visitor, page) => {
+  await page.goto('/', { waitUntil: 'networkidle' });
+  await visitor.submitLogin('admin', 'wrong');
+  await visitor.sees('#message', /^Wrong user or password\.$/);
+  await page.waitForTimeout(1000); // the unit refuses a login that comes sooner
+  await visitor.logIn('admin');
+  await visitor.sees('#level', '250');
+  await visitor.act('V_SETPOINT', 'set', { value: '-12.5' });
+  await visitor.sees(visitor.cell('V_SETPOINT', 'value'), '-12.5');
 
-  await context.test('a set point is written', async () => {
-    await visitor.act('V_SETPOINT', 'set', { value: '-12.5' });
-    await visitor.sees(visitor.cell('V_SETPOINT', 'value'), '-12.5');
-  });
+  // What the mode does not offer is disabled, with the reason.
+  for (const [tab, button] of [['users', '#own-password'], ['log', '#log-refresh']]) {
+    await visitor.openTab(tab);
+    await visitor.seesDisabled(button, tab, 'without its security module');
+  }
 
-  await context.test('what the mode does not offer is disabled, with the reason', async () => {
-    await visitor.openTab('users');
-    await visitor.seesDisabled('#own-password', 'users', 'without its security module');
-    await visitor.openTab('log');
-    await visitor.seesDisabled('#log-refresh', 'log', 'without its security module');
-  });
-
-  await context.test('a file is uploaded and viewed', async () => {
-    await visitor.openTab('files');
-    await visitor.upload('netConfig.xml', '<netConfig><ip>192.0.2.7</ip></netConfig>');
-    await page.click('[data-file="/cfgFiles/netConfig.xml"]');
-    await visitor.sees('#file-content', '192.0.2.7');
-    await page.click('[data-file="/nvrFiles/counters.xml"]');
-    await visitor.sees('#file-content', '<counters');
-  });
-
-  await context.test('logout', () => visitor.logOut());
+  await visitor.openTab('files');
+  await visitor.upload('netConfig.xml', '<netConfig><ip>192.0.2.7</ip></netConfig>');
+  await page.click('[data-file="/cfgFiles/netConfig.xml"]');
+  await visitor.sees('#file-content', '192.0.2.7');
+  await page.click('[data-file="/nvrFiles/counters.xml"]');
+  await visitor.sees('#file-content', '<counters');
+  await visitor.logOut();
 });
 
 visit('an open page keeps its session alive, until nobody has used it for as long as the unit allows', async (visitor, page) => {
@@ -53,8 +44,7 @@ visit('an open page keeps its session alive, until nobody has used it for as lon
   await visitor.isSentToLogin('to', 'timed out');
 });
 
-visit('the example page shows a value and operates', async (visitor, page) => {
-  await visitor.logIn('admin');
+visitAs('admin', 'the example page shows a value and operates', async (visitor, page) => {
   await page.goto('/example.htm');
   await visitor.sees('#current', /^\d+(\.\d+)? A, GOOD/);
   await page.click('#open');
@@ -64,19 +54,16 @@ visit('the example page shows a value and operates', async (visitor, page) => {
   await page.waitForURL('**/index.htm');
 });
 
-visit('a hidden page asks at a tenth, and at once when it is seen', async (visitor, page) => {
-  let asked = 0;
-  page.on('request', request => asked += request.url().endsWith('/session.htm'));
+visitAs('admin', 'a hidden page asks at a tenth, and at once when it is seen', async (visitor, page) => {
   const see = seen => page.evaluate(hidden => {
     Object.defineProperty(document, 'hidden', { value: hidden, configurable: true });
     document.dispatchEvent(new Event('visibilitychange'));
   }, !seen);
-  await visitor.logIn('admin');
   await see(false);
   await page.waitForRequest('**/session.htm'); // of the pause that has begun
-  asked = 0;
+  const before = visitor.count('/session.htm');
   await sleep(5000);
-  assert.equal(asked, 0);
+  assert.equal(visitor.count('/session.htm'), before);
   await page.locator('#no-start').waitFor({ state: 'hidden' }); // by now an old browser would show it
   await see(true);
   await page.waitForRequest('**/session.htm', { timeout: 1500 });
@@ -104,9 +91,8 @@ visit('a page in a frame shows nothing', async (visitor, page) => {
 });
 
 // The unit reports its old database with a fault, which the browser reports as an error.
-visit('an old database does not force with flags, and the page says so', async visitor => {
-  await visitor.logIn('admin');
-  await visitor.act('BUS1_FREQ', 'force', { value: '50', flags: 'TEST' });
+visitAs('admin', 'an old database does not force with flags, and the page says so', async visitor => {
+  await visitor.act('BUS1_FREQ', 'force', { value: '50', flags: 'TEST' }, 'not supported for this coreDb version');
   await visitor.sees('#dialog-result', 'not supported for this coreDb version');
   visitor.forgive(/500/);
 });

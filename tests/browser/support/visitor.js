@@ -2,47 +2,45 @@
 import assert from 'node:assert/strict';
 import { join } from 'node:path';
 import { after, test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
 import { chromium } from 'playwright-core';
 import { Unit } from './unit.js';
 
 const { SCREENSHOTS } = process.env; // a folder; set by CTest
 const PATIENCE_MS = 15000;
+const HELD = 50; // repeats of a held key; even, so that a dialog that they close and open again stays open
 
 const PANEL = { width: 1024, height: 768 };
 
-// Opens a browser and a unit for the tests of a file. Returns the unit, and the function that defines a test
-// with a new visitor; such a test fails when the browser reports an error.
-export async function openUnit(...options) {
-  const browser = await chromium.launch({
-    executablePath: '/usr/bin/chromium',
-    args: ['--disable-gpu', '--disable-quic', '--disable-sync'], // no network traffic of the browser's own
-  });
-  after(() => browser.close());
-  const unit = await Unit.start(options);
-  after(() => unit.stop());
+const chrome = await chromium.launch({
+  executablePath: '/usr/bin/chromium',
+  args: ['--disable-gpu', '--disable-quic', '--disable-sync'], // no network traffic of the browser's own
+});
+after(() => chrome.close());
 
-  // own: the further options and the users of a unit that only this test uses. look: of the browser.
-  function visit(name, steps, { own, ...look } = {}) {
-    test(name, async context => {
-      let visited = unit;
-      if (own !== undefined) {
-        visited = await Unit.start([...options, ...own.options ?? []], own.users);
-        context.after(() => visited.stop());
-      }
-      const visitor = await Visitor.meet(browser, visited, look);
-      await steps(visitor, visitor.page, context);
-      await visitor.leave();
-    });
-  }
-  return { unit, visit };
+// Starts a unit for the tests of a file. Returns it, and the functions that define a test with a new visitor, who in
+// one of them has logged in. Such a test fails when the browser reports an error.
+export async function openUnit(options, files) {
+  const unit = await Unit.start(options, files);
+  after(() => unit.stop());
+  const visit = (name, steps, look) => test(name, async context => {
+    const visitor = await Visitor.meet(unit, look);
+    await steps(visitor, visitor.page, context);
+    await visitor.leave();
+  });
+  const visitAs = (user, name, steps, look) => visit(name, async (visitor, page, context) => {
+    await visitor.logIn(user);
+    await steps(visitor, page, context);
+  }, look);
+  return { unit, visit, visitAs };
 }
 
 export class Visitor {
+  asked = []; // address and body of all requests
   complaints = [];
 
-  static async meet(browser, unit, look) {
+  static async meet(unit, { browser = chrome, ...look } = {}) {
     const visitor = new Visitor();
-    visitor.unit = unit;
     visitor.context = await browser.newContext({ baseURL: unit.address, viewport: PANEL, ...look });
     visitor.context.setDefaultTimeout(PATIENCE_MS);
     visitor.page = await visitor.context.newPage();
@@ -56,11 +54,12 @@ export class Visitor {
       if (['error', 'warning'].includes(message.type()))
         complain(`console: ${message.text()}`);
     });
+    this.page.on('request', request => this.asked.push(`${request.url()} ${request.postData()}`));
     this.page.on('dialog', dialog => complain(`dialog: ${dialog.message()}`));
     this.page.on('pageerror', error => complain(`script: ${error.stack || error}`));
     this.page.on('requestfailed', request => {
       const { errorText } = request.failure();
-      if (errorText !== 'net::ERR_ABORTED') // the page stops a read for a command
+      if (!errorText.endsWith('_ABORTED')) // the page stops a read for a command
         complain(`request: ${request.method()} ${request.url()}: ${errorText}`);
     });
     this.page.on('response', answer => {
@@ -80,7 +79,15 @@ export class Visitor {
     assert.deepEqual(complaints, []);
   }
 
+  count = text => this.asked.filter(request => request.includes(text)).length;
+
   // ---- What a person does ----
+
+  async holdEnter() {
+    for (let times = 0; times < HELD; ++times, await sleep(30))
+      await this.page.keyboard.down('Enter');
+    await this.page.keyboard.up('Enter');
+  }
 
   async submitLogin(user, password = user) {
     await this.page.fill('#user', user);
@@ -113,7 +120,7 @@ export class Visitor {
   }
 
   // Starts an action on a point or a user, fills in the dialog's fields, and confirms it.
-  async act(name, action, fields = {}) {
+  async act(name, action, fields = {}, result = 'done') {
     await this.start(name, action);
     for (const [field, value] of Object.entries(fields))
       if (typeof value === 'boolean')
@@ -121,6 +128,7 @@ export class Visitor {
       else
         await this.page.fill(`#dialog-${field}`, value);
     await this.page.click('#dialog-confirm');
+    await this.sees('#result', result);
   }
 
   async upload(name, content, outcome = 'reads back as sent') {
