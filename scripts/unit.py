@@ -10,6 +10,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from pathlib import Path
 
 HERE = os.path.dirname(os.path.realpath(__file__))
 PATIENCE_SECONDS = 8  # of an ordinary client
@@ -63,6 +64,14 @@ def receive_all(client):
         reply += part
 
 
+def drip(client, request):
+    """Sends what the kernel takes at once; a client whose connection has ended sends nothing."""
+    try:
+        client.send(request, socket.MSG_DONTWAIT)
+    except OSError:
+        pass
+
+
 def free_port():
     """A loopback port below the kernel's ephemeral range that nobody listens on."""
     for port in range(21000 + os.getpid() % 5000, 32000):
@@ -84,12 +93,11 @@ class Unit:
         atexit.register(self.stop)
         root = self.folder + "/www"
         shutil.copytree(HERE + "/../sim/www", root)
-        with open(root + "/big.png", "wb") as file:
-            file.write(b"b" * BIG_BYTES)
+        Path(root, "big.png").write_bytes(b"b" * BIG_BYTES)
         with open(root + "/huge.png", "wb") as file:
             file.truncate(500 << 20)
-        with open(build + "/bench/figures.sh", encoding="utf-8") as settings:
-            emulator = re.search("^EMULATOR='(.*)'$", settings.read(), re.MULTILINE)[1].split()
+        settings = Path(build, "bench/figures.sh").read_text(encoding="utf-8")
+        emulator = re.search("^EMULATOR='(.*)'$", settings, re.MULTILINE)[1].split()
         self.is_emulated = bool(emulator)
         self.port = free_port()
         self.process = subprocess.Popen(
@@ -142,26 +150,28 @@ class Unit:
         return self.status("VmHWM:")
 
     def status(self, name):
-        with open(f"/proc/{self.process.pid}/status", encoding="ascii") as file:
-            return int(next(line for line in file if line.startswith(name)).split()[1])
+        return int(re.search(rf"^{name}\s*(\d+)", self.proc("status").read_text(), re.MULTILINE)[1])
 
     def forget_peak(self):
-        with open(f"/proc/{self.process.pid}/clear_refs", "w", encoding="ascii") as file:
-            file.write("5")
+        self.proc("clear_refs").write_text("5")
 
     def descriptors(self):
-        return len(os.listdir(f"/proc/{self.process.pid}/fd"))
+        return len(list(self.proc("fd").iterdir()))
+
+    def new_descriptors(self, before, seconds):
+        """How many more there are than before, when the service has had so much time to close the last ones."""
+        end = time.monotonic() + seconds
+        while self.descriptors() != before and time.monotonic() < end:
+            time.sleep(0.002)
+        return self.descriptors() - before
+
+    def proc(self, path):
+        return Path(f"/proc/{self.process.pid}", path)
 
     def service_thread(self):
-        """Its id, as text."""
-        tasks = f"/proc/{self.process.pid}/task/"
-        for task in os.listdir(tasks):
-            with open(tasks + task + "/comm", encoding="ascii") as name:
-                if name.read() == "webServer\n":
-                    return task
-        raise RuntimeError("no service thread")
+        """Its folder in /proc."""
+        return next(task for task in self.proc("task").iterdir() if (task / "comm").read_text() == "webServer\n")
 
     def service_seconds(self):
         """Processor time of the service thread since its start."""
-        with open(f"/proc/{self.process.pid}/task/{self.service_thread()}/schedstat", encoding="ascii") as times:
-            return int(times.read().split()[0]) / 1e9
+        return int((self.service_thread() / "schedstat").read_text().split()[0]) / 1e9
