@@ -16,20 +16,6 @@ static std::size_t allocatedBytes()
     return mallinfo2().uordblks;
 }
 
-TEST(Limits, TheEnvironmentSetsTheProcessorTime)
-{
-    setenv("WEB_CPU_MS", "4000", 1);
-    FakeHost fake;
-    fake.cpuSecondsPerLook = 1;
-    const Service service;
-    unsetenv("WEB_CPU_MS");
-    const auto reply = [&](std::size_t bytes) {
-        return service.post(envelope("fnPut", "<arg>" + std::string(bytes, 'x') + "</arg>"));
-    };
-    EXPECT_THAT(reply(18000), HasSubstr("200 OK"));
-    EXPECT_EQ("", reply(30000));
-}
-
 // gSOAP would need all of the service thread's stack.
 TEST(Gsoap, SkipsElementsThatAreNotFieldsHoweverTheyNest)
 {

@@ -96,9 +96,7 @@ static bool gsoapAsksForMore(struct soap *soap, const std::string &bytes)
 TEST(RequestEnd, IsWhereGsoapStops)
 {
     FakeHost fake;
-    struct soap *soap = soap_new();
-    initContext(soap);
-    openOnFreePort(soap);
+    struct soap *soap = openOnFreePort(soap_new());
     for (const Row &row : rows()) {
         SCOPED_TRACE(row.name);
         const std::size_t size = row.request.size();

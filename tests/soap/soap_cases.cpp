@@ -6,7 +6,6 @@
 
 #include "gsoap/serve.h"
 #include "support/cases.h"
-#include "support/given.h"
 #include "support/wire.h"
 
 static std::string escaped(const std::string &text)

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/fake_host.h"
+
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 using Lines = std::vector<std::string>;
 
@@ -62,6 +64,9 @@ void run(const std::string &path, const Section &section, const MakeDialect &mak
 void registerCases(const std::string &folder, const MakeDialect &make);
 
 // ---- For the dialects ----
+
+// Changes the host by "NAME=VALUE | NAME". Throws WrongLine for what CASES.md does not have.
+void give(FakeHost &fake, const std::string &settings);
 
 Lines split(const std::string &text, const std::string &separator);
 

@@ -19,8 +19,6 @@ public:
     explicit Client(int port, const std::string &bytes = "", const std::string &from = "127.0.0.1");
     ~Client();
     Client(Client &&other) noexcept : socket_(other.socket_) { other.socket_ = -1; }
-    Client(const Client &) = delete;
-    Client &operator=(const Client &) = delete;
 
     int socket() const { return socket_; } // -1: there is no connection
     void send(const std::string &bytes, int flags = 0) const;

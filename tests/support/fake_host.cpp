@@ -51,6 +51,7 @@ FakeHost::FakeHost()
     g_highLevel = 200;
     g_webRemote = 0;
     g_webStrict = 0;
+    g_webCpuMs = 2000;
     sessTimeOut = 900;
     removeSecurityHooks();
     pgf_parseAuth = gate;
@@ -199,8 +200,6 @@ int x_readData(Text type, Text name, Text format, char *text)
 {
     const std::size_t mostThatAHostMayWrite = 312;
     recorded(__func__, type, name, format);
-    if (host().onRead)
-        return host().onRead(text);
     if (strcmp(name, "silent") != 0)
         writeText(text, host().point == "@" ? name : host().point, mostThatAHostMayWrite);
     return strcmp(name, "bad") == 0 ? 1 : host().readResult;

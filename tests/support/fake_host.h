@@ -21,18 +21,15 @@ class FakeHost {
 public:
     FakeHost();
     ~FakeHost();
-    FakeHost(const FakeHost &) = delete;
-    FakeHost &operator=(const FakeHost &) = delete;
 
     // What the host answers.
     int verdict = WS_ALLOWED;
-    bool gateRecords = false;              // what the gate finds in each request
-    int status = 0;                        // of every function that has no result below
-    std::string point;                     // the text of every point but "silent"; "@": its name
-    int readResult = 0;                    // of every point but "bad", which is not found
-    std::function<int(char *text)> onRead; // instead of these two
-    bool silent = false;                   // writes no texts
-    std::string answer;                    // of fnPutS
+    bool gateRecords = false; // what the gate finds in each request
+    int status = 0;           // of every function that has no result below
+    std::string point;        // the text of every point but "silent"; "@": its name
+    int readResult = 0;       // of every point but "bad", which is not found
+    bool silent = false;      // writes no texts
+    std::string answer;       // of fnPutS
     int answerStatus = 0;
     std::optional<std::string> coreDbVersion = "coreDb: 10.00";
     int timeModule = 1;

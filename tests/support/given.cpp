@@ -1,9 +1,7 @@
 // tests/support/given.cpp: the word "given" of the cases, which sets up the host.
-#include "support/given.h"
+#include "support/cases.h"
 
 #include <map>
-
-#include "support/cases.h"
 
 using Change = std::function<void(FakeHost &fake, const std::string &value)>;
 
@@ -34,6 +32,7 @@ static const std::map<std::string, Change> NAMES = {
     {"coreDb=", sets(&FakeHost::coreDbVersion)},
     {"count=", sets(&FakeHost::namesCount)},
     {"cpu=", [](auto &fake, auto &text) { fake.cpuSecondsPerLook = toNumber<int>(text); }},
+    {"cpuMs=", sets(&g_webCpuMs)},
     {"csEnabled=", sets(&g_csEnabled)},
     {"gate records", [](auto &fake, auto &) { fake.gateRecords = true; }},
     {"highLevel=", sets(&g_highLevel)},

@@ -124,11 +124,8 @@ ssize_t sendfile(int to, int from, off_t *offset, size_t count)
         errno = host().sendfileError;
         return -1;
     }
-#ifdef SYS_sendfile64
-    return syscall(SYS_sendfile64, to, from, offset, count);
-#else
-    return syscall(SYS_sendfile, to, from, offset, count);
-#endif
+    static const auto real = reinterpret_cast<decltype(&sendfile)>(dlsym(RTLD_NEXT, "sendfile64"));
+    return real(to, from, offset, count);
 }
 
 int clock_gettime(clockid_t clock, struct timespec *time)

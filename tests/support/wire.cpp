@@ -8,6 +8,7 @@
 
 #include "core/config.h"
 #include "core/serve_loop.h"
+#include "gsoap/context.h"
 
 const std::string FORM = "Content-Type: application/x-www-form-urlencoded\r\n";
 
@@ -21,6 +22,7 @@ struct soap *openOnFreePort(struct soap *soap)
 {
     setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
     readConfiguration();
+    initContext(soap);
     if (openService(soap) == -1)
         throw std::runtime_error("the service does not start");
     return soap;

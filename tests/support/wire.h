@@ -32,7 +32,7 @@ void expectServes(int port);
 // Waits until the service runs.
 bool startsToRun();
 
-// Opens the service with this context on a free port, without its thread. Returns the context.
+// Initialises the context and opens the service on a free port, without its thread. Returns the context.
 struct soap *openOnFreePort(struct soap *soap);
 
 // Returns <n:operation>children</n:operation> in an envelope of SOAP 1.1 or 1.2.

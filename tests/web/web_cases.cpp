@@ -13,12 +13,10 @@
 #include "base/base64.h"
 #include "core/hooks.h"
 #include "core/serve_loop.h"
-#include "gsoap/context.h"
 #include "net/connections.h"
 #include "session/lockout.h"
 #include "session/session_table.h"
 #include "support/cases.h"
-#include "support/given.h"
 #include "support/wire.h"
 
 namespace fs = std::filesystem;
@@ -249,7 +247,6 @@ public:
             fs::remove_all(entry);
         fs::create_directories("/mnt/bf/webFiles");
         freshHost();
-        initContext(soap_.get());
         openOnFreePort(soap_.get());
         send_ = soap_->fsend;
         soap_->fsend = [](struct soap *soap, const char *data, std::size_t size) {
