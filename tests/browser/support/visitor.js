@@ -50,22 +50,13 @@ export class Visitor {
 
   #listen() {
     const complain = what => this.complaints.push(what);
-    this.page.on('console', message => {
+    this.page.on('console', message => { // also of requests without an answer, and of answers from 400 on
       if (['error', 'warning'].includes(message.type()))
-        complain(`console: ${message.text()}`);
+        complain(`console: ${message.text()} ${message.location().url}`);
     });
     this.page.on('request', request => this.asked.push(`${request.url()} ${request.postData()}`));
     this.page.on('dialog', dialog => complain(`dialog: ${dialog.message()}`));
     this.page.on('pageerror', error => complain(`script: ${error.stack || error}`));
-    this.page.on('requestfailed', request => {
-      const { errorText } = request.failure();
-      if (!errorText.endsWith('_ABORTED')) // the page stops a read for a command
-        complain(`request: ${request.method()} ${request.url()}: ${errorText}`);
-    });
-    this.page.on('response', answer => {
-      if (answer.status() >= 400)
-        complain(`answer: ${answer.url()}: ${answer.status()}`);
-    });
   }
 
   // Forgets errors that the test has asked for.
