@@ -8,8 +8,7 @@ await 'Unit ready' 1
 unit=$port
 run() { # PORT COMMAND...: waits until it listens
   "${@:2}" >>"$work/gateway" 2>&1 & pids+=" $!"
-  for _ in $(seq 100); do (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null && return; sleep 0.1; done
-  fail "$2 does not listen"
+  retry 10 listens "$1" || fail "$2 does not listen"
 }
 get() { curl -sk --path-as-is --max-time 20 "$@"; }
 codes() { for _ in $(seq "$1"); do get -o /dev/null -w '%{http_code}\n' "${@:2}" || true; done; }

@@ -15,19 +15,15 @@ done
 echo "{\"user\": \"viewer\", \"password\": \"viewer\", \"units\": {$entries},
   \"points\": {\"analog\": [\"FDR1_IA\", \"BUS1_FREQ\"], \"status\": [\"BRK1_POS\"]}}" >"$work/settings"
 
+matches() { # COUNT PATTERN
+  curl -sS "http://127.0.0.1:$port/metrics" >"$work/metrics" 2>/dev/null && [ "$(grep -cE "$2" "$work/metrics")" -eq "$1" ]
+}
 shows() { # COUNT PATTERN: waits until so many lines of the metrics match
-  for _ in $(seq 150); do
-    curl -sS "http://127.0.0.1:$port/metrics" >"$work/metrics" 2>/dev/null || true
-    [ "$(grep -cE "$2" "$work/metrics")" -ne "$1" ] || return 0
-    sleep 0.2
-  done
-  fail "not $1 times: $2: $(grep -E '^rtu_(up|polls_total)' "$work/metrics" | tail -n 60)"
+  retry 30 matches "$@" || fail "not $1 times: $2: $(grep -E '^rtu_(up|polls_total)' "$work/metrics" | tail -n 60)"
 }
 admin() { port=${ports[$1]} call "$2" "$3" '<Authentication>admin:admin</Authentication>' >/dev/null; }
 
-for ((i = 0; i < count; ++i)); do
-  for _ in $(seq 600); do grep -q 'Unit ready' "$work/unit$i" && break; sleep 0.1; done
-done
+for ((i = 0; i < count; ++i)); do retry 60 grep -q "Unit ready" "$work/unit$i" || fail "unit $i"; done
 start "$poller" "$work/settings" --port "$port" --every 1 --at-once 10
 shows $count '^rtu_up.* 1\.0'
 shows $((3 * count)) '^rtu_value'

@@ -5,26 +5,26 @@ work=$(mktemp -d)
 pid= pids= # the unit; others
 trap 'kill -9 $pid $pids 2>/dev/null || true; wait; rm -rf "$work"' EXIT
 next=$((20000 + $$ % 10000))
+listens() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; } # PORT
 new_ports() { # NAME...: sets each to a free one
   for name; do
-    while next=$((next + 1)); (exec 3<>"/dev/tcp/127.0.0.1/$next") 2>/dev/null; do :; done
+    while next=$((next + 1)); listens "$next"; do :; done
     declare -g "$name=$next"
   done
 }
 new_ports port
 
 fail() { echo "FAILED: $*"; tail -n 50 "$work"/* 2>/dev/null || true; exit 1; }
+retry() { # SECONDS COMMAND...: until it succeeds
+  for _ in $(seq "$((10 * $1))"); do ! "${@:2}" || return 0; sleep 0.1; done
+  return 1
+}
 start() { # COMMAND...: its output goes to $work/out and $work/log
   truncate -s 0 "$work"/{out,log} # otherwise await() could find the text of the last unit
   "$@" >"$work/out" 2>"$work/log" & pid=$!
 }
-await() { # TEXT TIMES: waits until so many lines of the output have the text
-  for _ in $(seq 300); do
-    [ "$(cat "$work"/{out,log} | grep -c "$1")" -lt "$2" ] || return 0
-    sleep 0.05
-  done
-  fail "not seen $2 times: $1"
-}
+printed() { [ "$(cat "$work"/{out,log} | grep -c "$1")" -ge "$2" ]; }
+await() { retry 15 printed "$@" || fail "not seen $2 times: $1"; } # TEXT TIMES: waits for so many lines of output
 stop() { # SIGNAL: the unit must end with status 0
   kill -"$1" "$pid"
   wait "$pid" || fail "status $? after $1"
