@@ -19,6 +19,7 @@
 static const std::string DIGITS = "0123456789";
 static const std::string LETTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 static const std::string BASE64 = LETTERS + DIGITS + "+/";
+static const std::string OF_A_NAME = LETTERS + DIGITS + "-._";
 static const Pairs MARKUP = {
     {"&",  "&amp;"},
     {"<",  "&lt;" },
@@ -68,8 +69,9 @@ static void base64(const std::string &text, Choices &in)
 
 static void paths(const std::string &text, Choices &)
 {
+    const std::unique_ptr<char[]> plain = exact(text), parent = exact(text);
     char path[PATH_PART_SIZE], query[PATH_PART_SIZE], name[FILE_NAME_SIZE];
-    parseURL(exact(text).get(), path, query);
+    parseURL(plain.get(), path, query);
     const std::string first = text.substr(0, std::min<std::size_t>(text.find('?'), 300));
     must(path == first && query == text.substr(first.size(), 300), "parseURL", text);
 
@@ -80,16 +82,12 @@ static void paths(const std::string &text, Choices &)
                                : data     ? "/mnt"
                                           : g_webDir;
     const std::size_t dropped = configured || kept ? 10 : !data && first[0] == '/' ? 1 : 0;
-    locateFile(exact(text).get(), path, name);
+    locateFile(plain.get(), path, name);
     must(name == (folder + first.substr(std::min(dropped, first.size()))).substr(0, 298),
          "locateFile", text);
 
-    must((validateFilenameSyntax(exact(text).get()) != 0)
-                 == consistsOf(text, LETTERS + DIGITS + "-._")
-             && (validatePathSyntax(exact(text).get()) != 0)
-                    == consistsOf(text, LETTERS + DIGITS + "-._/"),
-         "names", text);
-    const std::unique_ptr<char[]> parent = exact(text);
+    must((validateFilenameSyntax(plain.get()) != 0) == consistsOf(text, OF_A_NAME), "name", text);
+    must((validatePathSyntax(plain.get()) != 0) == consistsOf(text, OF_A_NAME + "/"), "path", text);
     getFolderPath(parent.get());
     must(parent.get()
              == (text.find('/') == std::string::npos ? text : text.substr(0, text.rfind('/') + 1)),
@@ -97,7 +95,7 @@ static void paths(const std::string &text, Choices &)
 
     const std::string expected = replaced(text, Pairs(1, {"/cfgFiles", g_configDir}));
     char *translated = nullptr;
-    const bool special = traduceWebToFsPath(&translated, exact(text).get()) == 1;
+    const bool special = traduceWebToFsPath(&translated, plain.get()) == 1;
     must(special == (text.rfind("/cfgFiles", 0) == 0)
              && translated == (special ? expected : g_webDir + text),
          "traduceWebToFsPath", text);
@@ -166,17 +164,17 @@ static void fields(const std::string &text, Choices &in)
         found += field.key + ("=" + std::string(field.value)) + "&";
     must((text + "&").rfind(found, 0) == 0, "fields as sent", text);
 
-    const auto starts = [&](const std::string &words) {
-        const Lines all = split(words, "|");
-        return std::any_of(all.begin(), all.end(),
+    const auto starts = [&](const Lines &words) {
+        return std::any_of(words.begin(), words.end(),
                            [&](auto &word) { return text.rfind(word, 0) == 0; });
     };
-    const char *const name = "ns__coreDbReadMultData";
-    must((wsInputStringValidation(name, "inputType", exact(text).get()) != 0)
-                 == starts("status|analog|command|setPoint")
-             && (wsInputStringValidation(name, "inputFormat", exact(text).get()) != 0)
-                    == (text.empty() || starts("%d|%u|%g")),
-         "validators", text);
+    const auto isValid = [plain = exact(text)](const char *field) {
+        return wsInputStringValidation("ns__coreDbReadMultData", field, plain.get()) != 0;
+    };
+    const bool isType = starts({"status", "analog", "command", "setPoint"});
+    must(isValid("inputType") == isType, "inputType", text);
+    must(isValid("inputFormat") == (text.empty() || starts({"%d", "%u", "%g"})), "inputFormat",
+         text);
     const auto now = in.ConsumeIntegral<uint32_t>(), then = in.ConsumeIntegral<uint32_t>();
     must(diffTimestamp(now, then) == now - then - ((now - then) >> 31), "diffTimestamp");
 }
