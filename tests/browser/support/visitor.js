@@ -43,20 +43,17 @@ export class Visitor {
     const visitor = new Visitor();
     visitor.context = await browser.newContext({ baseURL: unit.address, viewport: PANEL, ...look });
     visitor.context.setDefaultTimeout(PATIENCE_MS);
-    visitor.page = await visitor.context.newPage();
-    visitor.#listen();
-    return visitor;
-  }
-
-  #listen() {
-    const complain = what => this.complaints.push(what);
-    this.page.on('console', message => { // also of requests without an answer, and of answers from 400 on
+    const page = await visitor.context.newPage();
+    visitor.page = page;
+    const complain = what => visitor.complaints.push(what);
+    page.on('console', message => { // also of requests without an answer, and of answers from 400 on
       if (['error', 'warning'].includes(message.type()))
         complain(`console: ${message.text()} ${message.location().url}`);
     });
-    this.page.on('request', request => this.asked.push(`${request.url()} ${request.postData()}`));
-    this.page.on('dialog', dialog => complain(`dialog: ${dialog.message()}`));
-    this.page.on('pageerror', error => complain(`script: ${error.stack || error}`));
+    page.on('request', request => visitor.asked.push(`${request.url()} ${request.postData()}`));
+    page.on('dialog', dialog => complain(`dialog: ${dialog.message()}`));
+    page.on('pageerror', error => complain(`script: ${error.stack || error}`));
+    return visitor;
   }
 
   // Forgets errors that the test has asked for.
