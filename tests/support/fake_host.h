@@ -16,7 +16,11 @@ class FakeHost {
     mutable std::mutex mutex_;
     std::vector<std::string> calls_;
     std::string log_;
-    using Lock = std::lock_guard<std::mutex>; // until the end of the expression that makes one
+    struct
+        Lock { // until the end of the expression that makes one; g++ 14 refuses a lock_guard there
+        std::lock_guard<std::mutex> guard;
+        explicit Lock(std::mutex &mutex) : guard(mutex) {}
+    };
 
 public:
     FakeHost();
