@@ -16,8 +16,8 @@ class FakeHost {
     mutable std::mutex mutex_;
     std::vector<std::string> calls_;
     std::string log_;
-    struct
-        Lock { // until the end of the expression that makes one; g++ 14 refuses a lock_guard there
+    // Until the end of the expression that makes one. g++ 14 refuses a lock_guard there.
+    struct Lock {
         std::lock_guard<std::mutex> guard;
         explicit Lock(std::mutex &mutex) : guard(mutex) {}
     };
