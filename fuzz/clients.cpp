@@ -12,10 +12,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "base/base64.h"
 #include "core/serve_loop.h"
 #include "net/connections.h"
-#include "support/fake_host.h"
+#include "support/cases.h"
+#include "support/wire.h"
 #include "webServer.h"
 
 struct soap *const context = new struct soap;
@@ -210,25 +210,17 @@ std::string get(const std::string &target, const std::string &headers)
 std::string post(const std::string &body, const std::string &headers, const std::string &target,
                  const std::string &type)
 {
-    return "POST " + target + " HTTP/1.1\r\nContent-Type: " + type + "\r\n" + headers
-           + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+    return httpPost("Content-Type: " + type + "\r\n" + headers, body, target);
 }
 
 std::string command(const std::string &name, const std::string &user, const std::string &headers)
 {
-    const auto field = [](const std::string &text) { // in Base64, quoted, because of its "="
-        char coded[100];
-        httpBase64encode(reinterpret_cast<const unsigned char *>(text.data()),
-                         static_cast<int>(text.size()), coded, sizeof coded);
-        return '"' + std::string(coded) + '"';
-    };
-    return post("cgiMethod=" + field(name) + "&arg1=" + field(user) + "&arg2=\"eA==\"",
+    return post("cgiMethod=" + formField(name) + "&arg1=" + formField(user) + "&arg2=\"eA==\"",
                 "Accept: application/json\r\n" + headers);
 }
 
 std::string cookieOf(const std::string &reply)
 {
-    const std::size_t at = reply.find("Set-Cookie: ");
-    return at == std::string::npos ? ""
-                                   : reply.substr(at + 4, reply.find(';', at) - at - 4) + "\r\n";
+    const Lines parts = split(reply, "Set-Cookie: ");
+    return parts.size() == 1 ? "" : "Cookie: " + split(parts[1], ";")[0] + "\r\n";
 }

@@ -14,7 +14,6 @@
 #include "core/hooks.h"
 #include "core/serve_loop.h"
 #include "gsoap/context.h"
-#include "session/session_table.h"
 #include "support/private_machine.h"
 #include "support/wire.h"
 
@@ -67,17 +66,6 @@ static void writeFiles()
     filesWritten = false;
 }
 
-static void forgetSessions()
-{
-    for (int slot = 0; slot < MAX_SESSIONS; ++slot)
-        if (g_accesstok[slot].id != nullptr)
-            clearSession(slot, context);
-    for (const auto &slot : g_webAccess.slots)
-        free(slot.ip);
-    g_webAccess = {};
-    srand(1); // session ids are then the same for every input
-}
-
 static std::vector<std::string> askOrdinary()
 {
     FakeHost host;
@@ -89,7 +77,7 @@ static std::vector<std::string> askOrdinary()
     };
     const std::string page = "/cfgFiles/points.xml";
     ask(get(page)); // it would be answered if the input's cookies were still there
-    forgetSessions();
+    forgetSessions(context);
     const std::string fields = "<inputName>A</inputName><inputFormat>%g</inputFormat><inputType>";
     for (const std::string type : {"analog", "none"})
         ask(post(envelope("coreDbReadData", fields + type + "</inputType>", type == "none"), "",
@@ -99,7 +87,7 @@ static std::vector<std::string> askOrdinary()
     ask(get(page, named));
     ask(get(page, named), 8);
     ask(command("cgiLogout", "", named));
-    forgetSessions();
+    forgetSessions(context);
     return replies;
 }
 

@@ -189,8 +189,6 @@ class SoapCases : public Dialect {
         FakeHost fake;
         ::give(fake, settings); // fails at this line when they are wrong
     }
-
-    bool setOther(const std::string &) override { return false; }
 };
 
 std::unique_ptr<Dialect> makeSoapDialect()

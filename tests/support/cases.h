@@ -30,8 +30,8 @@ protected:
     // Changes the host by settings, "NAME=VALUE | NAME" or nothing; fresh: takes earlier ones back first.
     virtual void give(bool fresh, const std::string &settings) = 0;
 
-    // Does what a line says that is neither a request nor `given`. Returns false if there is no such line.
-    virtual bool setOther(const std::string &line) = 0;
+    // Does what the line says that is neither a request nor `given`. Returns false if there is no such line.
+    virtual bool setOther(const std::string &) { return false; }
 
 public:
     virtual ~Dialect() = default;

@@ -6,9 +6,12 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 
+#include "base/base64.h"
 #include "core/config.h"
 #include "core/serve_loop.h"
 #include "gsoap/context.h"
+#include "session/session_table.h"
+#include "support/cases.h"
 
 const std::string FORM = "Content-Type: application/x-www-form-urlencoded\r\n";
 
@@ -53,10 +56,27 @@ std::string Service::post(const std::string &envelope, const std::string &header
     return talk(port_, httpPost(usual + headers, envelope));
 }
 
-std::string httpPost(const std::string &headers, const std::string &body)
+std::string httpPost(const std::string &headers, const std::string &body, const std::string &target)
 {
-    return "POST / HTTP/1.1\r\n" + headers + "Content-Length: " + std::to_string(body.size())
-           + "\r\n\r\n" + body;
+    return "POST " + target + " HTTP/1.1\r\n" + headers
+           + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+std::string formField(const std::string &text)
+{
+    std::vector<char> coded(text.size() * 2 + 8);
+    httpBase64encode(reinterpret_cast<const unsigned char *>(text.data()),
+                     static_cast<int>(text.size()), coded.data(), static_cast<int>(coded.size()));
+    return replaced(coded.data(), {{"+", "%2B"}, {"/", "%2F"}, {"=", "%3D"}});
+}
+
+void forgetSessions(struct soap *soap)
+{
+    endSessionsOf("", soap);
+    for (const auto &slot : g_webAccess.slots)
+        free(slot.ip);
+    g_webAccess = {};
+    srand(1);
 }
 
 std::string envelope(const std::string &operation, const std::string &children, bool soap12,

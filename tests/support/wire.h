@@ -21,10 +21,17 @@ public:
     std::string post(const std::string &envelope, const std::string &headers = "") const;
 };
 
-// Returns a POST to "/" with these header lines, each with its CR LF.
-std::string httpPost(const std::string &headers, const std::string &body);
+// Returns a POST with these header lines, each with its CR LF.
+std::string httpPost(const std::string &headers, const std::string &body,
+                     const std::string &target = "/");
 
 extern const std::string FORM; // the header line of a form's type
+
+// Encodes a field of a form as a page does: in Base64, then escaped for a URL.
+std::string formField(const std::string &text);
+
+// Ends all sessions and lockouts. The ids of the next sessions are then always the same.
+void forgetSessions(struct soap *soap);
 
 // The test fails when the service does not answer an ordinary request.
 void expectServes(int port);

@@ -10,12 +10,10 @@
 #include <sys/stat.h>
 #include <thread>
 
-#include "base/base64.h"
 #include "core/hooks.h"
 #include "core/serve_loop.h"
 #include "net/connections.h"
 #include "session/lockout.h"
-#include "session/session_table.h"
 #include "support/cases.h"
 #include "support/wire.h"
 
@@ -36,15 +34,6 @@ static std::string readable(const std::string &path)
 {
     require(std::ifstream(path).good(), "cannot read " + path);
     return content(path);
-}
-
-// Encodes a field as a page does: in Base64, then escaped for a URL.
-static std::string field(const std::string &text)
-{
-    std::vector<char> coded(text.size() * 2 + 8);
-    httpBase64encode(reinterpret_cast<const unsigned char *>(text.data()),
-                     static_cast<int>(text.size()), coded.data(), static_cast<int>(coded.size()));
-    return replaced(coded.data(), {{"+", "%2B"}, {"/", "%2F"}, {"=", "%3D"}});
 }
 
 static std::string reLoginPage(const std::string &code)
@@ -92,11 +81,9 @@ class WebCases : public Dialect {
         require(std::chrono::steady_clock::now() < begin + PATIENCE, "no reply in half a minute");
         require(gblIpAddress == nullptr && soap_->user == nullptr && soap_->cookies == nullptr,
                 "the service still holds the request's address, user or cookies");
-        const std::string set = "Set-Cookie: SESSIONID=";
-        const std::size_t at = reply_.find(set);
-        if (at != std::string::npos) {
-            ids_["{id@" + client_ + "}"] =
-                reply_.substr(at + set.size(), reply_.find(';', at) - at - set.size());
+        const Lines parts = split(reply_, "Set-Cookie: SESSIONID=");
+        if (parts.size() > 1) {
+            ids_["{id@" + client_ + "}"] = split(parts[1], ";")[0];
             cookies_[client_] = "SESSIONID={id}";
         }
     }
@@ -151,7 +138,7 @@ class WebCases : public Dialect {
     // Sends a command as a page does.
     void command(const std::string &name, const std::string &arguments = "")
     {
-        form("cgiMethod=" + field(name) + arguments);
+        form("cgiMethod=" + formField(name) + arguments);
     }
 
     void checkReply(const std::string &code, const std::string &type, const std::string &body) const
@@ -242,7 +229,7 @@ class WebCases : public Dialect {
 public:
     WebCases()
     {
-        srand(1); // session ids are then the same in every run
+        forgetSessions(soap_.get());
         for (const auto &entry : fs::directory_iterator("/mnt"))
             fs::remove_all(entry);
         fs::create_directories("/mnt/bf/webFiles");
@@ -258,10 +245,7 @@ public:
     ~WebCases() override
     {
         freshHost();
-        endSessionsOf("", soap_.get());
-        for (const auto &slot : g_webAccess.slots)
-            free(slot.ip);
-        g_webAccess = {};
+        forgetSessions(soap_.get());
         soap_done(soap_.get());
     }
 
@@ -286,7 +270,7 @@ const std::vector<WebCases::Word> WebCases::REQUESTS = {
     {"BYTES (.+)", [](auto &my, auto &a) { my.exchange(a[0]); }},
     {"login (\\S*) (\\S+)",
      [](auto &my, auto &a) {
-         my.command("cgiLogin", "&arg1=" + field(a[0]) + "&arg2=" + field(a[1]));
+         my.command("cgiLogin", "&arg1=" + formField(a[0]) + "&arg2=" + formField(a[1]));
      }},
     {"logout", [](auto &my, auto &) { my.command("cgiLogout"); }},
     {"keepAlive", [](auto &my, auto &) { my.command("cgiKeepAlive"); }}};
