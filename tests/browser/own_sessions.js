@@ -5,12 +5,7 @@ import { openUnit } from './support/visitor.js';
 
 const { visit, visitAs } = await openUnit(['--security', 'off', '--coredb-version', 'coreDb: 09.12.00']);
 
-visit('from a wrong password to the logout, without an error', async (visitor, page) => {
-  await page.goto('/', { waitUntil: 'networkidle' });
-  await visitor.submitLogin('admin', 'wrong');
-  await visitor.sees('#message', /^Wrong user or password\.$/);
-  await page.waitForTimeout(1000); // the unit refuses a login that comes sooner
-  await visitor.logIn('admin');
+visitAs('admin', 'from the login to the logout, without an error', async (visitor, page) => {
   await visitor.sees('#level', '250');
   await visitor.act('V_SETPOINT', 'set', { value: '-12.5' });
   await visitor.sees(visitor.cell('V_SETPOINT', 'value'), '-12.5');

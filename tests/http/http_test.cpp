@@ -89,11 +89,8 @@ TEST(SendFolder, SendsAllMatchingFilesAsOneTextReply)
         EXPECT_EQ(content, out.str().substr(out.str().find("\r\n\r\n") + 4)) << path;
         soap_end(soap.get());
     }
-    std::ofstream("/mnt/folder/empty.log") << "";
     std::ostringstream out;
     soap->os = &out;
-    EXPECT_EQ(0, copy_folder(soap.get(), "/mnt/folder", ".log.1"));
-    EXPECT_EQ(-1, copy_folder(soap.get(), "/mnt/folder", "empty"));
     static int failures;
     soap->fpreparesend = [](struct soap *, const char *, std::size_t) {
         return failures-- > 0 ? SOAP_EOM : SOAP_OK;

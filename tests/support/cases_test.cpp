@@ -67,7 +67,6 @@ TEST(CaseRunner, FindsWhatIsWrongInASoapCase)
     static const WrongLines ROWS[] = {
         {"getRTU -> return 512Q\ngiven verdikt=1", "given does not know: \"verdikt=1\""},
         {"getRTU -> return 512Q\ngiven", "no such line: \"given\""},
-        {"getRTU -> return 512Q\ngiven verdict=1x", "no number: \"1x\""},
         {"getRTU -> return 1 -> return 2", "more than one ->"},
         {"getRUT -> return 512Q", "no operation: \"getRUT\""},
         {"fnPut arg={x*y} -> return 0", "no number: \"y\""},
@@ -85,8 +84,6 @@ TEST(CaseRunner, FindsWhatIsWrongInASoapCase)
         {"fnPutS -> fault x", FIRST "fault: expected \"x\", got \"WebServer Error: Invalid"},
         {"fnPutS -> " FAULT " | detail x", FIRST "detail: expected \"x\", got \"ns__fnPutS\""},
         {"fnPutS -> " FAULT, FIRST "detail: expected \"(none)\", got \"ns__fnPutS\""},
-        {"fnPut -> return 0 | level 50 | calls fnPut(null,null,null,null)",
-         FIRST "level asked: expected \"50\", got \"200\""},
         {"fnPut arg=x -> return 0 | needs all | calls fnPut(null,null,null,x)",
          "SOAP 1.1, in order, given verdict=1: fault: expected"},
         {"getRbacPerm -> return 3 | level 50",
@@ -103,9 +100,7 @@ TEST(CaseRunner, FindsWhatIsWrongInAWebCase)
 {
     static const WrongLines ROWS[] = {
         {"GTE /x.css -> nothing", "no request: \"GTE /x.css\""},
-        {"logout ann -> nothing", "no request: \"logout ann\""},
         {"GET / -> nothing at all", "no expectation: \"nothing at all\""},
-        {"GET / -> 20 text/html", "no expectation: \"20 text/html\""},
         {"GET / -> sessions 0", "no expectation: \"sessions 0\""},
         {"GET / ; sessions 0 -> nothing", "sessions 0: no request: \"sessions 0\""},
         {ASK "session 0", "no such line: \"session 0\""},
@@ -113,7 +108,6 @@ TEST(CaseRunner, FindsWhatIsWrongInAWebCase)
         {ASK "file /etc/motd x", "no such line: \"file /etc/motd x\""},
         {INDEX "nothing", "reply: expected \"\", got \"HTTP/1.1 200 OK"},
         {ASK "GET / ; GET /f.js?x -> 200 text/html", "GET /: expected 200"},
-        {INDEX "404 text/html x", "expected 404 text/html, got \"HTTP/1.1 200 OK"},
         {INDEX "200 text/css x", "expected 200 text/css, got \"HTTP/1.1 200 OK"},
         {INDEX "200 text/html xy", "body: expected \"xy\", got \"x\""},
         {INDEX "has yy", "expected \"yy\" in \"HTTP/1.1 200 OK"},

@@ -105,33 +105,29 @@ static int handOver(char ***list)
     return host().namesCount;
 }
 
-// A hook that lists, or sets, records its own name.
-#define LIST_HOOK(name)                                                                            \
-    [](const char *cookie, char ***names) {                                                        \
-        recorded(name, cookie);                                                                    \
-        return handOver(names);                                                                    \
-    }
-#define SET_HOOK(name)                                                                             \
-    [](const char *cookie, const char *user, const char *value) {                                  \
-        return recorded(name, cookie, user, value);                                                \
-    }
+static int listed(const char *hook, const char *cookie, char ***names)
+{
+    recorded(hook, cookie);
+    return handOver(names);
+}
+
+// A hook that records its own name.
+#define HOOK(act, name) [](auto... arguments) { return act(name, arguments...); }
 
 void installSecurityHooks()
 {
     g_csEnabled = 1;
     pgf_parseAuth = gate;
-    pgf_ws_getUsersList = LIST_HOOK("users");
-    pgf_ws_getRolesList = LIST_HOOK("roles");
-    pgf_ws_getLockedUsers = LIST_HOOK("locked");
+    pgf_ws_getUsersList = HOOK(listed, "users");
+    pgf_ws_getRolesList = HOOK(listed, "roles");
+    pgf_ws_getLockedUsers = HOOK(listed, "locked");
     pgf_ws_getRolesListByUser = [](const char *cookie, const char *user, char ***names) {
         recorded("rolesOf", cookie, user);
         return handOver(names);
     };
-    pgf_ws_setUserRoles = SET_HOOK("setRoles");
-    pgf_ws_setUserPassword = SET_HOOK("setPassword");
-    pgf_ws_setUserLock = [](const char *cookie, const char *user, int lock) {
-        return recorded("setLock", cookie, user, lock);
-    };
+    pgf_ws_setUserRoles = HOOK(recorded, "setRoles");
+    pgf_ws_setUserPassword = HOOK(recorded, "setPassword");
+    pgf_ws_setUserLock = HOOK(recorded, "setLock");
     pgf_ws_getUserLockState = [](const char *, const char *) { return recorded("lockState"); };
     pgf_getSessionStatus = [](const char *id) {
         recorded("sessionStatus", id);

@@ -11,23 +11,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-static bool leaveMachine()
-{
-    const int namespaces = CLONE_NEWNS | CLONE_NEWNET;
-    const uid_t user = getuid();
-    const gid_t group = getgid();
-    if (unshare(namespaces) != 0) {
-        if (unshare(namespaces | CLONE_NEWUSER) != 0)
-            return false;
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
-    }
-    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
-           && mount("tmpfs", "/mnt", "tmpfs", 0, nullptr) == 0
-           && std::filesystem::create_directories("/mnt/bf/webFiles"); // the default web root
-}
-
 static bool raiseLoopback()
 {
     struct ifreq request = {};
@@ -41,5 +24,18 @@ static bool raiseLoopback()
 
 bool enterPrivateMachine()
 {
-    return leaveMachine() && raiseLoopback();
+    const int namespaces = CLONE_NEWNS | CLONE_NEWNET;
+    const uid_t user = getuid();
+    const gid_t group = getgid();
+    if (unshare(namespaces) != 0) {
+        if (unshare(namespaces | CLONE_NEWUSER) != 0)
+            return false;
+        std::ofstream("/proc/self/setgroups") << "deny";
+        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+    }
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
+           && mount("tmpfs", "/mnt", "tmpfs", 0, nullptr) == 0
+           && std::filesystem::create_directories("/mnt/bf/webFiles") // the default web root
+           && raiseLoopback();
 }
