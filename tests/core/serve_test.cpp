@@ -37,7 +37,8 @@ static bool ended()
 
 TEST(Bind, FailureIsLoggedAndRebootsTheUnit)
 {
-    const int used = freePort(), holder = listenOn(used);
+    struct soap *holder = (FakeHost(), openOnFreePort(soap_new()));
+    const int used = g_serverPort;
     const std::tuple<std::string, int, const char *> cases[] = {
         {"127.0.0.1", used, "Address already in use"},
         {"127.0.0.1", -1, "Invalid argument"},
@@ -59,7 +60,7 @@ TEST(Bind, FailureIsLoggedAndRebootsTheUnit)
                         "E webServer: rebooting system since socket binding fails for " + address
                         + ":" + std::to_string(port) + ". Soap error: " + reason + "\n"));
     }
-    close(holder);
+    soap_free(holder);
     unsetenv("SERVER_ADDR");
 }
 

@@ -40,8 +40,6 @@ TEST_F(Session, FindsOnlySlotsBelowTheNumberOfSessions)
     EXPECT_EQ(-1, getSessionNum(nullptr));
     EXPECT_EQ(0, createSession(soap.get())) << "the first free slot";
 
-    EXPECT_EQ(5U, diffTimestamp(10, 5));
-    EXPECT_EQ(10U, diffTimestamp(5, 0xFFFFFFFBU));
     EXPECT_EQ(4294967290U, diffTimestamp(5, 10));
     EXPECT_EQ(0x7FFFFFFFU, diffTimestamp(0x7FFFFFFFU, 0));
     EXPECT_EQ(0x7FFFFFFFU, diffTimestamp(0x80000000U, 0));

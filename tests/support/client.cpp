@@ -27,14 +27,6 @@ int freePort()
     return port++;
 }
 
-int listenOn(int port)
-{
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    use(listener, bind, "127.0.0.1", port);
-    listen(listener, 1);
-    return listener;
-}
-
 Client::Client(int port, const std::string &bytes, const std::string &from)
     : socket_(::socket(AF_INET, SOCK_STREAM, 0))
 {

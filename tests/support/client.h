@@ -7,9 +7,6 @@
 // Returns a port that nobody listens on. The network must be the process's own.
 int freePort();
 
-// Returns a socket that listens on the port.
-int listenOn(int port);
-
 // A client that sends and takes its bytes when the test says so.
 class Client {
     int socket_;
