@@ -27,6 +27,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
                   (options & IN_PIECES) != 0 ? std::size_t{7} : bytes.size() + 1});
     must(reply.find(SECRET) == std::string::npos || (g_webStrict == 0 && mayBeGiven(bytes)),
          "a protected file", reply);
+    must((options & HOST_SECURITY) == 0 || (options & REFUSED) == 0 || !filesAreWritten(),
+         "a file that nobody was allowed to write", bytes);
     const std::string secret = id.substr(id.find('=') + 1, id.size() - id.find('=') - 3);
     must(reply.find(secret) == std::string::npos || bytes.find(secret) != std::string::npos,
          "another's session", reply);

@@ -234,8 +234,7 @@ static bool isDocumented(const Kind &kind, int call, const std::string &reply)
     return reply.find("HTTP/1.1 4") == 0 || reply.find("HTTP/1.1 5") == 0
            || has(reply, "/index.htm?u=is") || has(reply, "/index.htm?u=wa")
            || (has(name, "SOAP 1.2") && has(reply, "\"http://schemas.xmlsoap.org/soap/"))
-           || ((name == "fnPutS" || name == "thmGetInfo") && has(reply, "Response></ns:"))
-           || (has(name, "log listing") && (failed == "stat64" || failed == "fstat64"));
+           || ((name == "fnPutS" || name == "thmGetInfo") && has(reply, "Response></ns:"));
 }
 
 static long descriptors()

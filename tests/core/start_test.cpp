@@ -90,12 +90,13 @@ TEST(Configuration, NumbersHaveADefaultAndOnlyYTurnsASwitchOn)
 }
 
 // Read before any test or start has changed them.
-static const std::vector<int> AT_LOAD = {g_csEnabled, g_highLevel, sessTimeOut,  g_lowLevel,
-                                         g_wsSocket,  g_webRemote, g_serverPort, g_webStrict};
+static const std::vector<int> AT_LOAD = {g_csEnabled,  g_highLevel, sessTimeOut,
+                                         g_lowLevel,   g_wsSocket,  g_webRemote,
+                                         g_serverPort, g_webStrict, g_webCpuMs};
 
 TEST(Settings, HaveTheirDefaultsAtLoad)
 {
-    EXPECT_EQ((std::vector<int>{0, 200, 900, 0, -1, 0, 0, 0}), AT_LOAD);
+    EXPECT_EQ((std::vector<int>{0, 200, 900, 0, -1, 0, 0, 0, 0}), AT_LOAD);
 }
 
 TEST(Hooks, DefaultsReplaceTheHostsOnlyWhenItsSecurityIsOff)

@@ -11,6 +11,7 @@
 
 #include "core/hooks.h"
 #include "core/serve_loop.h"
+#include "gsoap/context.h"
 #include "net/connections.h"
 #include "session/lockout.h"
 #include "support/cases.h"
@@ -214,6 +215,7 @@ class WebCases : public Dialect {
         if (fresh)
             freshHost();
         ::give(*fake_, settings);
+        configureContext(soap_.get()); // as at a start with these settings
     }
 
     bool setOther(const std::string &line) override
