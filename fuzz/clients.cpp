@@ -98,8 +98,8 @@ int accept4(int listener, struct sockaddr *address, socklen_t *size, int)
     int pair[2];
     if (next == calls.end() || socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair) != 0)
         return errno = EAGAIN, -1;
-    const int bytes =
-        4096; // of the service's replies in the kernel, so that it must keep some itself
+    // Of the service's replies in the kernel, so that it must keep some itself.
+    const int bytes = 4096;
     syscall(SYS_setsockopt, pair[0], SOL_SOCKET, SO_SNDBUF, &bytes, sizeof bytes);
     struct sockaddr_in from = {};
     from.sin_family = AF_INET;

@@ -45,8 +45,7 @@ visitAs('admin', 'the example page shows a value and operates', async (visitor, 
   await page.click('#open');
   await page.click('#dialog-confirm');
   await visitor.sees('#result', 'Open breaker 1: done.');
-  await page.click('#logout');
-  await page.waitForURL('**/index.htm');
+  await visitor.logOut();
 });
 
 visitAs('admin', 'a hidden page asks at a tenth, and at once when it is seen', async (visitor, page) => {

@@ -9,7 +9,6 @@
 #include <gmock/gmock.h>
 #include <httpget.h>
 #include <netinet/tcp.h>
-#include <soapH.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>

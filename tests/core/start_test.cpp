@@ -1,7 +1,6 @@
 // tests/core/start_test.cpp: configuration, default hooks, version banner, C names.
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <gmock/gmock.h>
 #include <string>
 #include <tuple>

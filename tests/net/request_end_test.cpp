@@ -1,7 +1,6 @@
 // tests/net/request_end_test.cpp: an arriving request is complete at the byte where gSOAP stops to read.
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <stdsoap2.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
