@@ -140,8 +140,9 @@ extern WS_EXPORT int g_webRemote;
 /** 1 if WEB_STRICT is exactly "Y", else 0. With 1 the library closes doors that units in the field leave
  * open: a GET with ".." or, except of a page, with a query is refused, and so is an upload unless its name
  * is plain, a form that a page of another site sends, a request of more than 1 MiB, and one that leaves open
- * where it ends. Failed logins delay the next one of their address. The session's cookie says
- * SameSite=Strict, and the ids that the library makes come from the system's random source.
+ * where it ends. A SOAP reply of more than 1.125 MiB becomes a fault, although the operation has been
+ * executed; with 0 that begins at 18 MiB. Failed logins delay the next one of their address. The session's
+ * cookie says SameSite=Strict, and the ids that the library makes come from the system's random source.
  * docs/security.md says which risks remain. */
 extern WS_EXPORT int g_webStrict;
 
