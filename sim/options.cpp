@@ -62,10 +62,12 @@ Security   host: flash/security/accounts has the users. A new unit has admin (ro
            accounts.
            off: SOAP is open to everybody. The login page accepts admin/admin, level 250.
 Doors      With --strict on the unit refuses a path with "..", a query on anything but a page, an
-           upload under a name that is not plain, a form from a page of another site, and a
-           request of more than 1 MiB. After a wrong password at the login page, the next login
-           from that address must wait for 1 second, then for 2, up to 16. With off the unit
-           does as units in the field do.
+           upload under a name that is not plain, a form from a page of another site, a request
+           of more than 1 MiB, and one that leaves open where it ends. A SOAP reply of more than
+           1.125 MiB becomes a fault. After a wrong password at the login page, the next login
+           from that address must wait for 1 second, then for 2, up to 16. The session's cookie
+           says SameSite=Strict, and with --security off its id cannot be guessed. With
+           --strict off the unit does as units in the field do.
 Users      setUserRoles takes the names of roles, separated by spaces or commas.
            setUserPassword takes 8 to 127 bytes, from an administrator or from the user.
            setUserLock takes 1 (locked) or 0, which also ends a lock for wrong passwords; so
@@ -89,7 +91,8 @@ Reboot     When a client reboots the unit, this program starts itself again.
 Exit       0 stopped by a signal, 1 not started, with the reason in one line, 2 wrong command
            line.
 
-An option that is not given leaves its environment variable, named in brackets, as it is.)";
+An option that is not given leaves its environment variable, named in brackets, as it is, but
+WEB_STRICT becomes Y if it is not set.)";
 
 // The library reads these options from the environment.
 static CLI::Option *addVariable(CLI::App *app, const char *option, const char *variable,
