@@ -39,6 +39,9 @@ TEST_F(Session, FindsOnlySlotsBelowTheNumberOfSessions)
     EXPECT_EQ(nullptr, getSessionId(-1));
     EXPECT_EQ(-1, getSessionNum(nullptr));
     EXPECT_EQ(0, createSession(soap.get())) << "the first free slot";
+    for (int slot = 3; slot < MAX_SESSIONS; ++slot)
+        EXPECT_EQ(slot, createSession(soap.get()));
+    EXPECT_EQ(-1, createSession(soap.get())) << "full";
 
     EXPECT_EQ(4294967290U, diffTimestamp(5, 10));
     EXPECT_EQ(0x7FFFFFFFU, diffTimestamp(0x7FFFFFFFU, 0));
