@@ -184,6 +184,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
                                                                         fields, ends};
     Choices in(data, size);
     const std::size_t number = in.upTo(std::size(FUNCTIONS) - 1);
-    FUNCTIONS[number](in.bytes(1100).c_str(), in); // as far as a C string goes
+    const std::string bytes = in.bytes(1100);
+    FUNCTIONS[number](bytes.substr(0, bytes.find('\0')), in); // as far as a C string goes
     return 0;
 }
