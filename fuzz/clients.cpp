@@ -23,6 +23,7 @@ static std::vector<Call *> calls;
 static std::unique_ptr<Call> another; // ends the wait when the service has dropped all the others
 static void *(*mainThread)(void *);   // of the service that has been started last
 static int looksUntilClose = -1;      // of that service; negative: its host does not close it
+static bool closed;                   // that service, by its host
 static int failingAccepts, acceptError;
 
 void must(bool condition, const char *what, const std::string &shown)
@@ -68,11 +69,12 @@ int poll(struct pollfd *polled, nfds_t count, int milliseconds)
     std::for_each(calls.begin(), calls.end(), act);
     if (looksUntilClose >= 0 && (looksUntilClose-- == 0 || allHaveEnded())) {
         looksUntilClose = -1;
+        closed = true;
         ws_soap_close();
     }
     const struct timespec atOnce = {};
     int ready = ppoll(polled, count, &atOnce, nullptr);
-    if (polled[count - 1].fd != -1 && (polled[count - 1].revents & POLLHUP) == 0) {
+    if (polled[count - 1].fd != -1 && !closed) {
         if (allHaveEnded()) {
             another = std::make_unique<Call>(Call{get("/")});
             calls.push_back(another.get());
@@ -85,11 +87,9 @@ int poll(struct pollfd *polled, nfds_t count, int milliseconds)
     return ready;
 }
 
-int accept4(int listener, struct sockaddr *address, socklen_t *size, int)
+int accept4(int, struct sockaddr *address, socklen_t *size, int)
 {
-    struct pollfd closed = {listener, 0, 0};
-    const struct timespec atOnce = {};
-    if (ppoll(&closed, 1, &atOnce, nullptr) != 0)
+    if (closed)
         return errno = EINVAL, -1;
     if (failingAccepts > 0 && failingAccepts-- > 0)
         return errno = acceptError, -1;
@@ -150,7 +150,7 @@ static void mustBeResponses(const Call &call)
     }
 }
 
-static void forgetCalls(const std::vector<Call> &together)
+static void endExchange(const std::vector<Call> &together)
 {
     std::vector<Call *>().swap(calls);
     another.reset();
@@ -167,7 +167,7 @@ void exchange(std::vector<Call> *together)
         awaitDepartures();
         std::for_each(calls.begin(), calls.end(), act);
     }
-    forgetCalls(*together);
+    endExchange(*together);
 }
 
 void exchangeUntilClosed(std::vector<Call> *together, int looks)
@@ -179,13 +179,14 @@ void exchangeUntilClosed(std::vector<Call> *together, int looks)
     must(webServer_Web_Start() == 0, "no start");
     mainThread(nullptr);
     const bool rebooted = host().callsText().find("reboot") != std::string::npos;
-    must(rebooted == (looksUntilClose != -1), "closed, or rebooted");
+    must(rebooted != closed, "closed, or rebooted");
     must(g_wsSocket == -1 && g_wsRunningSocket == 0, "it still runs");
     looksUntilClose = -1;
+    closed = false;
     for (Call *call : calls)
         while (call->socket != -1)
             act(call);
-    forgetCalls(*together);
+    endExchange(*together);
     openConnections(context->master);
 }
 

@@ -81,8 +81,17 @@ static void paths(const std::string &text, Choices &)
     parseURL(plain.get(), path, query);
     const std::string first = text.substr(0, std::min<std::size_t>(text.find('?'), 300));
     must(path == first && query == text.substr(first.size(), 300), "parseURL", text);
-    must(locateFile(plain.get(), path, name) || strlen(name) == sizeof name - 1, "locateFile",
-         text);
+    const std::string start = text.substr(0, 4);
+    const bool configured = start == "/cfg", kept = start == "/nvr", data = start == "/pri";
+    const std::string folder = configured ? g_configDir
+                               : kept     ? "/mnt/nvRam/"
+                               : data     ? "/mnt"
+                                          : g_webDir;
+    const std::size_t dropped = configured || kept ? 10 : !data && first[0] == '/' ? 1 : 0;
+    const std::string file = folder + first.substr(std::min(dropped, first.size()));
+    const bool whole = locateFile(plain.get(), path, name);
+    must(name == file.substr(0, sizeof name - 1) && (whole || strlen(name) == sizeof name - 1),
+         "locateFile", text);
     must((validateFilenameSyntax(plain.get()) != 0) == consistsOf(text, OF_A_NAME), "name", text);
     must((validatePathSyntax(plain.get()) != 0) == consistsOf(text, OF_A_NAME + "/"), "path", text);
     getFolderPath(parent.get());
@@ -161,8 +170,17 @@ static void fields(const std::string &text, Choices &)
         found += field.key + ("=" + std::string(field.value)) + "&";
     must((text + "&").rfind(found, 0) == 0, "fields as sent", text);
 
-    for (const char *field : {"inputType", "inputFormat"})
-        wsInputStringValidation("ns__coreDbReadMultData", field, exact(text).get());
+    const auto starts = [&](const Lines &words) {
+        return std::any_of(words.begin(), words.end(),
+                           [&](auto &word) { return text.rfind(word, 0) == 0; });
+    };
+    const auto isValid = [plain = exact(text)](const char *field) {
+        return wsInputStringValidation("ns__coreDbReadMultData", field, plain.get()) != 0;
+    };
+    const bool isType = starts({"status", "analog", "command", "setPoint"});
+    must(isValid("inputType") == isType, "inputType", text);
+    must(isValid("inputFormat") == (text.empty() || starts({"%d", "%u", "%g"})), "inputFormat",
+         text);
 }
 
 static void ends(const std::string &text, Choices &in)

@@ -10,10 +10,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include "core/config.h"
 #include "core/hooks.h"
-#include "core/serve_loop.h"
-#include "gsoap/context.h"
 #include "support/private_machine.h"
 #include "support/wire.h"
 
@@ -128,10 +125,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     must(leaveMachine(), "no machine of its own", strerror(errno));
     setbuf(stdout, nullptr); // the first line that a start prints would keep memory
     FakeHost host;
-    setenv("SERVER_PORT", std::to_string(freePort()).c_str(), 1);
-    readConfiguration();
-    initContext(context);
-    must(openService(context) != -1, "the service does not start");
+    openOnFreePort(context);
     writeFiles();
     usual = askOrdinary();
     const auto hasSecret = [](std::size_t reply) {
