@@ -150,30 +150,9 @@ static void mustBeResponses(const Call &call)
     }
 }
 
-static void endExchange(const std::vector<Call> &together)
+// Starts a service, and lets it serve until its host closes it.
+static void serveUntilClosed(int looks)
 {
-    std::vector<Call *>().swap(calls);
-    another.reset();
-    if (together.size() < 100) // some of a crowd must give way
-        std::for_each(together.begin(), together.end(), mustBeResponses);
-}
-
-void exchange(std::vector<Call> *together)
-{
-    for (Call &call : *together)
-        calls.push_back(&call);
-    while (!allHaveEnded()) {
-        serveConnection(context);
-        awaitDepartures();
-        std::for_each(calls.begin(), calls.end(), act);
-    }
-    endExchange(*together);
-}
-
-void exchangeUntilClosed(std::vector<Call> *together, int looks)
-{
-    for (Call &call : *together)
-        calls.push_back(&call);
     looksUntilClose = looks;
     host().forgetCalls();
     must(webServer_Web_Start() == 0, "no start");
@@ -186,8 +165,25 @@ void exchangeUntilClosed(std::vector<Call> *together, int looks)
     for (Call *call : calls)
         while (call->socket != -1)
             act(call);
-    endExchange(*together);
     openConnections(context->master);
+}
+
+void exchange(std::vector<Call> *together, int looks)
+{
+    for (Call &call : *together)
+        calls.push_back(&call);
+    if (looks >= 0)
+        serveUntilClosed(looks);
+    else
+        while (!allHaveEnded()) {
+            serveConnection(context);
+            awaitDepartures();
+            std::for_each(calls.begin(), calls.end(), act);
+        }
+    std::vector<Call *>().swap(calls);
+    another.reset();
+    if (together->size() < 100) // some of a crowd must give way
+        std::for_each(together->begin(), together->end(), mustBeResponses);
 }
 
 void failAccepts(int count, int error)

@@ -22,13 +22,10 @@ struct Call {
 extern struct soap *const context; // of the service
 
 // Sends the calls at the same time, until all connections have ended. When nothing can happen, the clock
-// jumps ahead. What comes back must be whole responses.
-void exchange(std::vector<Call> *calls);
+// jumps ahead. What comes back must be whole responses. With looks, another service is started for them, and
+// its host closes it at that look at the sockets, or when all have ended. It may have no port, and reboot instead.
+void exchange(std::vector<Call> *calls, int looks = -1);
 std::string exchange(Call call);
-
-// Starts another service, which serves the calls until its host closes it: at the given look at the sockets, or
-// when all connections have ended. It may have no port, and reboot instead.
-void exchangeUntilClosed(std::vector<Call> *calls, int looks);
 
 void failAccepts(int count, int error); // the next ones
 

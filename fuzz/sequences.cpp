@@ -128,13 +128,13 @@ public:
             requests += calls.size();
             if (in_.oneIn(128)) // more than the unit has places for
                 calls.resize(calls.size() + in_.upTo(300), {in_.bytes(9), 9, false});
+            int looks = -1;
             if (in_.oneIn(16)) {
                 configure([&](const std::string &values) { return in_.oneOf(values); });
                 unit_.host.refusedBytes = 0; // it could start without a plug-in
-                exchangeUntilClosed(&calls, static_cast<int>(in_.upTo(20)));
-            } else {
-                exchange(&calls);
+                looks = static_cast<int>(in_.upTo(20));
             }
+            exchange(&calls, looks);
             for (const Call &call : calls)
                 if (!cookieOf(call.reply).empty())
                     owners_[cookieOf(call.reply)].insert(call.client);
